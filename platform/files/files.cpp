@@ -1,0 +1,132 @@
+#include "platform/files/files.h"
+
+#include "platform/files/descriptor.h"
+#include "platform/text/encoding.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+std::string reasonOf(int error)
+{
+    return std::strerror(error); // NOLINT(concurrency-mt-unsafe): one thread
+}
+
+bool writeAll(int descriptor, QByteArrayView bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(descriptor, bytes.data(), size_t(bytes.size()));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes = bytes.sliced(written);
+    }
+    return true;
+}
+
+} // namespace
+
+std::filesystem::path homeDirectory()
+{
+    if (const char *home = std::getenv("HOME"); home && *home)
+        return home;
+    if (const passwd *entry = getpwuid(getuid()); entry && entry->pw_dir)
+        return entry->pw_dir;
+    return "/";
+}
+
+QString displayPath(const std::filesystem::path &path)
+{
+    return stringFromUtf8(QByteArrayView(path.native()));
+}
+
+std::filesystem::path pathFromString(QStringView text)
+{
+    return utf8FromString(text).toStdString();
+}
+
+bool fileExists(const std::filesystem::path &path)
+{
+    struct stat status{};
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+std::optional<CreationTime> creationTime(const std::filesystem::path &path)
+{
+    struct statx status{};
+    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_MTIME | STATX_BTIME, &status) != 0)
+        return std::nullopt;
+    const CreationTime modified{status.stx_mtime.tv_sec, long(status.stx_mtime.tv_nsec)};
+    const CreationTime born{status.stx_btime.tv_sec, long(status.stx_btime.tv_nsec)};
+    const bool hasBirth = (status.stx_mask & STATX_BTIME) != 0 && born != CreationTime{};
+    return hasBirth ? std::min(born, modified) : modified;
+}
+
+std::optional<FileIdentity> fileIdentity(const std::filesystem::path &path)
+{
+    struct stat status{};
+    if (::stat(path.c_str(), &status) != 0)
+        return std::nullopt;
+    return FileIdentity{status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
+FileContents readWholeFile(const std::filesystem::path &path)
+{
+    // O_NONBLOCK: opening a FIFO that nobody writes to must not wait.
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status{};
+    if (!file || ::fstat(file.number(), &status) != 0)
+        return {std::nullopt, reasonOf(errno)};
+    if (S_ISDIR(status.st_mode))
+        return {std::nullopt, reasonOf(EISDIR)};
+    if (!S_ISREG(status.st_mode))
+        return {std::nullopt, "not a regular file"};
+    if (status.st_size > largestReadableFile)
+        return {std::nullopt, "larger than 2 GiB"};
+
+    QByteArray bytes(status.st_size, Qt::Uninitialized);
+    qsizetype filled = 0;
+    while (filled < bytes.size()) {
+        const ssize_t got = ::read(file.number(), bytes.data() + filled, size_t(bytes.size() - filled));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return {std::nullopt, reasonOf(errno)};
+        if (got == 0)
+            break; // it has become shorter meanwhile
+        filled += got;
+    }
+    bytes.truncate(filled);
+    return {std::move(bytes), {}};
+}
+
+std::optional<std::string> writeAtomically(const std::filesystem::path &path, QByteArrayView bytes, unsigned permissions)
+{
+    // Beside the target, so that the rename stays within one file system; named after the process, so that
+    // leftovers of one that died can be told from those of one that is at work.
+    const std::filesystem::path temporary =
+        path.parent_path() / (".prattlebug-" + std::to_string(::getpid()) + ".tmp");
+    ::unlink(temporary.c_str());
+    Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
+    if (!file)
+        return reasonOf(errno);
+    // Synced before the rename: after a power cut the name must not lead to a file without its contents.
+    if (!writeAll(file.number(), bytes) || ::fsync(file.number()) != 0 || !file.close() ||
+        ::rename(temporary.c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        ::unlink(temporary.c_str());
+        return reasonOf(error);
+    }
+    return std::nullopt;
+}
+
+} // namespace platform
