@@ -1,4 +1,7 @@
-"""A small canvas with smooth edges. Only +, -, *, / and the square root go into it, so that every machine draws alike."""
+"""A small canvas with smooth edges.
+
+Only +, -, *, / and the square root go into it, so that every machine draws alike.
+"""
 
 from math import sqrt
 

@@ -170,4 +170,5 @@ def lzw(pixels, depth):
     write(known.get(word, word[0]), width)
     write(end, width)
     bits.extend([0] * (-len(bits) % 8))
-    return bytes(sum(bit << place for place, bit in enumerate(bits[start : start + 8])) for start in range(0, len(bits), 8))
+    eights = [bits[start : start + 8] for start in range(0, len(bits), 8)]
+    return bytes(sum(bit << place for place, bit in enumerate(eight)) for eight in eights)

@@ -97,7 +97,12 @@ def mars():
 @cache
 def concert():
     canvas = drawn(360, 240, (0, (18, 12, 40)), (0.7, (54, 22, 84)), (1, (20, 10, 30)))
-    beams = ((40, 96, (255, 90, 120)), (120, 60, (255, 200, 80)), (240, 286, (90, 200, 255)), (320, 262, (170, 110, 255)))
+    beams = (
+        (40, 96, (255, 90, 120)),
+        (120, 60, (255, 200, 80)),
+        (240, 286, (90, 200, 255)),
+        (320, 262, (170, 110, 255)),
+    )
     for top, bottom, color in beams:
         for spread, opacity in ((44, 0.18), (28, 0.22), (14, 0.3)):
             canvas.polygon([(top - 3, 0), (top + 3, 0), (bottom + spread, 176), (bottom - spread, 176)], color, opacity)
@@ -121,7 +126,8 @@ def concert():
 
 @cache
 def cake():
-    canvas = drawn(300, 260, (0, (252, 236, 224)), (0.76, (248, 214, 212)), (0.77, (186, 216, 214)), (1, (160, 196, 198)))
+    wall, table = ((0, (252, 236, 224)), (0.76, (248, 214, 212))), ((0.77, (186, 216, 214)), (1, (160, 196, 198)))
+    canvas = drawn(300, 260, *wall, *table)
     colors = ((244, 120, 120), (250, 196, 90), (120, 190, 150), (120, 160, 220), (190, 140, 210))
     for number in range(46):
         x = (number * 67) % 300
@@ -161,8 +167,9 @@ def fireworks():
         canvas.rectangle(left, 240 - height, left + 23, 240, (14, 14, 30))
         for window in range(height // 14):
             if (number * 5 + window * 3) % 4:
-                canvas.rectangle(left + 5, 246 - height + window * 13, left + 10, 251 - height + window * 13, (250, 212, 120))
-                canvas.rectangle(left + 14, 246 - height + window * 13, left + 19, 251 - height + window * 13, (150, 120, 90))
+                top = 246 - height + window * 13
+                canvas.rectangle(left + 5, top, left + 10, top + 5, (250, 212, 120))
+                canvas.rectangle(left + 14, top, left + 19, top + 5, (150, 120, 90))
     return imagefiles.png(canvas)
 
 
@@ -222,8 +229,9 @@ def paw():
     """Without smooth edges: a GIF has few colours."""
     canvas = Canvas(96, 96)
     pads = ((48, 62, 20, 16), (22, 42, 9, 12), (40, 26, 9, 12), (60, 26, 9, 12), (78, 44, 9, 12))
+    squares = ((250, 238, 222), (246, 228, 206))
     for y in range(96):
         for x in range(96):
             inside = any(((x - px) / w) ** 2 + ((y - py) / h) ** 2 < 1 for px, py, w, h in pads)
-            canvas.rows[y][x] = (196, 112, 84) if inside else ((250, 238, 222), (246, 228, 206))[(x // 12 + y // 12) % 2]
+            canvas.rows[y][x] = (196, 112, 84) if inside else squares[(x // 12 + y // 12) % 2]
     return imagefiles.gif(canvas)
