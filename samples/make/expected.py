@@ -16,7 +16,7 @@ def contents(transcript):
 
 
 def message_contents(message):
-    text = message.text.string.text if message.text else ""
+    text = message.text.string.text if message.text else None
     status = message.sender is None or not text
     return {
         "raw": message.sender.identifier.text if message.sender else None,

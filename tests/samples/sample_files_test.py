@@ -105,7 +105,7 @@ class KeyedTranscripts(unittest.TestCase):
             "raw": archive.string(sender["ID"]) if sender else None,
             "service": archive.string(sender["ServiceName"]) if sender else None,
             "time": time["NS.time"] + REFERENCE_DATE if time else None,
-            "text": archive.string(text["NSString"]) if text else "",
+            "text": archive.string(text["NSString"]) if text else None,
         }
 
     def without_attributes(self, message):
