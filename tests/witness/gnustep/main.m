@@ -156,7 +156,7 @@ static id transcript(void) {
 }
 
 /// Archives @p root and prints its member of the JSON object.
-static void write(id root, NSString *folder, NSString *fileName, NSPropertyListFormat format) {
+static void writeArchive(id root, NSString *folder, NSString *fileName, NSPropertyListFormat format) {
     static const char *separator = "{\n";
     NSMutableData *data = [NSMutableData data];
     NSKeyedArchiver *archiver = [[[NSKeyedArchiver alloc] initForWritingWithMutableData:data] autorelease];
@@ -182,12 +182,12 @@ int main(int argc, const char *argv[]) {
         [NSDictionary dictionaryWithObjectsAndKeys:values(), @"values", urls(), @"urls", attributedStrings(),
                                                    @"attributedStrings", transcript(), @"transcript", nil];
     for (NSString *name in roots) {
-        write([roots objectForKey:name], folder, [name stringByAppendingPathExtension:@"xml"],
-              NSPropertyListXMLFormat_v1_0);
-        write([roots objectForKey:name], folder, [name stringByAppendingPathExtension:@"binary"],
-              NSPropertyListBinaryFormat_v1_0);
+        writeArchive([roots objectForKey:name], folder, [name stringByAppendingPathExtension:@"xml"],
+                     NSPropertyListXMLFormat_v1_0);
+        writeArchive([roots objectForKey:name], folder, [name stringByAppendingPathExtension:@"binary"],
+                     NSPropertyListBinaryFormat_v1_0);
     }
-    write(valuesBeyondXml(), folder, @"valuesBeyondXml.binary", NSPropertyListBinaryFormat_v1_0);
+    writeArchive(valuesBeyondXml(), folder, @"valuesBeyondXml.binary", NSPropertyListBinaryFormat_v1_0);
     printf("\n}\n");
     [pool release];
     return 0;
