@@ -7,8 +7,11 @@
 #include <QByteArrayView>
 #include <QString>
 
+#include <bit>
+#include <cstring>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -37,34 +40,92 @@ class PropertyListTable {
 public:
     using Index = quint32;
 
-    [[nodiscard]] Index root() const;
-    /// How many nodes there are.
-    [[nodiscard]] Index size() const;
+    /// How the bytes of a string are to be taken.
+    enum class Encoding : quint8 { Utf8, Utf16BigEndian };
 
-    [[nodiscard]] PropertyListKind kind(Index node) const;
+    /// One node as the table stores it. Of interest to the readers that make tables; everybody else asks below.
+    struct Node {
+        PropertyListKind kind = PropertyListKind::Null;
+        Encoding encoding = Encoding::Utf8; ///< of a String
+        quint32 offset = 0;
+        /// The bits of a Boolean, Integer, UID, Real or Date (its interval); of anything else packed(): for strings
+        /// and data where their bytes begin and how many they are, for containers where their references begin and
+        /// how many elements or pairs there are.
+        quint64 content = 0;
+
+        [[nodiscard]] static quint64 packed(quint32 first, quint32 count) { return quint64(first) << 32U | count; }
+        [[nodiscard]] quint32 first() const { return quint32(content >> 32U); }
+        [[nodiscard]] quint32 count() const { return quint32(content); }
+    };
+
+    /// Takes over what a reader has checked: every position that a node names lies inside @p bytes or
+    /// @p references, every reference is a node, and so is @p root. An array's references are its elements; a
+    /// dictionary's are all its keys and then all its values.
+    PropertyListTable(QByteArray bytes, std::vector<Node> nodes, std::vector<Index> references, Index root)
+        : m_bytes(std::move(bytes)), m_nodes(std::move(nodes)), m_references(std::move(references)), m_root(root)
+    {
+    }
+
+    [[nodiscard]] Index root() const { return m_root; }
+    /// How many nodes there are.
+    [[nodiscard]] Index size() const { return Index(m_nodes.size()); }
+
+    [[nodiscard]] PropertyListKind kind(Index node) const { return m_nodes[node].kind; }
     /// Where the node stands in the input, for error messages: bytes, in the XML form characters, from its start.
-    [[nodiscard]] qint64 offset(Index node) const;
+    [[nodiscard]] qint64 offset(Index node) const { return m_nodes[node].offset; }
 
     // Each of these may be asked of a node of its kind only.
-    [[nodiscard]] bool boolean(Index node) const;
-    [[nodiscard]] qint64 integer(Index node) const; ///< of an Integer or a UID
-    [[nodiscard]] double real(Index node) const;
+    [[nodiscard]] bool boolean(Index node) const { return m_nodes[node].content != 0; }
+    [[nodiscard]] qint64 integer(Index node) const { return qint64(m_nodes[node].content); } ///< of an Integer or a UID
+    [[nodiscard]] double real(Index node) const { return std::bit_cast<double>(m_nodes[node].content); }
     [[nodiscard]] NSDate date(Index node) const;
-    [[nodiscard]] QByteArrayView data(Index node) const; ///< lives as long as the table
+    /// Lives as long as the table.
+    [[nodiscard]] QByteArrayView data(Index node) const { return bytesOf(m_nodes[node]); }
+    /// Malformed UTF-8 shows as U+FFFD; a UTF-16 string comes as it is, with any surrogate that has no partner.
     [[nodiscard]] QString string(Index node) const;
-    [[nodiscard]] qsizetype stringLength(Index node) const; ///< bytes of its encoded form: an upper bound of its UTF-16 length
+    /// Bytes of its encoded form: an upper bound of its UTF-16 length.
+    [[nodiscard]] qsizetype stringLength(Index node) const { return m_nodes[node].count(); }
 
     /// Whether @p node is a string that equals @p ascii; any node may be asked, and nothing is converted.
-    [[nodiscard]] bool isString(Index node, QByteArrayView ascii) const;
+    [[nodiscard]] bool isString(Index node, QByteArrayView ascii) const
+    {
+        const Node &candidate = m_nodes[node];
+        if (candidate.kind != PropertyListKind::String)
+            return false;
+        if (candidate.encoding != Encoding::Utf8)
+            return isUtf16String(candidate, ascii);
+        return qsizetype(candidate.count()) == ascii.size() &&
+               (ascii.empty() || std::memcmp(m_bytes.constData() + candidate.first(), ascii.data(), size_t(ascii.size())) == 0);
+    }
 
-    /// Elements of an Array or pairs of a Dictionary.
-    [[nodiscard]] quint32 count(Index container) const;
-    [[nodiscard]] Index element(Index array, quint32 position) const;
-    [[nodiscard]] Index key(Index dictionary, quint32 position) const;
-    [[nodiscard]] Index value(Index dictionary, quint32 position) const;
+    /// Elements of an Array or pairs of a Dictionary. A dictionary's pairs are those of the file in its order, also
+    /// when a key comes twice.
+    [[nodiscard]] quint32 count(Index container) const { return m_nodes[container].count(); }
+    [[nodiscard]] Index element(Index array, quint32 position) const
+    {
+        return m_references[size_t(m_nodes[array].first()) + position];
+    }
+    [[nodiscard]] Index key(Index dictionary, quint32 position) const { return element(dictionary, position); }
+    [[nodiscard]] Index value(Index dictionary, quint32 position) const
+    {
+        const Node &node = m_nodes[dictionary];
+        return m_references[size_t(node.first()) + node.count() + position];
+    }
     /// The value of the first pair whose key is a string equal to @p asciiKey; nothing when there is none or
     /// @p node is no dictionary.
     [[nodiscard]] std::optional<Index> valueForKey(Index node, QByteArrayView asciiKey) const;
+
+private:
+    [[nodiscard]] QByteArrayView bytesOf(const Node &node) const
+    {
+        return QByteArrayView(m_bytes.constData() + node.first(), qsizetype(node.count()));
+    }
+    [[nodiscard]] bool isUtf16String(const Node &node, QByteArrayView ascii) const;
+
+    QByteArray m_bytes; // what strings and data point into: the file itself, or what a reader decoded
+    std::vector<Node> m_nodes;
+    std::vector<Index> m_references;
+    Index m_root;
 };
 
 /// Reads the nodes of a property list in its binary or XML form, told apart by the first bytes, and leaves them flat:
@@ -89,6 +150,7 @@ public:
     // The value when it is of that kind, else nothing.
     [[nodiscard]] std::optional<bool> boolean() const;
     [[nodiscard]] std::optional<qint64> integer() const;
+    [[nodiscard]] std::optional<qint64> uid() const;
     [[nodiscard]] std::optional<double> real() const;
     [[nodiscard]] std::optional<NSDate> date() const;
     [[nodiscard]] std::optional<QByteArray> data() const;
@@ -101,8 +163,19 @@ public:
     /// Key and value of pair @p position of a dictionary, which must have it.
     [[nodiscard]] QString keyAt(quint32 position) const;
     [[nodiscard]] PropertyList valueAt(quint32 position) const;
-    /// The value under @p key in a dictionary; Null when it is no dictionary or has no such key.
+    /// The value under @p key in a dictionary, of its first pair with that key; Null when it is no dictionary or has
+    /// no such key. Looks through the pairs one by one.
     [[nodiscard]] PropertyList operator[](QStringView key) const;
+
+private:
+    friend PropertyList readPropertyList(const QByteArray &bytes);
+    PropertyList(std::shared_ptr<const PropertyListTable> table, PropertyListTable::Index node);
+    explicit PropertyList(const PropertyListTable::Node &node, QByteArray bytes = {});
+
+    [[nodiscard]] bool is(PropertyListKind wanted) const { return kind() == wanted; }
+
+    std::shared_ptr<const PropertyListTable> m_table; // none for Null
+    PropertyListTable::Index m_node = 0;
 };
 
 /// Reads a property list in any of its forms: binary ("bplist0"), XML, or the older text form.

@@ -35,6 +35,16 @@ public:
 
     /// The document, complete; call once, after the value is complete.
     [[nodiscard]] QByteArray finish();
+
+private:
+    void begin(QByteArrayView tag);
+    void end(QByteArrayView openingTag, QByteArrayView closingTag, QByteArrayView emptyTag);
+    void indent() { m_bytes.append(m_depth, '\t'); }
+    void text(QByteArrayView openingTag, QStringView content, QByteArrayView closingTag);
+    void line(QByteArrayView content);
+
+    QByteArray m_bytes;
+    qsizetype m_depth = 0; // containers that are open
 };
 
 /// @p text with every character that XML cannot hold replaced by U+FFFD: what the writer makes of it.

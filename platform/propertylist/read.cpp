@@ -1,0 +1,35 @@
+#include "platform/propertylist/propertylist.h"
+#include "platform/propertylist/readers.h"
+#include "platform/propertylist/treecheck.h"
+
+namespace platform {
+
+namespace {
+
+void checkSize(const QByteArray &bytes)
+{
+    if (bytes.size() > largestPropertyList)
+        throw FormatError(largestPropertyList, "a property list of more than 2 GiB");
+}
+
+} // namespace
+
+std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray &bytes, DecodingBudget &budget)
+{
+    checkSize(bytes);
+    return looksBinary(bytes) ? readBinaryPropertyList(bytes, budget) : readXmlPropertyList(bytes, budget);
+}
+
+PropertyList readPropertyList(const QByteArray &bytes)
+{
+    checkSize(bytes);
+    DecodingBudget budget(bytes.size());
+    std::shared_ptr<const PropertyListTable> table = looksBinary(bytes) || looksXml(bytes)
+                                                         ? readPropertyListTable(bytes, budget)
+                                                         : readTextPropertyList(bytes, budget);
+    checkTree(*table, bytes.size());
+    const PropertyListTable::Index root = table->root();
+    return {std::move(table), root};
+}
+
+} // namespace platform
