@@ -8,31 +8,36 @@ namespace {
 
 /// Whether a file of this identity could be changed once more without its identity showing it: the kernel
 /// takes the time of a change from a clock that stands still for up to 10 ms.
-bool couldChangeUnseen(const FileIdentity &identity) {
+bool couldChangeUnseen(const FileIdentity &identity)
+{
     const auto changed =
         std::chrono::seconds(identity.seconds) + std::chrono::nanoseconds(identity.nanoseconds);
     const auto age = std::chrono::system_clock::now().time_since_epoch() - changed;
     return std::chrono::abs(age) < std::chrono::milliseconds(20);
 }
 
-std::filesystem::path folder() {
+std::filesystem::path folder()
+{
     return homeDirectory() / "Library" / "Prattlebug";
 }
 
 } // namespace
 
-std::optional<QString> ABPerson::fullName() const {
+std::optional<QString> ABPerson::fullName() const
+{
     if (!firstName || !lastName)
         return std::nullopt;
     return *firstName + u' ' + *lastName;
 }
 
-ABAddressBook &ABAddressBook::sharedAddressBook() {
+ABAddressBook &ABAddressBook::sharedAddressBook()
+{
     static ABAddressBook shared;
     return shared;
 }
 
-bool ABAddressBook::CardFile::update(const std::filesystem::path &current) {
+bool ABAddressBook::CardFile::update(const std::filesystem::path &current)
+{
     // Asked before the file is read: a change in between then shows in the next request.
     const std::optional<FileIdentity> now = fileIdentity(current);
     if (holds && path == current && identity == now)
@@ -47,12 +52,14 @@ bool ABAddressBook::CardFile::update(const std::filesystem::path &current) {
     return true;
 }
 
-const ABPerson *ABAddressBook::me() {
+const ABPerson *ABAddressBook::me()
+{
     m_me.update(folder() / "me.vcf");
     return m_me.cards.empty() ? nullptr : &m_me.cards.front();
 }
 
-const std::vector<const ABPerson *> &ABAddressBook::recordsMatchingAimName(const QString &screenName) {
+const std::vector<const ABPerson *> &ABAddressBook::recordsMatchingAimName(const QString &screenName)
+{
     if (m_contacts.update(folder() / "contacts.vcf")) {
         m_recordsByAimName.clear();
         for (const ABPerson &person : m_contacts.cards) {

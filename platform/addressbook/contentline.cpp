@@ -10,17 +10,20 @@ namespace {
 
 constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
 
-bool isBlank(char character) {
+bool isBlank(char character)
+{
     return character == ' ' || character == '\t';
 }
 
-QByteArray upperCase(QByteArrayView text) {
+QByteArray upperCase(QByteArrayView text)
+{
     return text.trimmed().toByteArray().toUpper();
 }
 
 /// Position of the next @p wanted from @p from on that does not stand between quotes; the size when there is
 /// none.
-qsizetype findUnquoted(QByteArrayView text, char wanted, qsizetype from) {
+qsizetype findUnquoted(QByteArrayView text, char wanted, qsizetype from)
+{
     bool quoted = false;
     for (qsizetype i = from; i < text.size(); ++i) {
         if (text[i] == '"')
@@ -32,7 +35,8 @@ qsizetype findUnquoted(QByteArrayView text, char wanted, qsizetype from) {
 }
 
 /// The colon before the value; nothing when the line has none.
-std::optional<qsizetype> findColon(QByteArrayView line) {
+std::optional<qsizetype> findColon(QByteArrayView line)
+{
     qsizetype colon = findUnquoted(line, ':', 0);
     if (colon == line.size()) // none, or behind a quote that is never closed
         colon = line.indexOf(':');
@@ -40,13 +44,15 @@ std::optional<qsizetype> findColon(QByteArrayView line) {
 }
 
 /// The parameter that a value without a name, as version 2.1 writes it, is a value of.
-QByteArray impliedName(const QByteArray &value) {
+QByteArray impliedName(const QByteArray &value)
+{
     const bool isEncoding =
         value == "QUOTED-PRINTABLE" || value == "BASE64" || value == "7BIT" || value == "8BIT";
     return isEncoding ? QByteArrayLiteral("ENCODING") : QByteArrayLiteral("TYPE");
 }
 
-void appendParameters(std::vector<ContentLine::Parameter> &parameters, QByteArrayView text) {
+void appendParameters(std::vector<ContentLine::Parameter> &parameters, QByteArrayView text)
+{
     const qsizetype equals = text.indexOf('=');
     const QByteArray name = equals < 0 ? QByteArray() : upperCase(text.first(equals));
     // Quotes may enclose a whole list of types as well as one value: commas inside separate all the same.
@@ -59,7 +65,8 @@ void appendParameters(std::vector<ContentLine::Parameter> &parameters, QByteArra
 }
 
 /// @p line taken apart; nothing when it has no colon or no name.
-std::optional<ContentLine> parse(QByteArrayView line) {
+std::optional<ContentLine> parse(QByteArrayView line)
+{
     if (line.startsWith(byteOrderMark))
         line = line.sliced(byteOrderMark.size());
     const std::optional<qsizetype> colon = findColon(line);
@@ -82,32 +89,37 @@ std::optional<ContentLine> parse(QByteArrayView line) {
     return result;
 }
 
-bool endsWithSoftBreak(QByteArrayView line) {
+bool endsWithSoftBreak(QByteArrayView line)
+{
     while (!line.empty() && isBlank(line.back()))
         line.chop(1);
     return line.endsWith('=');
 }
 
-bool isQuotedPrintable(QByteArrayView line) {
+bool isQuotedPrintable(QByteArrayView line)
+{
     const std::optional<ContentLine> parsed = parse(line);
     return parsed && parsed->hasParameter("ENCODING", "QUOTED-PRINTABLE");
 }
 
 } // namespace
 
-QByteArray ContentLine::parameter(QByteArrayView parameter) const {
+QByteArray ContentLine::parameter(QByteArrayView parameter) const
+{
     const auto found = std::find_if(parameters.begin(), parameters.end(),
                                     [parameter](const Parameter &each) { return each.name == parameter; });
     return found == parameters.end() ? QByteArray() : found->value;
 }
 
-bool ContentLine::hasParameter(QByteArrayView parameter, QByteArrayView wanted) const {
+bool ContentLine::hasParameter(QByteArrayView parameter, QByteArrayView wanted) const
+{
     return std::any_of(parameters.begin(), parameters.end(), [parameter, wanted](const Parameter &each) {
         return each.name == parameter && each.value == wanted;
     });
 }
 
-std::optional<ContentLine> ContentLineReader::next(FoldingBlank blank) {
+std::optional<ContentLine> ContentLineReader::next(FoldingBlank blank)
+{
     while (!atEnd()) {
         if (std::optional<ContentLine> line = parse(logicalLine(blank)))
             return line;
@@ -115,12 +127,14 @@ std::optional<ContentLine> ContentLineReader::next(FoldingBlank blank) {
     return std::nullopt;
 }
 
-bool ContentLineReader::nextIsFolded() const {
+bool ContentLineReader::nextIsFolded() const
+{
     return !atEnd() && isBlank(m_text[m_position]);
 }
 
 /// The physical line at @p position, without its end; moves @p position behind that.
-QByteArrayView ContentLineReader::physicalLine(qsizetype &position) const {
+QByteArrayView ContentLineReader::physicalLine(qsizetype &position) const
+{
     const QByteArrayView rest = m_text.sliced(position);
     const auto *const end =
         std::find_if(rest.begin(), rest.end(), [](char c) { return c == '\r' || c == '\n'; });
@@ -132,7 +146,8 @@ QByteArrayView ContentLineReader::physicalLine(qsizetype &position) const {
 }
 
 /// The physical line at the current position with those that continue it.
-QByteArrayView ContentLineReader::logicalLine(FoldingBlank blank) {
+QByteArrayView ContentLineReader::logicalLine(FoldingBlank blank)
+{
     // Only what a physical line brings is looked at, never again what has been gathered: the time stays
     // linear.
     QByteArrayView physical = physicalLine(m_position);
@@ -161,7 +176,8 @@ QByteArrayView ContentLineReader::logicalLine(FoldingBlank blank) {
     return m_unfolded;
 }
 
-bool isCardBoundary(QByteArrayView line, QByteArrayView keyword) {
+bool isCardBoundary(QByteArrayView line, QByteArrayView keyword)
+{
     const qsizetype colon = line.indexOf(':');
     return colon >= 0 && line.first(colon).trimmed().compare(keyword, Qt::CaseInsensitive) == 0 &&
            line.sliced(colon + 1).trimmed().compare("VCARD", Qt::CaseInsensitive) == 0;

@@ -16,7 +16,8 @@ namespace {
 
 constexpr QByteArrayView replacementCharacter("\xEF\xBF\xBD");
 
-int hexadecimalDigit(char character) {
+int hexadecimalDigit(char character)
+{
     if (character >= '0' && character <= '9')
         return character - '0';
     if (character >= 'A' && character <= 'F')
@@ -29,7 +30,8 @@ int hexadecimalDigit(char character) {
 /// One of iconv's converters to UTF-8, if it knows @p charset.
 class Iconv {
 public:
-    explicit Iconv(const QByteArray &charset) {
+    explicit Iconv(const QByteArray &charset)
+    {
         // A slash would start iconv's own options and file names.
         const bool isName = !charset.isEmpty() && charset.size() <= 40 &&
                             std::all_of(charset.begin(), charset.end(), [](char c) {
@@ -41,7 +43,8 @@ public:
     }
     Iconv(const Iconv &) = delete;
     Iconv &operator=(const Iconv &) = delete;
-    ~Iconv() {
+    ~Iconv()
+    {
         if (*this)
             iconv_close(m_descriptor);
     }
@@ -49,7 +52,8 @@ public:
     // iconv_open(3) reports failure as this value and no other.
     explicit operator bool() const { return m_descriptor != none(); }
 
-    [[nodiscard]] QByteArray utf8(QByteArray bytes) {
+    [[nodiscard]] QByteArray utf8(QByteArray bytes)
+    {
         QByteArray result;
         std::array<char, 4096> chunk{};
         char *from = bytes.data();
@@ -79,7 +83,8 @@ private:
     iconv_t m_descriptor = none();
 };
 
-QString textInCharset(const QByteArray &bytes, const QByteArray &charset) {
+QString textInCharset(const QByteArray &bytes, const QByteArray &charset)
+{
     if (charset.isEmpty() || charset == "UTF-8" || charset == "US-ASCII")
         return stringFromUtf8(bytes);
     // Asked for by name: Qt knows "LOCALE" too, which says nothing about the file.
@@ -95,7 +100,8 @@ QString textInCharset(const QByteArray &bytes, const QByteArray &charset) {
 
 } // namespace
 
-QByteArray asciiCompatible(const QByteArray &bytes) {
+QByteArray asciiCompatible(const QByteArray &bytes)
+{
     std::optional<QStringConverter::Encoding> encoding;
     if (bytes.startsWith("\xFF\xFE") || bytes.startsWith(QByteArrayView("B\0", 2)))
         encoding = QStringConverter::Utf16LE;
@@ -107,7 +113,8 @@ QByteArray asciiCompatible(const QByteArray &bytes) {
     return utf8FromString(QString(decoder(bytes)));
 }
 
-QString valueText(const ContentLine &line) {
+QString valueText(const ContentLine &line)
+{
     const QByteArray encoding = line.parameter("ENCODING");
     QByteArray bytes;
     if (encoding == "QUOTED-PRINTABLE")
@@ -119,7 +126,8 @@ QString valueText(const ContentLine &line) {
     return textInCharset(bytes, line.parameter("CHARSET"));
 }
 
-QByteArray decodedQuotedPrintable(QByteArrayView bytes) {
+QByteArray decodedQuotedPrintable(QByteArrayView bytes)
+{
     QByteArray result;
     result.reserve(bytes.size());
     for (qsizetype i = 0; i < bytes.size(); ++i) {
@@ -136,7 +144,8 @@ QByteArray decodedQuotedPrintable(QByteArrayView bytes) {
     return result;
 }
 
-QString unescaped(QStringView text) {
+QString unescaped(QStringView text)
+{
     QString result;
     result.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
@@ -154,7 +163,8 @@ QString unescaped(QStringView text) {
     return result;
 }
 
-qsizetype findSeparator(QStringView text, QChar separator, qsizetype from) {
+qsizetype findSeparator(QStringView text, QChar separator, qsizetype from)
+{
     for (qsizetype i = from; i < text.size(); ++i) {
         if (text[i] == u'\\')
             ++i;

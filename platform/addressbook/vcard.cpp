@@ -17,7 +17,8 @@ constexpr PreferenceRank mostPreferred = 1;
 constexpr PreferenceRank leastPreferred = 100;
 constexpr PreferenceRank unranked = leastPreferred + 1;
 
-PreferenceRank rankOf(const ContentLine &line) {
+PreferenceRank rankOf(const ContentLine &line)
+{
     if (line.hasParameter("TYPE", "PREF"))
         return mostPreferred;
     bool isNumber = false;
@@ -27,7 +28,8 @@ PreferenceRank rankOf(const ContentLine &line) {
 
 /// One component of N without blanks around it; nothing when nothing is left. With @p isList its values are
 /// separated by commas: a blank comes to stand between them.
-std::optional<QString> nameComponent(QStringView component, bool isList) {
+std::optional<QString> nameComponent(QStringView component, bool isList)
+{
     QStringList values;
     for (qsizetype start = 0; start <= component.size();) {
         const qsizetype end = isList ? findSeparator(component, u',', start) : component.size();
@@ -40,7 +42,8 @@ std::optional<QString> nameComponent(QStringView component, bool isList) {
 }
 
 /// Sets the names of @p person from the value of N: `last;first;…`.
-void setNames(ABPerson &person, QStringView value, bool isList) {
+void setNames(ABPerson &person, QStringView value, bool isList)
+{
     const qsizetype endOfLast = findSeparator(value, u';', 0);
     person.lastName = nameComponent(value.first(endOfLast), isList);
     if (endOfLast < value.size()) {
@@ -50,13 +53,15 @@ void setNames(ABPerson &person, QStringView value, bool isList) {
     }
 }
 
-QString percentDecoded(QStringView text) {
+QString percentDecoded(QStringView text)
+{
     return stringFromUtf8(QByteArray::fromPercentEncoding(utf8FromString(text)));
 }
 
 /// The screen name in a `aim:` URI's query, such as `screenname=kim+lee&message=Hi`, where a blank may be
 /// written "+". A plus at the start is kept: that is a telephone's screen name.
-QString screenNameInQuery(QStringView query) {
+QString screenNameInQuery(QStringView query)
+{
     const QStringView key(u"screenname=");
     for (const QStringView field : query.split(u'&')) {
         if (!field.startsWith(key, Qt::CaseInsensitive))
@@ -71,7 +76,8 @@ QString screenNameInQuery(QStringView query) {
 
 /// The AIM screen name in an IMPP property; empty when it is of another service. The named service counts
 /// before the scheme: the platform's address book writes `aim:` for ICQ numbers too.
-QString screenNameOfImpp(const ContentLine &line) {
+QString screenNameOfImpp(const ContentLine &line)
+{
     const QStringView scheme(u"aim:");
     const QByteArray service = line.parameter("X-SERVICE-TYPE");
     const QString uri = unescaped(valueText(line)).trimmed();
@@ -95,11 +101,13 @@ QString screenNameOfImpp(const ContentLine &line) {
 class CardBuilder {
 public:
     /// How the card at hand is folded.
-    [[nodiscard]] ContentLineReader::FoldingBlank foldingBlank() const {
+    [[nodiscard]] ContentLineReader::FoldingBlank foldingBlank() const
+    {
         return m_isVersion21 ? ContentLineReader::FoldingBlank::keep : ContentLineReader::FoldingBlank::drop;
     }
 
-    void take(const ContentLine &line) {
+    void take(const ContentLine &line)
+    {
         const bool followsAgent = std::exchange(m_followsAgent, false);
         const bool isCard = line.value.trimmed().compare("VCARD", Qt::CaseInsensitive) == 0;
         if (line.name == "BEGIN" && isCard)
@@ -115,14 +123,16 @@ public:
     }
 
     /// The cards; ends the last one if its END is missing.
-    [[nodiscard]] std::vector<ABPerson> finish() {
+    [[nodiscard]] std::vector<ABPerson> finish()
+    {
         if (m_depth > 0)
             close();
         return std::move(m_cards);
     }
 
 private:
-    void begin(bool isAgent) {
+    void begin(bool isAgent)
+    {
         if (isAgent && m_depth > 0) {
             ++m_depth;
             return;
@@ -132,7 +142,8 @@ private:
         m_depth = 1;
     }
 
-    void end() {
+    void end()
+    {
         if (m_depth == 1)
             close();
         else if (m_depth > 1)
@@ -140,7 +151,8 @@ private:
     }
 
     /// The card at hand is complete.
-    void close() {
+    void close()
+    {
         setNames(m_person, m_name, !m_isVersion21);
         m_cards.push_back(std::move(m_person));
         m_person = {};
@@ -151,7 +163,8 @@ private:
         m_depth = 0;
     }
 
-    void takeProperty(const ContentLine &line) {
+    void takeProperty(const ContentLine &line)
+    {
         if (line.name == "VERSION")
             m_isVersion21 = line.value.trimmed() == "2.1";
         else if (line.name == "N" && m_name.isEmpty())
@@ -162,7 +175,8 @@ private:
             takeAimName(screenNameOfImpp(line).trimmed(), rankOf(line));
     }
 
-    void takeAimName(const QString &name, PreferenceRank rank) {
+    void takeAimName(const QString &name, PreferenceRank rank)
+    {
         if (name.isEmpty())
             return;
         const qsizetype position = m_positions.value(name, m_person.aimNames.size());
@@ -194,7 +208,8 @@ private:
 
 } // namespace
 
-std::vector<ABPerson> readVCards(const QByteArray &bytes) {
+std::vector<ABPerson> readVCards(const QByteArray &bytes)
+{
     const QByteArray text = asciiCompatible(bytes);
     ContentLineReader lines(text);
     CardBuilder cards;

@@ -47,32 +47,22 @@ std::optional<qint64> integerFromDigits(const QString &text)
 std::optional<bool> booleanFromPreference(const PropertyList &value)
 {
     switch (value.kind()) {
-    case PropertyListKind::Boolean:
-        return value.boolean();
-    case PropertyListKind::Integer:
-        return value.integer() != 0;
-    case PropertyListKind::Real:
-        return value.real() != 0.0;
-    case PropertyListKind::String:
-        return booleanFromText(value.string().value());
-    default:
-        return std::nullopt;
+    case PropertyListKind::Boolean: return value.boolean();
+    case PropertyListKind::Integer: return value.integer() != 0;
+    case PropertyListKind::Real: return value.real() != 0.0;
+    case PropertyListKind::String: return booleanFromText(value.string().value());
+    default: return std::nullopt;
     }
 }
 
 std::optional<qint64> integerFromPreference(const PropertyList &value)
 {
     switch (value.kind()) {
-    case PropertyListKind::Boolean:
-        return value.boolean().value() ? 1 : 0;
-    case PropertyListKind::Integer:
-        return value.integer();
-    case PropertyListKind::Real:
-        return integerFromReal(value.real().value());
-    case PropertyListKind::String:
-        return integerFromDigits(value.string().value());
-    default:
-        return std::nullopt;
+    case PropertyListKind::Boolean: return value.boolean().value() ? 1 : 0;
+    case PropertyListKind::Integer: return value.integer();
+    case PropertyListKind::Real: return integerFromReal(value.real().value());
+    case PropertyListKind::String: return integerFromDigits(value.string().value());
+    default: return std::nullopt;
     }
 }
 

@@ -33,7 +33,8 @@ bool PropertyListTable::isUtf16String(const Node &node, QByteArrayView ascii) co
     return true;
 }
 
-std::optional<PropertyListTable::Index> PropertyListTable::valueForKey(Index node, QByteArrayView asciiKey) const
+std::optional<PropertyListTable::Index> PropertyListTable::valueForKey(Index node,
+                                                                       QByteArrayView asciiKey) const
 {
     if (kind(node) != PropertyListKind::Dictionary)
         return std::nullopt;

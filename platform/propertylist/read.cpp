@@ -14,7 +14,8 @@ void checkSize(const QByteArray &bytes)
 
 } // namespace
 
-std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray &bytes, DecodingBudget &budget)
+std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray &bytes,
+                                                               DecodingBudget &budget)
 {
     checkSize(bytes);
     return looksBinary(bytes) ? readBinaryPropertyList(bytes, budget) : readXmlPropertyList(bytes, budget);

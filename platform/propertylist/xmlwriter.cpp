@@ -37,23 +37,19 @@ bool isUnfitForXml(QStringView text, qsizetype at)
 QByteArrayView escaped(QChar c)
 {
     switch (c.unicode()) {
-    case u'&':
-        return "&amp;";
-    case u'<':
-        return "&lt;";
-    case u'>':
-        return "&gt;";
-    case u'\r':
-        return "&#13;";
-    default:
-        return {};
+    case u'&': return "&amp;";
+    case u'<': return "&lt;";
+    case u'>': return "&gt;";
+    case u'\r': return "&#13;";
+    default: return {};
     }
 }
 
 bool isPlain(QChar c)
 {
     const char16_t unit = c.unicode();
-    return unit >= 0x20 ? unit < 0xD800 && unit != u'&' && unit != u'<' && unit != u'>' : unit == u'\t' || unit == u'\n';
+    return unit >= 0x20 ? unit < 0xD800 && unit != u'&' && unit != u'<' && unit != u'>'
+                        : unit == u'\t' || unit == u'\n';
 }
 
 void appendEscaped(QByteArray &bytes, QStringView text)
@@ -127,7 +123,8 @@ void XMLPropertyListWriter::real(double value)
     else if (std::isinf(value))
         shown = value > 0 ? "+infinity" : "-infinity";
     else
-        shown = QByteArrayView(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
+        shown = QByteArrayView(digits.data(),
+                               std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
     line("<real>" + shown.toByteArray() + "</real>");
 }
 
@@ -156,20 +153,13 @@ void XMLPropertyListWriter::string(QStringView value)
 void XMLPropertyListWriter::value(const PropertyList &value)
 {
     switch (value.kind()) {
-    case PropertyListKind::Null:
-        return string({});
-    case PropertyListKind::Boolean:
-        return boolean(value.boolean().value());
-    case PropertyListKind::Integer:
-        return integer(value.integer().value());
-    case PropertyListKind::Real:
-        return real(value.real().value());
-    case PropertyListKind::Date:
-        return date(value.date().value());
-    case PropertyListKind::Data:
-        return data(value.data().value());
-    case PropertyListKind::String:
-        return string(value.string().value());
+    case PropertyListKind::Null: return string({});
+    case PropertyListKind::Boolean: return boolean(value.boolean().value());
+    case PropertyListKind::Integer: return integer(value.integer().value());
+    case PropertyListKind::Real: return real(value.real().value());
+    case PropertyListKind::Date: return date(value.date().value());
+    case PropertyListKind::Data: return data(value.data().value());
+    case PropertyListKind::String: return string(value.string().value());
     case PropertyListKind::UID:
         beginDictionary();
         key(u"CF$UID");

@@ -12,7 +12,8 @@ using platform::ABPerson;
 
 namespace {
 
-QByteArray card(const QByteArray &first, const QByteArray &last, const QByteArray &aimNameLines) {
+QByteArray card(const QByteArray &first, const QByteArray &last, const QByteArray &aimNameLines)
+{
     return "BEGIN:VCARD\nVERSION:3.0\nN:" + last + ";" + first + "\n" + aimNameLines + "\nEND:VCARD\n";
 }
 
@@ -22,7 +23,8 @@ protected:
     AddressBook() { enter(m_home); }
 
     /// Makes @p home the home folder, with an empty support folder in it.
-    void enter(const QTemporaryDir &home) {
+    void enter(const QTemporaryDir &home)
+    {
         setenv("HOME", home.path().toUtf8().constData(), 1);
         m_folder = std::filesystem::path(home.path().toStdString()) / "Library/Prattlebug";
         std::filesystem::create_directories(m_folder);
@@ -31,21 +33,24 @@ protected:
     [[nodiscard]] std::filesystem::path file(const char *name) const { return m_folder / name; }
 
     /// Writes into the file that is there, so that only its size and its time can tell the change.
-    void write(const char *name, const QByteArray &bytes) const {
+    void write(const char *name, const QByteArray &bytes) const
+    {
         std::ofstream stream(file(name), std::ios::binary | std::ios::trunc);
         stream.write(bytes.constData(), bytes.size());
         ASSERT_TRUE(stream.flush());
     }
 
     /// The full names of the records that match, separated by "/".
-    static QString matching(const QString &aimName) {
+    static QString matching(const QString &aimName)
+    {
         QStringList names;
         for (const ABPerson *person : ABAddressBook::sharedAddressBook().recordsMatchingAimName(aimName))
             names.append(person->fullName().value_or(QStringLiteral("?")));
         return names.join(u'/');
     }
 
-    static QString me() {
+    static QString me()
+    {
         const ABPerson *person = ABAddressBook::sharedAddressBook().me();
         return person ? person->fullName().value_or(QStringLiteral("?")) : QStringLiteral("nobody");
     }
@@ -58,7 +63,8 @@ const QString kim = QStringLiteral("kimlee");
 
 } // namespace
 
-TEST_F(AddressBook, FindsRecordsInTheOrderOfTheFile) {
+TEST_F(AddressBook, FindsRecordsInTheOrderOfTheFile)
+{
     write("contacts.vcf", card("Zoe", "Zack", "X-AIM:shared\nX-AIM:zoe") + card("Kim", "", "X-AIM:shared") +
                               card("Ann", "Able", "X-AIM:shared\nX-AIM:kimlee\nX-AIM:shared"));
     write("me.vcf", card("Me", "Myself", "X-AIM:mine\nX-AIM;PREF:first") + card("Not", "Me", "X-AIM:other"));
@@ -74,7 +80,8 @@ TEST_F(AddressBook, FindsRecordsInTheOrderOfTheFile) {
     EXPECT_EQ(person->aimNames.at(person->primaryAimName), QStringLiteral("first"));
 }
 
-TEST_F(AddressBook, ShowsEachChangeInTheNextRequest) {
+TEST_F(AddressBook, ShowsEachChangeInTheNextRequest)
+{
     EXPECT_EQ(me(), QStringLiteral("nobody"));
     EXPECT_EQ(matching(kim), QString());
 
@@ -92,7 +99,8 @@ TEST_F(AddressBook, ShowsEachChangeInTheNextRequest) {
     EXPECT_EQ(matching(kim), QString());
 }
 
-TEST_F(AddressBook, KeepsWhatHasNotChanged) {
+TEST_F(AddressBook, KeepsWhatHasNotChanged)
+{
     write("contacts.vcf", card("Kim", "Lee", "X-AIM:kimlee"));
     std::filesystem::last_write_time(file("contacts.vcf"),
                                      std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
@@ -102,14 +110,16 @@ TEST_F(AddressBook, KeepsWhatHasNotChanged) {
     EXPECT_EQ(book.recordsMatchingAimName(kim).front(), before);
 }
 
-TEST_F(AddressBook, CountsWhatCannotBeReadAsEmpty) {
+TEST_F(AddressBook, CountsWhatCannotBeReadAsEmpty)
+{
     write("contacts.vcf", "no card at all");
     std::filesystem::create_directory(file("me.vcf"));
     EXPECT_EQ(me(), QStringLiteral("nobody"));
     EXPECT_EQ(matching(kim), QString());
 }
 
-TEST_F(AddressBook, ReadsAFileThatHasBecomeReadable) {
+TEST_F(AddressBook, ReadsAFileThatHasBecomeReadable)
+{
     write("me.vcf", card("Kim", "Lee", ""));
     if (geteuid() == 0)
         GTEST_SKIP() << "nothing is unreadable to root";
@@ -119,7 +129,8 @@ TEST_F(AddressBook, ReadsAFileThatHasBecomeReadable) {
     EXPECT_EQ(me(), QStringLiteral("Kim Lee"));
 }
 
-TEST_F(AddressBook, BelongsToTheHomeFolderOfTheMoment) {
+TEST_F(AddressBook, BelongsToTheHomeFolderOfTheMoment)
+{
     write("me.vcf", card("Kim", "Lee", ""));
     EXPECT_EQ(me(), QStringLiteral("Kim Lee"));
 

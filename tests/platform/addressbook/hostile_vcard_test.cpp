@@ -8,7 +8,8 @@ using platform::readVCards;
 namespace {
 
 /// The AIM names of all cards; "/" behind each card.
-QString aimNames(const QByteArray &bytes) {
+QString aimNames(const QByteArray &bytes)
+{
     QString result;
     for (const ABPerson &person : readVCards(bytes))
         result += person.aimNames.join(u' ') + u'/';
@@ -17,7 +18,8 @@ QString aimNames(const QByteArray &bytes) {
 
 } // namespace
 
-TEST(HostileVCard, FindsTheCardsThatAreThere) {
+TEST(HostileVCard, FindsTheCardsThatAreThere)
+{
     const std::vector<std::pair<QByteArray, QString>> cases = {
         {"", QString()},
         {"\r\n\r\r\n", QString()},
@@ -47,7 +49,8 @@ TEST(HostileVCard, FindsTheCardsThatAreThere) {
         EXPECT_EQ(aimNames(bytes), expected) << bytes.constData();
 }
 
-TEST(HostileVCard, EveryPrefixKeepsTheCardsBeforeIt) {
+TEST(HostileVCard, EveryPrefixKeepsTheCardsBeforeIt)
+{
     const QByteArray sample =
         "BEGIN:VCARD\r\nVERSION:2.1\r\nN;CHARSET=Shift_JIS;ENCODING=QUOTED-PRINTABLE:=95=\r\n=5C;=83=5C\r\n"
         "AGENT:\r\nBEGIN:VCARD\r\nX-AIM:x\r\nEND:VCARD\r\nitem1.X-AIM;TYPE=\"a,pref\":a\\,b\r\nEND:VCARD\r\n"
@@ -71,7 +74,8 @@ TEST(HostileVCard, EveryPrefixKeepsTheCardsBeforeIt) {
 }
 
 // Work that grows with the square of the size would keep each of these busy for hours.
-TEST(HostileVCard, TakesLongInputInItsStride) {
+TEST(HostileVCard, TakesLongInputInItsStride)
+{
     constexpr qsizetype million = 1'000'000;
     const QByteArray begin = "BEGIN:VCARD\nVERSION:2.1\n";
     const QByteArray end = "\nX-AIM:kim\nEND:VCARD\n";

@@ -8,26 +8,30 @@ using platform::readVCards;
 namespace {
 
 /// One card of these lines.
-QByteArray card(const QByteArray &version, const QByteArray &lines) {
+QByteArray card(const QByteArray &version, const QByteArray &lines)
+{
     return "BEGIN:VCARD\r\nVERSION:" + version + "\r\n" + lines + "\r\nEND:VCARD\r\n";
 }
 
 /// What a card says, in one line: `First|Last|name name|primary`, "-" for what is absent.
-QString summary(const ABPerson &person) {
+QString summary(const ABPerson &person)
+{
     const QString absent = QStringLiteral("-");
     const QString primary = person.aimNames.isEmpty() ? absent : person.aimNames.at(person.primaryAimName);
     return person.firstName.value_or(absent) + u'|' + person.lastName.value_or(absent) + u'|' +
            person.aimNames.join(u' ') + u'|' + primary;
 }
 
-QStringList summaries(const QByteArray &bytes) {
+QStringList summaries(const QByteArray &bytes)
+{
     QStringList result;
     for (const ABPerson &person : readVCards(bytes))
         result.append(summary(person));
     return result;
 }
 
-QByteArray utf16(QStringView text, bool bigEndian) {
+QByteArray utf16(QStringView text, bool bigEndian)
+{
     QByteArray bytes;
     for (const QChar unit : text) {
         const char high = char(unit.unicode() >> 8);
@@ -44,14 +48,16 @@ struct Case {
     QString expected; ///< the summary of its one card
 };
 
-void expectAll(const std::vector<Case> &cases) {
+void expectAll(const std::vector<Case> &cases)
+{
     for (const Case &each : cases)
         EXPECT_EQ(summaries(each.bytes).join(u"; "), each.expected) << each.what;
 }
 
 } // namespace
 
-TEST(VCard, ReadsTheCardsThatAddressBooksExport) {
+TEST(VCard, ReadsTheCardsThatAddressBooksExport)
+{
     expectAll({
         {"macOS Contacts, 3.0",
          "BEGIN:VCARD\r\nVERSION:3.0\r\nPRODID:-//Apple Inc.//macOS 13.0//EN\r\nN:Lee;Kim;Marie;;\r\n"
@@ -95,7 +101,8 @@ TEST(VCard, ReadsTheCardsThatAddressBooksExport) {
     });
 }
 
-TEST(VCard, ReadsEveryEncodingOfTheFile) {
+TEST(VCard, ReadsEveryEncodingOfTheFile)
+{
     const QString text = QStringLiteral("BEGIN:VCARD\rVERSION:3.0\rN:Lé;Kim 😀\rX-AIM:kim\rEND:VCARD\r");
     const QString expected = QStringLiteral("Kim 😀|Lé|kim|kim");
     expectAll({
@@ -112,7 +119,8 @@ TEST(VCard, ReadsEveryEncodingOfTheFile) {
         << "two files put together";
 }
 
-TEST(VCard, DecodesValues) {
+TEST(VCard, DecodesValues)
+{
     expectAll({
         {"Latin 1", card("2.1", "N;ENCODING=QUOTED-PRINTABLE;CHARSET=ISO-8859-1:L=E9;Ren=e9"),
          QStringLiteral("René|Lé||-")},
@@ -138,7 +146,8 @@ TEST(VCard, DecodesValues) {
     });
 }
 
-TEST(VCard, TakesNamesApart) {
+TEST(VCard, TakesNamesApart)
+{
     expectAll({
         {"escapes", card("3.0", R"(N:Lee\, Jr.\;\\;Kim\nAnn\x\:)"),
          QStringLiteral("Kim\nAnn\\x:|Lee, Jr.;\\||-")},
@@ -160,7 +169,8 @@ TEST(VCard, TakesNamesApart) {
     EXPECT_EQ(readVCards(card("3.0", "N:Lee;")).at(0).fullName(), std::nullopt);
 }
 
-TEST(VCard, FindsAimNamesAndThePreferredOne) {
+TEST(VCard, FindsAimNamesAndThePreferredOne)
+{
     const std::vector<std::pair<QByteArray, QString>> cases = {
         {"X-AIM:a\nX-AIM:b", QStringLiteral("a b|a")},
         {"X-AIM:a\nX-AIM;TYPE=home,pref:b", QStringLiteral("a b|b")},

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "VORAPresentity.h"
+
+#include "platform/archive/coder.h"
+#include "platform/date/nsdate.h"
+#include "platform/foundation/nsattributedstring.h"
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+/// One line of a chat as iChat archived it: who sent it, when, and its styled text.
+///
+/// Made by the unarchivers in place of iChat's class "InstantMessage"; immutable.
+class VORAInstantMessage final : public platform::NSObject {
+public:
+    VORAInstantMessage(std::shared_ptr<const VORAPresentity> speaker,
+                       std::shared_ptr<const platform::NSAttributedString> string,
+                       std::optional<platform::NSDate> timestamp, qint32 flags = 0);
+
+    /// Keyed archives: "Sender", "Time", "MessageText", "Flags". Typed streams: sender, time, text, and the
+    /// flags word, in this sequence.
+    [[nodiscard]] static std::shared_ptr<const VORAInstantMessage> initWithCoder(platform::NSCoder &coder);
+
+    /// The sender, or null.
+    [[nodiscard]] const std::shared_ptr<const VORAPresentity> &sender() const { return m_speaker; }
+    /// The text with its attributes, or null.
+    [[nodiscard]] const std::shared_ptr<const platform::NSAttributedString> &string() const
+    {
+        return m_string;
+    }
+
+    /// The sender's display name; nothing when there is no sender or it has no identifier.
+    [[nodiscard]] std::optional<QString> Speaker() const;
+    /// The sender's identifier as archived.
+    [[nodiscard]] std::optional<QString> rawSpeaker() const;
+    /// When the message was sent; nothing when the archive does not say.
+    [[nodiscard]] const std::optional<platform::NSDate> &TimeStamp() const { return m_timestamp; }
+
+    /// The flags word as iChat stored it; its bits mean nothing here.
+    [[nodiscard]] qint32 flags() const { return m_mystery; }
+
+    /// Whether this is a notice of the program rather than something somebody said: it has no sender or no
+    /// text. Renderings and gatherings skip such messages.
+    [[nodiscard]] bool isStatusMessage() const;
+
+    /// "Kim: hello\n"; empty when there is no text.
+    [[nodiscard]] QString PlainString() const;
+    /// The styled line: the sender's name in bold, ": ", the text with its attributes, and two line feeds.
+    [[nodiscard]] platform::NSAttributedString LoggedString() const;
+
+    [[nodiscard]] QString className() const override { return QStringLiteral("VORAInstantMessage"); }
+
+private:
+    std::shared_ptr<const VORAPresentity> m_speaker;
+    std::shared_ptr<const platform::NSAttributedString> m_string;
+    std::optional<platform::NSDate> m_timestamp;
+    qint32 m_mystery;
+};
