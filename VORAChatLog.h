@@ -81,6 +81,27 @@ public:
     /// current time; that also adds one to the preference subjectNumber.
     [[nodiscard]] QString subjectForEmail() const;
 
+    // Links and attached files (VORAChatLog+Logs.cpp)
+
+    /// One record for each message that is no status message, in order, also for those without links.
+    [[nodiscard]] std::vector<LinkRecord> GatheredURLs() const;
+    /// The same for attached files.
+    [[nodiscard]] std::vector<ImageRecord> GatheredImages() const;
+
+    // Error reports (VORAChatLog+Errors.cpp)
+
+    enum class ErrorCode : qint32 {
+        FileNotWritten = 1,
+        MailServer = 2,
+        MailLogin = 3,
+        Internal = 4,
+    };
+    /// Tells the preference pane of a failure: code and text of the latest one under `errorStatus` and
+    /// `reportThis` in the shared preferences, and one more in `emailFails`, whatever the failure. When that
+    /// reaches 3, beeps and shows a dialog that sends the user to the pane. Never fails; writes nothing to
+    /// the console log.
+    static void reportError(ErrorCode code, const QString &andLog);
+
 private:
     VORAChatLog(std::shared_ptr<const platform::NSArray> loadedArray, QString primaryOtherParty);
 
