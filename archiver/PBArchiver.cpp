@@ -2,6 +2,8 @@
 
 #include "archiver/mboxmessage.h"
 
+#include "VORALogGenerator.h"
+
 #include "platform/files/directorywalk.h"
 #include "platform/files/files.h"
 #include "platform/log/nslog.h"
@@ -95,6 +97,7 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         ++(outcome == VORAChatLog::Outcome::Unreadable ? m_counts.unreadable : m_counts.notTranscripts);
         return;
     }
+    VORALogGenerator::GenerateLinkFiles(chatLog.get());
     const bool written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
     ++(written ? m_counts.archived : m_counts.notWritten);
 }
