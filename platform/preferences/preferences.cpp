@@ -38,7 +38,7 @@ Domain &domainOf(const std::filesystem::path &path)
 PropertyList dictionaryFrom(const QByteArray &bytes)
 {
     try {
-        PropertyList list = readPropertyList(bytes);
+        const PropertyList list = readPropertyList(bytes);
         return list.kind() == PropertyListKind::Dictionary ? list : PropertyList();
     } catch (const FormatError &) {
         return {};
@@ -73,14 +73,15 @@ bool makeFolder(const std::filesystem::path &path)
            (::mkdir(path.c_str(), forTheUserAlone) == 0 || errno == EEXIST);
 }
 
-/// Keeps other programs from synchronising while it lives. The folder itself is locked, not the file, which each
-/// synchronisation replaces by another; and no lock file is left about.
+/// Keeps other programs from synchronising while it lives. The folder itself is locked, not the file, which
+/// each synchronisation replaces by another; and no lock file is left about.
 class FolderLock {
 public:
     explicit FolderLock(const std::filesystem::path &folder)
         : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
-        // File systems without such locks exist (some networks'); there, saving without one beats never saving.
+        // File systems without such locks exist (some networks'); there, saving without one beats never
+        // saving.
         while (m_folder && ::flock(m_folder.number(), LOCK_EX) != 0 && errno == EINTR) {
         }
     }

@@ -14,27 +14,28 @@ namespace platform {
 // programs read and write at the same time. These stand in for the Core Foundation calls of the same names,
 // for this one domain.
 
-/// The value under @p key, Null when there is none: a change made here and not yet synchronised, else what the file
-/// says now (its identity is asked on every call). A file that is missing or unreadable counts as one without keys.
+/// The value under @p key, Null when there is none: a change made here and not yet synchronised, else what
+/// the file says now (its identity is asked on every call). A file that is missing or unreadable counts as
+/// one without keys.
 [[nodiscard]] PropertyList CFPreferencesCopyAppValue(QStringView key);
 
 /// Sets @p key to @p value, Null to remove it. Seen at once by this process, and by others after the next
 /// CFPreferencesAppSynchronize().
 void CFPreferencesSetAppValue(QStringView key, const PropertyList &value);
 
-/// Writes the changes to the file, keeping every other key as it is in the file at that moment: two programs that
-/// write different keys at once lose neither. Folders on the way are made. The file is written as XML, mode 0600,
-/// atomically; a file that cannot be parsed is first set aside beside itself with ".damaged" at its end of name. A symbolic
-/// link at its place is replaced.
+/// Writes the changes to the file, keeping every other key as it is in the file at that moment: two programs
+/// that write different keys at once lose neither. Folders on the way are made. The file is written as XML,
+/// mode 0600, atomically; a file that cannot be parsed is first set aside beside itself with ".damaged" at
+/// its end of name. A symbolic link at its place is replaced.
 /// @return false when the file could not be written; the changes then stay pending.
 bool CFPreferencesAppSynchronize();
 
-/// A value taken as a boolean, as the platform takes it: a boolean, a number other than 0, or one of the strings "YES",
-/// "true", "1" and "NO", "false", "0" (letter case does not count). Nothing for anything else.
+/// A value taken as a boolean, as the platform takes it: a boolean, a number other than 0, or one of the
+/// strings "YES", "true", "1" and "NO", "false", "0" (letter case does not count). Nothing for anything else.
 [[nodiscard]] std::optional<bool> booleanFromPreference(const PropertyList &value);
 
-/// A value taken as an integer: an integer, a real cut towards zero, a boolean as 0 or 1, or a string of decimal digits
-/// with or without a sign. Nothing for anything else, or for what 64 bits cannot hold.
+/// A value taken as an integer: an integer, a real cut towards zero, a boolean as 0 or 1, or a string of
+/// decimal digits with or without a sign. Nothing for anything else, or for what 64 bits cannot hold.
 [[nodiscard]] std::optional<qint64> integerFromPreference(const PropertyList &value);
 
 } // namespace platform

@@ -8,12 +8,13 @@ namespace platform {
 
 namespace {
 
-// A file is the magic and two digits of a version, the objects in any order, the table of their offsets, and a
-// trailer. Everything is big-endian. An object begins with a marker: its kind in the high half, in the low half a
-// size, or for small values the value itself.
+// A file is the magic and two digits of a version, the objects in any order, the table of their offsets, and
+// a trailer. Everything is big-endian. An object begins with a marker: its kind in the high half, in the low
+// half a size, or for small values the value itself.
 
 constexpr QByteArrayView magic("bplist");
-constexpr QByteArrayView versions("bplist0"); // 00 and 01 hold the same; what others exist are different formats
+// 00 and 01 hold the same; what others exist are different formats
+constexpr QByteArrayView versions("bplist0");
 constexpr quint64 headerSize = 8;
 
 // The trailer: 6 bytes of no interest, size of an offset, size of a reference, then 8 bytes each: number of
@@ -50,16 +51,11 @@ constexpr unsigned countFollows = 0xF; // in the low half: the count is the inte
 quint64 bigEndian(const char *from, unsigned size)
 {
     switch (size) {
-    case 1:
-        return quint8(*from);
-    case 2:
-        return qFromBigEndian<quint16>(from);
-    case 4:
-        return qFromBigEndian<quint32>(from);
-    case 8:
-        return qFromBigEndian<quint64>(from);
-    default:
-        break;
+    case 1: return quint8(*from);
+    case 2: return qFromBigEndian<quint16>(from);
+    case 4: return qFromBigEndian<quint32>(from);
+    case 8: return qFromBigEndian<quint64>(from);
+    default: break;
     }
     quint64 value = 0;
     for (unsigned i = 0; i < size; ++i)
@@ -69,7 +65,10 @@ quint64 bigEndian(const char *from, unsigned size)
 
 class BinaryReader {
 public:
-    BinaryReader(const QByteArray &bytes, DecodingBudget &budget) : m_file(bytes), m_bytes(bytes.constData()), m_budget(budget) {}
+    BinaryReader(const QByteArray &bytes, DecodingBudget &budget)
+        : m_file(bytes), m_bytes(bytes.constData()), m_budget(budget)
+    {
+    }
 
     std::shared_ptr<const PropertyListTable> read();
 
@@ -85,11 +84,13 @@ private:
     [[nodiscard]] Node date(Node node, quint8 marker) const;
     [[nodiscard]] Node uid(Node node, quint8 marker) const;
     [[nodiscard]] Node text(Node node, PropertyListKind kind, quint8 marker, unsigned unitSize = 1) const;
-    [[nodiscard]] Node container(Node node, PropertyListKind kind, quint8 marker, unsigned referencesEach = 1);
+    [[nodiscard]] Node container(Node node, PropertyListKind kind, quint8 marker,
+                                 unsigned referencesEach = 1);
     [[nodiscard]] quint64 countAt(quint64 &position, quint8 marker, qint64 offset) const;
     [[nodiscard]] std::vector<Index> references(std::vector<Node> &nodes) const;
 
-    /// @throws FormatError unless @p count things of @p size bytes each lie between @p position and the objects' end.
+    /// @throws FormatError unless @p count things of @p size bytes each lie between @p position and the
+    /// objects' end.
     void require(quint64 position, quint64 count, quint64 size, qint64 offset) const
     {
         if (count > (m_objectsEnd - position) / size)
@@ -121,7 +122,8 @@ std::shared_ptr<const PropertyListTable> BinaryReader::read()
         nodes.push_back(object(offset));
     }
     std::vector<Index> found = references(nodes);
-    return std::make_shared<const PropertyListTable>(m_file, std::move(nodes), std::move(found), Index(m_topObject));
+    return std::make_shared<const PropertyListTable>(m_file, std::move(nodes), std::move(found),
+                                                     Index(m_topObject));
 }
 
 void BinaryReader::readTrailer()
@@ -155,31 +157,21 @@ PropertyListTable::Node BinaryReader::object(quint64 offset)
     const Node node{.offset = quint32(offset)};
     const auto marker = quint8(m_bytes[offset]);
     switch (marker >> 4U) {
-    case Special:
-        return special(node, marker);
-    case Integer:
-        return integer(node, marker);
-    case Real:
-        return real(node, marker);
-    case Date:
-        return date(node, marker);
-    case Data:
-        return text(node, PropertyListKind::Data, marker);
+    case Special: return special(node, marker);
+    case Integer: return integer(node, marker);
+    case Real: return real(node, marker);
+    case Date: return date(node, marker);
+    case Data: return text(node, PropertyListKind::Data, marker);
     case AsciiString:
     case Utf8String: // of which ASCII is a part; what is none is read as tolerantly
         return text(node, PropertyListKind::String, marker);
-    case Utf16String:
-        return text(node, PropertyListKind::String, marker, 2);
-    case Uid:
-        return uid(node, marker);
+    case Utf16String: return text(node, PropertyListKind::String, marker, 2);
+    case Uid: return uid(node, marker);
     case Array:
     case OrderedSet:
-    case Set:
-        return container(node, PropertyListKind::Array, marker);
-    case Dictionary:
-        return container(node, PropertyListKind::Dictionary, marker, 2);
-    default:
-        throw FormatError(qint64(offset), "an object of an unknown kind");
+    case Set: return container(node, PropertyListKind::Array, marker);
+    case Dictionary: return container(node, PropertyListKind::Dictionary, marker, 2);
+    default: throw FormatError(qint64(offset), "an object of an unknown kind");
     }
 }
 
@@ -187,15 +179,13 @@ PropertyListTable::Node BinaryReader::special(Node node, quint8 marker) const
 {
     switch (marker) {
     case nullMarker:
-    case fillMarker:
-        return node;
+    case fillMarker: return node;
     case falseMarker:
     case trueMarker:
         node.kind = PropertyListKind::Boolean;
         node.content = marker == trueMarker ? 1 : 0;
         return node;
-    default:
-        throw FormatError(node.offset, "an object of an unknown kind");
+    default: throw FormatError(node.offset, "an object of an unknown kind");
     }
 }
 
@@ -261,19 +251,22 @@ PropertyListTable::Node BinaryReader::uid(Node node, quint8 marker) const
     return node;
 }
 
-PropertyListTable::Node BinaryReader::text(Node node, PropertyListKind kind, quint8 marker, unsigned unitSize) const
+PropertyListTable::Node BinaryReader::text(Node node, PropertyListKind kind, quint8 marker,
+                                           unsigned unitSize) const
 {
     quint64 position = quint64(node.offset) + 1;
     const quint64 units = countAt(position, marker, node.offset);
     require(position, units, unitSize, node.offset);
     node.kind = kind;
-    node.encoding = unitSize == 2 ? PropertyListTable::Encoding::Utf16BigEndian : PropertyListTable::Encoding::Utf8;
+    node.encoding =
+        unitSize == 2 ? PropertyListTable::Encoding::Utf16BigEndian : PropertyListTable::Encoding::Utf8;
     node.content = Node::packed(quint32(position), quint32(units * unitSize));
     return node;
 }
 
 /// A container whose content is, until references() has run, where its references stand in the file.
-PropertyListTable::Node BinaryReader::container(Node node, PropertyListKind kind, quint8 marker, unsigned referencesEach)
+PropertyListTable::Node BinaryReader::container(Node node, PropertyListKind kind, quint8 marker,
+                                                unsigned referencesEach)
 {
     quint64 position = quint64(node.offset) + 1;
     const quint64 count = countAt(position, marker, node.offset);
@@ -289,7 +282,8 @@ PropertyListTable::Node BinaryReader::container(Node node, PropertyListKind kind
     return node;
 }
 
-/// The count of the object with this marker; moves @p position, just behind the marker, to where its contents begin.
+/// The count of the object with this marker; moves @p position, just behind the marker, to where its contents
+/// begin.
 quint64 BinaryReader::countAt(quint64 &position, quint8 marker, qint64 offset) const
 {
     const unsigned inMarker = marker & 0xFU;
@@ -334,7 +328,8 @@ bool looksBinary(QByteArrayView bytes)
     return bytes.startsWith(magic);
 }
 
-std::shared_ptr<const PropertyListTable> readBinaryPropertyList(const QByteArray &bytes, DecodingBudget &budget)
+std::shared_ptr<const PropertyListTable> readBinaryPropertyList(const QByteArray &bytes,
+                                                                DecodingBudget &budget)
 {
     return BinaryReader(bytes, budget).read();
 }

@@ -14,7 +14,8 @@ void checkSize(const QByteArray &bytes)
 
 } // namespace
 
-std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray &bytes, DecodingBudget &budget)
+std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray &bytes,
+                                                               DecodingBudget &budget)
 {
     checkSize(bytes);
     return looksBinary(bytes) ? readBinaryPropertyList(bytes, budget) : readXmlPropertyList(bytes, budget);
@@ -27,8 +28,9 @@ PropertyList readPropertyList(const QByteArray &bytes)
     std::shared_ptr<const PropertyListTable> table = looksBinary(bytes) || looksXml(bytes)
                                                          ? readPropertyListTable(bytes, budget)
                                                          : readTextPropertyList(bytes, budget);
-    checkTree(*table, bytes.size());
+    const quint64 longestXml = checkTree(*table, budget);
     const PropertyListTable::Index root = table->root();
+    DecodingBudget(bytes.size()).charge(longestXml, table->offset(root));
     return {std::move(table), root};
 }
 

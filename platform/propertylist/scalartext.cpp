@@ -41,8 +41,8 @@ DateText dateFromFields(QByteArrayView text, int secondsFromUtc)
     const int hour = number(text, 11, 2);
     const int minute = number(text, 14, 2);
     const int second = number(text, 17, 2);
-    const std::chrono::year_month_day calendarDay{std::chrono::year(year), std::chrono::month(unsigned(month)),
-                                                  std::chrono::day(unsigned(day))};
+    const std::chrono::year_month_day calendarDay{
+        std::chrono::year(year), std::chrono::month(unsigned(month)), std::chrono::day(unsigned(day))};
     if (!calendarDay.ok() || hour > 23 || minute > 59 || second > 60)
         return {};
     return {true, dateFromUtc(year, month, day, hour, minute, second - secondsFromUtc)};

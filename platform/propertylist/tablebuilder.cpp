@@ -15,7 +15,8 @@ PropertyListTableBuilder::Container PropertyListTableBuilder::open() const
 {
     if (m_open.empty())
         return Container::None;
-    return m_nodes[m_open.back().node].kind == PropertyListKind::Array ? Container::Array : Container::Dictionary;
+    return m_nodes[m_open.back().node].kind == PropertyListKind::Array ? Container::Array
+                                                                       : Container::Dictionary;
 }
 
 void PropertyListTableBuilder::begin(PropertyListKind container, qint64 offset)
@@ -33,7 +34,8 @@ void PropertyListTableBuilder::end()
     const size_t children = m_children.size() - ended.firstChild;
     const auto first = quint32(m_references.size());
     PropertyListTable::Node &node = m_nodes[ended.node];
-    const size_t parts = node.kind == PropertyListKind::Array ? 1 : 2; // a dictionary's keys go before its values
+    const size_t parts =
+        node.kind == PropertyListKind::Array ? 1 : 2; // a dictionary's keys go before its values
     for (size_t part = 0; part < parts; ++part) {
         for (size_t child = ended.firstChild + part; child < m_children.size(); child += parts)
             m_references.push_back(m_children[child]);
@@ -57,7 +59,8 @@ void PropertyListTableBuilder::real(double value, qint64 offset)
 void PropertyListTableBuilder::date(const std::optional<NSDate> &value, qint64 offset)
 {
     if (value)
-        scalar(PropertyListKind::Date, std::bit_cast<quint64>(value->timeIntervalSinceReferenceDate()), offset);
+        scalar(PropertyListKind::Date, std::bit_cast<quint64>(value->timeIntervalSinceReferenceDate()),
+               offset);
     else
         null(offset);
 }
@@ -74,10 +77,12 @@ void PropertyListTableBuilder::string(QByteArrayView utf8, qint64 offset)
 
 std::shared_ptr<const PropertyListTable> PropertyListTableBuilder::finish()
 {
-    return std::make_shared<const PropertyListTable>(std::move(m_bytes), std::move(m_nodes), std::move(m_references), 0);
+    return std::make_shared<const PropertyListTable>(std::move(m_bytes), std::move(m_nodes),
+                                                     std::move(m_references), 0);
 }
 
-PropertyListTable::Index PropertyListTableBuilder::append(PropertyListKind kind, quint64 content, qint64 offset)
+PropertyListTable::Index PropertyListTableBuilder::append(PropertyListKind kind, quint64 content,
+                                                          qint64 offset)
 {
     m_budget.charge(growth * (sizeof(PropertyListTable::Node) + 2 * sizeof(Index)), offset);
     m_nodes.push_back({.kind = kind, .offset = quint32(offset), .content = content});

@@ -11,17 +11,17 @@
 
 namespace platform {
 
-/// Builds a table from values in the order in which a document holds them: a container is begun, filled and ended, a
-/// dictionary with a key before each value.
+/// Builds a table from values in the order in which a document holds them: a container is begun, filled and
+/// ended, a dictionary with a key before each value.
 ///
-/// What it builds is a tree of bounded depth with strings for keys. The caller keeps to the order: one value at the
-/// root, no value in a dictionary unless wantsKey() is false, no key unless it is true.
+/// What it builds is a tree of bounded depth with strings for keys. The caller keeps to the order: one value
+/// at the root, no value in a dictionary unless wantsKey() is false, no key unless it is true.
 class PropertyListTableBuilder {
 public:
     explicit PropertyListTableBuilder(DecodingBudget &budget) : m_budget(budget) {}
 
     /// What is open at the moment.
-    enum class Container { None, Array, Dictionary };
+    enum class Container : quint8 { None, Array, Dictionary };
     [[nodiscard]] Container open() const;
     /// How many containers are open.
     [[nodiscard]] int depth() const { return int(m_open.size()); }
@@ -61,7 +61,10 @@ private:
 
     Index append(PropertyListKind kind, quint64 content, qint64 offset);
     void addToOpen(Index node);
-    void scalar(PropertyListKind kind, quint64 content, qint64 offset) { addToOpen(append(kind, content, offset)); }
+    void scalar(PropertyListKind kind, quint64 content, qint64 offset)
+    {
+        addToOpen(append(kind, content, offset));
+    }
     [[nodiscard]] quint64 store(QByteArrayView bytes, qint64 offset);
 
     DecodingBudget &m_budget;

@@ -28,8 +28,8 @@ int hexDigit(char c)
 /// Whether a string may hold @p c without quotes around it.
 bool isBare(char c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '$' ||
-           c == '/' || c == ':' || c == '.' || c == '-';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '$' || c == '/' || c == ':' || c == '.' || c == '-';
 }
 
 class TextReader {
@@ -66,7 +66,10 @@ private:
         return isThere;
     }
     [[noreturn]] void fail(const char *reason) const { throw FormatError(m_position, reason); }
-    [[noreturn]] void unexpected() const { fail(atEnd() ? "the text ends in the middle" : "an unexpected character"); }
+    [[noreturn]] void unexpected() const
+    {
+        fail(atEnd() ? "the text ends in the middle" : "an unexpected character");
+    }
 
     QByteArrayView m_text;
     qsizetype m_position = 0;
@@ -165,8 +168,7 @@ void TextReader::afterValue()
 {
     skipBlanks();
     switch (m_builder.open()) {
-    case PropertyListTableBuilder::Container::None:
-        return;
+    case PropertyListTableBuilder::Container::None: return;
     case PropertyListTableBuilder::Container::Array:
         if (!take(',') && !at(')'))
             unexpected();
@@ -180,7 +182,8 @@ void TextReader::afterValue()
 
 bool TextReader::atString() const
 {
-    return !atEnd() && (m_text[m_position] == '"' || m_text[m_position] == '\'' || isBare(m_text[m_position]));
+    return !atEnd() &&
+           (m_text[m_position] == '"' || m_text[m_position] == '\'' || isBare(m_text[m_position]));
 }
 
 QByteArray TextReader::readString()

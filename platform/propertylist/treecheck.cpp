@@ -1,6 +1,5 @@
 #include "platform/propertylist/treecheck.h"
 
-#include "platform/decodingbudget.h"
 #include "platform/propertylist/readers.h"
 
 #include <algorithm>
@@ -17,8 +16,8 @@ quint64 sum(quint64 a, quint64 b)
     return std::min(a + b, beyondMeasure);
 }
 
-/// How long a value is in the XML form, at most, when it stands at the left margin; each level that it stands deeper
-/// adds one tab to each of its lines.
+/// How long a value is in the XML form, at most, when it stands at the left margin; each level that it stands
+/// deeper adds one tab to each of its lines.
 struct Extent {
     quint64 bytes = 0;
     quint64 lines = 0;
@@ -32,7 +31,7 @@ constexpr quint64 uidDictionary = 90;    // of four lines
 constexpr quint64 containerElement = 17; // <array> and </array>, each on its line
 constexpr quint64 dataElement = 15;      // <data> and </data>, the same
 constexpr quint64 dataLine = 57;         // bytes that one line of Base64 holds
-constexpr quint64 documentFrame = 256;  // what stands before and behind the value at the root
+constexpr quint64 documentFrame = 256;   // what stands before and behind the value at the root
 constexpr quint64 base64Line = 78;       // its length, the line's end included
 
 Extent extentOfScalar(const PropertyListTable &table, PropertyListTable::Index node)
@@ -44,19 +43,16 @@ Extent extentOfScalar(const PropertyListTable &table, PropertyListTable::Index n
         const quint64 lines = quint64(table.data(node).size()) / dataLine + 1;
         return {dataElement + lines * base64Line, lines + 2};
     }
-    case PropertyListKind::UID:
-        return {uidDictionary, 4};
-    default:
-        return {longestScalar, 1};
+    case PropertyListKind::UID: return {uidDictionary, 4};
+    default: return {longestScalar, 1};
     }
 }
 
 class TreeCheck {
 public:
-    explicit TreeCheck(const PropertyListTable &table, qint64 inputSize) : m_table(table)
+    TreeCheck(const PropertyListTable &table, DecodingBudget &budget) : m_table(table)
     {
-        DecodingBudget budget(inputSize);
-        budget.charge(table.size(), sizeof(Seen), 0);
+        budget.charge(table.size(), sizeof(Seen), table.offset(table.root()));
         m_seen.resize(table.size());
     }
 
@@ -126,10 +122,9 @@ void TreeCheck::add(Seen &container, Index child, int depth)
 
 } // namespace
 
-void checkTree(const PropertyListTable &table, qint64 inputSize)
+quint64 checkTree(const PropertyListTable &table, DecodingBudget &budget)
 {
-    const Extent extent = TreeCheck(table, inputSize).check(table.root(), 0);
-    DecodingBudget(inputSize).charge(sum(extent.bytes, documentFrame), table.offset(table.root()));
+    return sum(TreeCheck(table, budget).check(table.root(), 0).bytes, documentFrame);
 }
 
 } // namespace platform

@@ -90,7 +90,8 @@ QByteArray declaredEncoding(QByteArrayView declaration)
 
 bool looksXml(QByteArrayView bytes)
 {
-    for (const QByteArrayView mark : {QByteArrayView("\xEF\xBB\xBF"), QByteArrayView("\xFE\xFF"), QByteArrayView("\xFF\xFE")}) {
+    for (const QByteArrayView mark :
+         {QByteArrayView("\xEF\xBB\xBF"), QByteArrayView("\xFE\xFF"), QByteArrayView("\xFF\xFE")}) {
         if (bytes.startsWith(mark)) {
             bytes = bytes.sliced(mark.size());
             break;
@@ -112,8 +113,8 @@ bool looksXml(QByteArrayView bytes)
 XmlMarkup xmlMarkup(const QByteArray &file)
 {
     Utf8Text text = utf8Text(file);
-    // XML wants its declaration at the very start, files have white space there. The declaration goes as well: it
-    // may name the encoding of before.
+    // XML wants its declaration at the very start, files have white space there. The declaration goes as
+    // well: it may name the encoding of before.
     qsizetype begin = skipBlanks(text.bytes, 0);
     if (QByteArrayView(text.bytes).sliced(begin).startsWith("<?xml ")) {
         const qsizetype end = behind(text.bytes, "?>", begin);

@@ -44,7 +44,8 @@ private:
 
     [[nodiscard]] qint64 offset() const { return m_dropped + m_xml.characterOffset(); }
     [[noreturn]] void fail(const char *reason) const { throw FormatError(offset(), reason); }
-    template <typename Value> [[nodiscard]] Value orFail(std::optional<Value> value, const char *reason) const
+    template <typename Value>
+    [[nodiscard]] Value orFail(std::optional<Value> value, const char *reason) const
     {
         if (!value)
             fail(reason);
@@ -62,18 +63,13 @@ std::shared_ptr<const PropertyListTable> XmlReader::read()
 {
     while (!m_xml.atEnd()) {
         switch (m_xml.readNext()) {
-        case QXmlStreamReader::StartElement:
-            startElement();
-            break;
-        case QXmlStreamReader::EndElement:
-            endElement();
-            break;
+        case QXmlStreamReader::StartElement: startElement(); break;
+        case QXmlStreamReader::EndElement: endElement(); break;
         case QXmlStreamReader::Characters:
             if (!m_xml.isWhitespace())
                 fail("text between values");
             break;
-        case QXmlStreamReader::EntityReference:
-            fail("an entity that is not declared");
+        case QXmlStreamReader::EntityReference: fail("an entity that is not declared");
         default: // comments and the like, and errors
             break;
         }
@@ -111,7 +107,7 @@ void XmlReader::startValue(QStringView name, qint64 start)
         return m_builder.begin(PropertyListKind::Array, start);
 
     // The name is gone with the next token.
-    enum { String, Integer, Real, True, False, Date, Data } kind{};
+    enum : quint8 { String, Integer, Real, True, False, Date, Data } kind{};
     if (name == u"string")
         kind = String;
     else if (name == u"integer")
@@ -131,23 +127,21 @@ void XmlReader::startValue(QStringView name, qint64 start)
 
     readText();
     switch (kind) {
-    case String:
-        return m_builder.string(utf8FromString(m_text), start);
+    case String: return m_builder.string(utf8FromString(m_text), start);
     case Integer:
-        return m_builder.integer(orFail(integerFromText(utf8FromString(m_text)), "an integer that is none"), start);
+        return m_builder.integer(orFail(integerFromText(utf8FromString(m_text)), "an integer that is none"),
+                                 start);
     case Real:
         return m_builder.real(orFail(realFromText(utf8FromString(m_text)), "a real that is none"), start);
     case True:
-    case False:
-        return m_builder.boolean(kind == True, start);
+    case False: return m_builder.boolean(kind == True, start);
     case Date: {
         const DateText text = dateFromXmlText(utf8FromString(m_text));
         if (!text.wellFormed)
             fail("a date that is none");
         return m_builder.date(text.date, start);
     }
-    case Data:
-        return m_builder.data(orFail(dataFromText(m_text), "data that is no Base64"), start);
+    case Data: return m_builder.data(orFail(dataFromText(m_text), "data that is no Base64"), start);
     }
 }
 
@@ -163,8 +157,7 @@ void XmlReader::endElement()
         if (!m_builder.wantsKey())
             fail("a key without a value");
         break;
-    case PropertyListTableBuilder::Container::Array:
-        break;
+    case PropertyListTableBuilder::Container::Array: break;
     }
     m_builder.end();
 }
@@ -175,15 +168,10 @@ void XmlReader::readText()
     m_text.resize(0); // keeps its memory, which clear() would not
     while (true) {
         switch (m_xml.readNext()) {
-        case QXmlStreamReader::Characters:
-            m_text += m_xml.text();
-            break;
-        case QXmlStreamReader::EndElement:
-            return;
-        case QXmlStreamReader::StartElement:
-            fail("an element inside a value that holds text");
-        case QXmlStreamReader::EntityReference:
-            fail("an entity that is not declared");
+        case QXmlStreamReader::Characters: m_text += m_xml.text(); break;
+        case QXmlStreamReader::EndElement: return;
+        case QXmlStreamReader::StartElement: fail("an element inside a value that holds text");
+        case QXmlStreamReader::EntityReference: fail("an entity that is not declared");
         case QXmlStreamReader::Invalid:
             throw FormatError(offset(), utf8FromString(m_xml.errorString()).toStdString());
         default: // comments, processing instructions
