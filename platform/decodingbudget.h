@@ -8,8 +8,8 @@ namespace platform {
 
 /// How much memory the decoding of one file may take in all.
 ///
-/// A few bytes of a file can name a large object many times. Every reader charges what it is about to allocate
-/// here first, so that no file, whatever its bytes, takes more than 64 MiB plus 32 times its size.
+/// A few bytes of a file can name a large object many times. Every reader charges what it is about to
+/// allocate here first, so that no file, whatever its bytes, takes more than 64 MiB plus 32 times its size.
 class DecodingBudget {
 public:
     /// @param fileSize size of the input in bytes; not negative.

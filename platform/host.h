@@ -8,14 +8,14 @@ namespace platform {
 /// What the running program offers to the model below it: somewhere to write, to beep and to show a dialog.
 ///
 /// Together with the chat-log model's three host flags this is the only state that belongs to the process. A
-/// program installs its host once, at its start; until then the default host stands, which writes console lines
-/// to standard error and shows a dialog as such a line.
+/// program installs its host once, at its start; until then the default host stands, which writes console
+/// lines to standard error and shows a dialog as such a line.
 class Host {
 public:
     virtual ~Host() = default;
 
-    /// Writes one finished line of the console log. @p line is UTF-8, but for file names, which are any bytes; it
-    /// holds no line feed at its end.
+    /// Writes one finished line of the console log. @p line is UTF-8, but for file names, which are any
+    /// bytes; it holds no line feed at its end.
     virtual void consoleLine(QByteArrayView line);
     /// Sounds the system's beep; the default host does nothing.
     virtual void beep();

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "platform/files/files.h"
+
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -13,7 +15,8 @@ namespace platform {
 
 /// One card of an address book: the properties that the system asks for.
 ///
-/// Stands in for the platform's ABPerson, of which it offers the first and last name and the AIM screen names.
+/// Stands in for the platform's ABPerson, of which it offers the first and last name and the AIM screen
+/// names.
 struct ABPerson {
     /// kABFirstNameProperty and kABLastNameProperty; nothing when the card has none or an empty one.
     std::optional<QString> firstName;
@@ -40,19 +43,53 @@ public:
 
     /// The user's own card, or null. Valid until the next request.
     [[nodiscard]] const ABPerson *me();
-    /// The cards whose AIM screen names hold @p screenName, compared exactly, in the order of the file. Found through
-    /// an index, not by a walk. Valid until the next request.
+    /// The cards whose AIM screen names hold @p screenName, compared exactly, in the order of the file. Found
+    /// through an index, not by a walk. Valid until the next request.
     [[nodiscard]] const std::vector<const ABPerson *> &recordsMatchingAimName(const QString &screenName);
+
+    ABAddressBook(const ABAddressBook &) = delete;
+    ABAddressBook &operator=(const ABAddressBook &) = delete;
+
+private:
+    ABAddressBook() = default;
+
+    /// The cards of one file, as it was when last read.
+    struct CardFile {
+        std::filesystem::path path;
+        std::optional<FileIdentity> identity; ///< nothing when there is no file
+        bool holds = false;                   ///< whether an equal identity means equal cards
+        std::vector<ABPerson> cards;
+
+        /// Reads the file at @p current unless `cards` still are what it holds. @return whether they were
+        /// replaced.
+        bool update(const std::filesystem::path &current);
+    };
+
+    CardFile m_me;
+    CardFile m_contacts;
+    /// The records that bear each AIM name, in the order of the file; pointers into m_contacts.
+    QHash<QString, std::vector<const ABPerson *>> m_recordsByAimName;
 };
 
-/// Reads the cards of a vCard file: versions 2.1, 3.0 and 4.0, UTF-8 or UTF-16 with a byte-order mark.
+/// Reads the cards of a vCard file: versions 2.1, 3.0 and 4.0, in UTF-8 or UTF-16. Malformed UTF-8 becomes
+/// U+FFFD; UTF-16 is known by its byte-order mark, or without one by starting with the letter B.
 ///
-/// Folded lines (of quoted-printable values too), groups (`item1.X-AIM`), parameters with and without names, quoted
-/// parameter values, backslash escapes; quoted-printable and base64 values with their CHARSET. Names come from N (an
-/// empty part counts as absent), AIM names from X-AIM and from IMPP of service AIM (its `aim:` prefix and percent-encoding
-/// taken off), preferred by TYPE=pref, by a bare PREF (2.1) or by the lowest PREF=1…100 (4.0).
+/// Folded lines (of quoted-printable values too), groups (`item1.X-AIM`), parameters with and without names,
+/// quoted parameter values, backslash escapes; quoted-printable and base64 values with their CHARSET.
 ///
-/// Never fails: what is no card is passed over. RFC 6350, RFC 2426 and the vCard 2.1 specification of 1996.
+/// Names come from the first N with a value; white space around a part is dropped, and an empty part counts
+/// as absent. A part with several values, separated by commas (3.0 and 4.0), has them joined by one blank;
+/// in 2.1 a comma stands for itself.
+///
+/// AIM names come from X-AIM and from IMPP whose X-SERVICE-TYPE is AIM or, where it names no service, whose
+/// scheme is `aim:`. `aim:` and percent-encoding are taken off, and `aim:goim?screenname=…` gives the name in
+/// it. Preferred by TYPE=pref, by a bare PREF (2.1), or by the lowest PREF=1…100 (4.0), the first of several
+/// preferred alike; a name that stands there twice keeps its first position and its best preference.
+///
+/// Never fails: what is no card is passed over, so that a file that is no vCard at all gives no cards. A card
+/// whose END is missing goes on to the next card or the end of the file. The card of an AGENT inside another
+/// one is no card of its own. Takes time and memory in proportion to the bytes. RFC 6350, RFC 2426 and the
+/// vCard 2.1 specification of 1996.
 [[nodiscard]] std::vector<ABPerson> readVCards(const QByteArray &bytes);
 
 } // namespace platform

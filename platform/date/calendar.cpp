@@ -8,8 +8,9 @@ namespace platform {
 
 namespace {
 
-constexpr std::array<const char *, 12> monthNames{"January", "February", "March",     "April",   "May",      "June",
-                                                  "July",    "August",   "September", "October", "November", "December"};
+constexpr std::array<const char *, 12> monthNames{"January",   "February", "March",    "April",
+                                                  "May",       "June",     "July",     "August",
+                                                  "September", "October",  "November", "December"};
 constexpr std::array<const char *, 7> weekdayNames{"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 
 CalendarDate fromBrokenDown(const std::tm &time)

@@ -11,13 +11,13 @@ namespace platform {
 
 /// A moment as the calendar and the clock of the local time zone show it (Gregorian throughout).
 struct CalendarDate {
-    int year = 1;    ///< 0 to 10000: the time zone may carry a moment over the edge of the years 1 to 9999 UTC
-    int month = 1;   ///< 1 to 12
-    int day = 1;     ///< 1 to 31
-    int hour = 0;    ///< 0 to 23
-    int minute = 0;  ///< 0 to 59
-    int second = 0;  ///< 0 to 60; parts of a second are cut off
-    int weekday = 0; ///< 0 Sunday to 6 Saturday
+    int year = 1;   ///< 0 to 10000: the time zone may carry a moment over the edge of the years 1 to 9999 UTC
+    int month = 1;  ///< 1 to 12
+    int day = 1;    ///< 1 to 31
+    int hour = 0;   ///< 0 to 23
+    int minute = 0; ///< 0 to 59
+    int second = 0; ///< 0 to 60; parts of a second are cut off
+    int weekday = 0;        ///< 0 Sunday to 6 Saturday
     int secondsFromUtc = 0; ///< offset in force at that moment, positive east of Greenwich
 };
 
@@ -29,7 +29,8 @@ struct CalendarDate {
 
 /// The moment that a UTC clock shows as these; each field may lie outside its range and carries over, as in
 /// timegm(3). Nothing when the result is outside the years 1 to 9999.
-[[nodiscard]] std::optional<NSDate> dateFromUtc(int year, int month, int day, int hour, int minute, int second);
+[[nodiscard]] std::optional<NSDate> dateFromUtc(int year, int month, int day, int hour, int minute,
+                                                int second);
 
 /// @p date in local time by a calendar format, names in English whatever the locale. Codes:
 ///

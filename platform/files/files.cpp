@@ -1,39 +1,17 @@
 #include "platform/files/files.h"
 
 #include "platform/files/descriptor.h"
+#include "platform/files/systemcalls.h"
 #include "platform/text/encoding.h"
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace platform {
-
-namespace {
-
-std::string reasonOf(int error)
-{
-    return std::strerror(error); // NOLINT(concurrency-mt-unsafe): one thread
-}
-
-bool writeAll(int descriptor, QByteArrayView bytes)
-{
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), size_t(bytes.size()));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        bytes = bytes.sliced(written);
-    }
-    return true;
-}
-
-} // namespace
 
 std::filesystem::path homeDirectory()
 {
@@ -76,7 +54,8 @@ std::optional<FileIdentity> fileIdentity(const std::filesystem::path &path)
     struct stat status{};
     if (::stat(path.c_str(), &status) != 0)
         return std::nullopt;
-    return FileIdentity{status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+    return FileIdentity{status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec,
+                        status.st_mtim.tv_nsec};
 }
 
 FileContents readWholeFile(const std::filesystem::path &path)
@@ -109,14 +88,16 @@ FileContents readWholeFile(const std::filesystem::path &path)
     return {std::move(bytes), {}};
 }
 
-std::optional<std::string> writeAtomically(const std::filesystem::path &path, QByteArrayView bytes, unsigned permissions)
+std::optional<std::string> writeAtomically(const std::filesystem::path &path, QByteArrayView bytes,
+                                           unsigned permissions)
 {
     // Beside the target, so that the rename stays within one file system; named after the process, so that
     // leftovers of one that died can be told from those of one that is at work.
     const std::filesystem::path temporary =
         path.parent_path() / (".prattlebug-" + std::to_string(::getpid()) + ".tmp");
     ::unlink(temporary.c_str());
-    Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
+    Descriptor file(
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
     if (!file)
         return reasonOf(errno);
     // Synced before the rename: after a power cut the name must not lead to a file without its contents.

@@ -14,7 +14,8 @@ namespace platform {
 
 // Paths are bytes: std::filesystem::path carries them, and only what is shown becomes text.
 
-/// The user's home folder: the environment's HOME, else the password database's entry. Read anew on every call.
+/// The user's home folder: the environment's HOME, else the password database's entry. Read anew on every
+/// call.
 [[nodiscard]] std::filesystem::path homeDirectory();
 
 /// @p path as text for people; bytes that are no UTF-8 show as U+FFFD.
@@ -27,19 +28,19 @@ namespace platform {
 [[nodiscard]] bool fileExists(const std::filesystem::path &path);
 
 /// When the file, folder or link at @p path (links not followed) was created: the earlier of birth time and
-/// modification time, to the nanosecond, since a copy keeps only the latter and nothing is created after it was
-/// last changed. A birth time of 0 or none counts as absent. Nothing when there is no such file.
+/// modification time, to the nanosecond, since a copy keeps only the latter and nothing is created after it
+/// was last changed. A birth time of 0 or none counts as absent. Nothing when there is no such file.
 struct CreationTime {
-    qint64 seconds = 0;    ///< Unix time
-    long nanoseconds = 0;  ///< 0 to 999,999,999, counting forward
+    qint64 seconds = 0;   ///< Unix time
+    long nanoseconds = 0; ///< 0 to 999,999,999, counting forward
 
     [[nodiscard]] NSDate date() const { return NSDate::fromUnixTime(seconds, nanoseconds); }
     friend auto operator<=>(const CreationTime &, const CreationTime &) = default;
 };
 [[nodiscard]] std::optional<CreationTime> creationTime(const std::filesystem::path &path);
 
-/// Enough of a file's identity to tell that nobody has changed it: a cache built from the file holds as long as
-/// this is equal.
+/// Enough of a file's identity to tell that nobody has changed it: a cache built from the file holds as long
+/// as this is equal.
 struct FileIdentity {
     quint64 device = 0;
     quint64 inode = 0;
@@ -65,11 +66,11 @@ inline constexpr qint64 largestReadableFile = (qint64(1) << 31) - 1;
 /// error at once instead of blocking.
 [[nodiscard]] FileContents readWholeFile(const std::filesystem::path &path);
 
-/// Replaces whatever stands at @p path (a symbolic link is replaced, not followed) by a file of these bytes, as
-/// one step: a reader sees the old file or the new one, and after a failure the old one still stands.
+/// Replaces whatever stands at @p path (a symbolic link is replaced, not followed) by a file of these bytes,
+/// as one step: a reader sees the old file or the new one, and after a failure the old one still stands.
 /// @param permissions the new file's mode bits, before the process's umask.
 /// @return nothing on success, else the reason in English.
-[[nodiscard]] std::optional<std::string> writeAtomically(const std::filesystem::path &path, QByteArrayView bytes,
-                                                         unsigned permissions = 0666);
+[[nodiscard]] std::optional<std::string> writeAtomically(const std::filesystem::path &path,
+                                                         QByteArrayView bytes, unsigned permissions = 0666);
 
 } // namespace platform

@@ -22,7 +22,8 @@ void Host::consoleLine(QByteArrayView line)
 {
     QByteArray text = line.toByteArray();
     text += '\n';
-    std::fwrite(text.constData(), 1, size_t(text.size()), stderr); // one write: lines of two programs do not mix
+    std::fwrite(text.constData(), 1, size_t(text.size()),
+                stderr); // one write: lines of two programs do not mix
 }
 
 void Host::beep() {}

@@ -50,7 +50,8 @@ TEST_F(Calendar, FormatsEveryCode)
     const NSDate summer = dateFromUtc(2005, 7, 4, 19, 0, 0).value();
     EXPECT_EQ(summer.description(), QLatin1String("2005-07-04 12:00:00 -0700"));
     EXPECT_EQ(descriptionWithCalendarFormat(summer, u"%I%p"), QLatin1String("12PM"));
-    EXPECT_EQ(descriptionWithCalendarFormat(dateFromUtc(2005, 7, 4, 7, 0, 0).value(), u"%I%p"), QLatin1String("12AM"));
+    EXPECT_EQ(descriptionWithCalendarFormat(dateFromUtc(2005, 7, 4, 7, 0, 0).value(), u"%I%p"),
+              QLatin1String("12AM"));
 }
 
 TEST_F(Calendar, CutsPartsOfASecondDownwardsOnBothSidesOfEveryEpoch)
@@ -61,14 +62,17 @@ TEST_F(Calendar, CutsPartsOfASecondDownwardsOnBothSidesOfEveryEpoch)
     const NSDate before2001 = NSDate::fromInterval(-0.25).value();
     EXPECT_EQ(before2001.unixSeconds(), 978307199);
     EXPECT_EQ(before2001.unixMilliseconds(), 978307199750);
-    EXPECT_EQ(platform::utcDescription(NSDate::fromInterval(45.9996).value()), QLatin1String("2001-01-01T00:00:45Z"));
+    EXPECT_EQ(platform::utcDescription(NSDate::fromInterval(45.9996).value()),
+              QLatin1String("2001-01-01T00:00:45Z"));
     EXPECT_EQ(NSDate::fromInterval(45.9996)->unixMilliseconds() % 1000, 999);
 }
 
 TEST_F(Calendar, HasNoDatesOutsideTheYears1To9999)
 {
-    EXPECT_EQ(platform::utcDescription(NSDate::fromInterval(-63113904000.0).value()), QLatin1String("0001-01-01T00:00:00Z"));
-    EXPECT_EQ(platform::utcDescription(NSDate::fromInterval(252423993599.5).value()), QLatin1String("9999-12-31T23:59:59Z"));
+    EXPECT_EQ(platform::utcDescription(NSDate::fromInterval(-63113904000.0).value()),
+              QLatin1String("0001-01-01T00:00:00Z"));
+    EXPECT_EQ(platform::utcDescription(NSDate::fromInterval(252423993599.5).value()),
+              QLatin1String("9999-12-31T23:59:59Z"));
     EXPECT_FALSE(NSDate::fromInterval(std::nextafter(-63113904000.0, -1e300)));
     EXPECT_FALSE(NSDate::fromInterval(252423993600.0));
     EXPECT_FALSE(NSDate::fromInterval(std::numeric_limits<double>::quiet_NaN()));

@@ -1,0 +1,135 @@
+#pragma once
+
+#include "VORAInstantMessage.h"
+#include "VORAPresentity.h"
+
+#include "platform/date/nsdate.h"
+#include "platform/foundation/collections.h"
+#include "platform/foundation/nsattributedstring.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+/// One transcript file held in memory: its messages and participants, and the name of the other party.
+///
+/// Loaded whole, from one file, and never changed afterwards; the file is only read. Every rendering is made
+/// afresh on each call, with display names as the address book gives them at that moment.
+class VORAChatLog {
+public:
+    using Messages = std::vector<std::shared_ptr<const VORAInstantMessage>>;
+    using Participants = std::vector<std::shared_ptr<const VORAPresentity>>;
+
+    // Loading (VORAChatLog.cpp)
+
+    /// What came of loading a file.
+    enum class Outcome {
+        Loaded,
+        NotATranscript, ///< told by its name: another extension, or no " on "
+        Unreadable,     ///< named as a transcript, but it cannot be read or is no well-formed one
+    };
+    struct Loading {
+        Outcome outcome;
+        std::unique_ptr<VORAChatLog> chatLog; ///< null unless loaded
+        QString reason;                       ///< why not, in English, with the offset of a fault in the file
+    };
+
+    /// Loads the transcript at @p path: a typed stream when its extension is "chat", a keyed archive when it
+    /// is "ichat" (the name alone decides; letter case counts). The other party's name is what stands in the
+    /// file name before its last " on ".
+    [[nodiscard]] static Loading load(const std::filesystem::path &path);
+
+    /// load() for a run over many files: an unreadable file is named in the console log with the reason.
+    /// @param outcome if not null, receives what came of it.
+    /// @return the chat log, or null.
+    [[nodiscard]] static std::unique_ptr<VORAChatLog> initWithFilePath(const std::filesystem::path &path,
+                                                                       Outcome *outcome = nullptr);
+
+    /// A chat log of messages that are in memory already, for whoever has them from elsewhere than a file.
+    [[nodiscard]] static std::unique_ptr<VORAChatLog>
+    withMessages(const Messages &messages, const QString &otherParty, const Participants &participants = {});
+
+    /// In the order in which they were written.
+    [[nodiscard]] const Messages &messages() const { return m_messages; }
+    /// The participants other than the user.
+    [[nodiscard]] const Participants &participants() const { return m_participants; }
+    [[nodiscard]] const QString &primaryOtherParty() const { return m_primaryOtherParty; }
+    /// The decoded transcript in the platform's text form of an array, for diagnostics.
+    [[nodiscard]] QString description() const;
+    /// When the last message was sent, a status message too; nothing when there are no messages, or it has no
+    /// time.
+    [[nodiscard]] std::optional<platform::NSDate> LastMessageDate() const;
+
+    // Rendering (VORAChatLog+Rendering.cpp)
+
+    /// The most that a rendering gives, in UTF-16 units. A small file can name one large message many
+    /// times; a chat that would take more has no rendering, and a message in the console log says so.
+    static constexpr qsizetype largestRendering = qsizetype(1) << 30;
+
+    /// One line "Name: text" per message that is no status message, then the credit, which no line feed ends.
+    /// A null string when it would be too large.
+    [[nodiscard]] QString PlainChatLog() const;
+    /// The same as styled text, with the line breaks and the credit of the later HTML in it as characters.
+    /// Empty when it would be too large.
+    [[nodiscard]] platform::NSAttributedString RichChatLog() const;
+    /// The chat as an HTML document in UTF-8: fonts, colours, links and the names of attachments as markup
+    /// around the characters of the chat, which are not escaped. A null array when it would be too large.
+    [[nodiscard]] QByteArray HTMLChatLog() const;
+
+    /// "[IM] Kim", or, with the preference forceUniqueSubjects, "[IM] Kim (14:03:22 05 Mar 2005)" with the
+    /// current time; that also adds one to the preference subjectNumber.
+    [[nodiscard]] QString subjectForEmail() const;
+
+    // Links and attached files (VORAChatLog+Logs.cpp)
+
+    /// One record for each message that is no status message, in order, also for those without links.
+    [[nodiscard]] std::vector<LinkRecord> GatheredURLs() const;
+    /// The same for attached files.
+    [[nodiscard]] std::vector<ImageRecord> GatheredImages() const;
+
+    // Error reports (VORAChatLog+Errors.cpp)
+
+    enum class ErrorCode : qint32 {
+        FileNotWritten = 1,
+        MailServer = 2,
+        MailLogin = 3,
+        Internal = 4,
+    };
+    /// Tells the preference pane of a failure: code and text of the latest one under `errorStatus` and
+    /// `reportThis` in the shared preferences, and one more in `emailFails`, whatever the failure. When that
+    /// reaches 3, beeps and shows a dialog that sends the user to the pane. Never fails; writes nothing to
+    /// the console log.
+    static void reportError(ErrorCode code, const QString &andLog);
+
+private:
+    VORAChatLog(std::shared_ptr<const platform::NSArray> loadedArray, QString primaryOtherParty);
+
+    [[nodiscard]] static std::shared_ptr<const platform::NSArray> LoadiChat2Data(const QByteArray &data);
+    [[nodiscard]] static std::shared_ptr<const platform::NSArray> LoadiChat3Data(const QByteArray &data);
+
+    /// Whether the messages' texts alone are larger than any rendering may be; then says so in the console
+    /// log.
+    [[nodiscard]] bool isTooLargeToRender() const;
+
+    std::shared_ptr<const platform::NSArray> m_loadedArray;
+    QString m_primaryOtherParty;
+    Messages m_messages;
+    Participants m_participants;
+};
+
+/// The subject of a chat with @p otherParty; with @p uniqueAt, made unique by that moment.
+[[nodiscard]] QString chatSubject(const QString &otherParty, const std::optional<platform::NSDate> &uniqueAt);
+
+/// Inserts @p insertion into @p target where the character @p originalIndex of the original text stands now,
+/// and moves that character and all later ones along: texts inserted at one place stand in the order of their
+/// insertion.
+/// @param indices for each character of the original text, and the place behind the last one, its position in
+///                @p target.
+/// @param indexCount number of entries of @p indices.
+void InsertStringAndTrackIndices(QString &target, std::span<qsizetype> indices, QStringView insertion,
+                                 qsizetype originalIndex, qsizetype indexCount);

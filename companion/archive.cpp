@@ -1,0 +1,92 @@
+#include "companion/commands.h"
+#include "companion/console.h"
+
+#include "archiver/PBArchiver.h"
+
+#include "platform/files/files.h"
+
+#include <memory>
+
+namespace companion {
+
+namespace {
+
+/// The archiving command's desktop where there is no window: the answers come from the command line.
+class ConsoleDesktop final : public DesktopInterface {
+public:
+    ConsoleDesktop(ConsoleHost &host, std::filesystem::path folder, bool skipChats)
+        : m_host(host), m_folder(std::move(folder)), m_skipChats(skipChats)
+    {
+    }
+
+    std::optional<std::filesystem::path> runSavePanel(const SavePanel & /*panel*/) override
+    {
+        return m_folder;
+    }
+
+    void runAlert(const Alert &alert) override
+    {
+        m_host.endProgress();
+        if (alert.isError)
+            printError(alert.text);
+        else
+            printLine(alert.text);
+    }
+
+    [[nodiscard]] bool skipChats() const override { return m_skipChats; }
+    void startProgress(qsizetype maximum) override { m_host.showProgress(0, m_maximum = maximum); }
+    void showProgress(qsizetype value) override { m_host.showProgress(value, m_maximum); }
+    void showEntry(const std::filesystem::path & /*entry*/) override {} // the console log names it
+    void reveal(const std::filesystem::path & /*path*/) override {}     // the path is printed at the end
+
+private:
+    ConsoleHost &m_host;
+    std::filesystem::path m_folder;
+    bool m_skipChats;
+    qsizetype m_maximum = 0;
+};
+
+int archive(const std::filesystem::path &folder, bool skipNew, bool quiet)
+{
+    ConsoleHost host(quiet);
+    ConsoleDesktop desktop(host, folder, skipNew);
+    PBArchiver archiver(desktop);
+    archiver.beginArchiving();
+    if (archiver.ending() == PBArchiver::Ending::NoTranscriptFolder)
+        return exitFailed;
+    printLine(archiver.summary());
+    if (archiver.ending() != PBArchiver::Ending::Done) {
+        printError(QByteArrayView("The mbox could not be written whole: " +
+                                  QByteArray::fromStdString(archiver.mboxPath().native())));
+        return exitFailed;
+    }
+    printLine(QByteArrayView(archiver.mboxPath().native()));
+    return exitDone;
+}
+
+} // namespace
+
+void addArchiveCommand(CLI::App &commands, Action &action)
+{
+    struct Options {
+        std::string folder;
+        bool skipNew = false;
+        bool quiet = false;
+    };
+    const auto options = std::make_shared<Options>();
+    CLI::App *command =
+        commands.add_subcommand("archive", "Write every chat of the transcript folder into one mbox file");
+    command->add_option("FOLDER", options->folder, "Folder to make for the mbox; an mbox in it is replaced")
+        ->required();
+    command->add_flag("--skip-new", options->skipNew,
+                      "Leave out chats created after the transcript folder was");
+    command->add_flag("--quiet", options->quiet, "No console log, no progress bar");
+    command->footer("Example: prattlebug archive ~/\"Prattlebug Archive\"\n"
+                    "Exit code: 0 when done, 1 when there is no transcript folder or the mbox could not be "
+                    "written whole.");
+    command->callback([options, &action] {
+        action = [options] { return archive(options->folder, options->skipNew, options->quiet); };
+    });
+}
+
+} // namespace companion

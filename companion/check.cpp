@@ -1,0 +1,90 @@
+#include "companion/commands.h"
+#include "companion/console.h"
+
+#include "archiver/PBArchiver.h"
+
+#include "VORAChatLog.h"
+
+#include "platform/files/directorywalk.h"
+#include "platform/files/files.h"
+#include "platform/text/encoding.h"
+
+#include <memory>
+
+namespace companion {
+
+namespace {
+
+class Check {
+public:
+    /// @param named whether the user has named the file: then it should be a transcript.
+    void file(const std::filesystem::path &path, bool named)
+    {
+        const VORAChatLog::Loading loading = VORAChatLog::load(path);
+        if (loading.outcome == VORAChatLog::Outcome::Loaded) {
+            ++m_readable;
+        } else if (named || loading.outcome == VORAChatLog::Outcome::Unreadable) {
+            ++m_unreadable;
+            print(path, loading.reason);
+        } else if (path.extension() == ".chat" || path.extension() == ".ichat") {
+            ++m_misnamed; // well formed, but the archiver would pass over it
+            print(path, loading.reason);
+        }
+    }
+
+    [[nodiscard]] int finish() const
+    {
+        QString summary = QString::number(m_readable) + QStringLiteral(" can be read, ") +
+                          QString::number(m_unreadable) + QStringLiteral(" cannot.");
+        if (m_misnamed > 0)
+            summary += u' ' + QString::number(m_misnamed) +
+                       QStringLiteral(" more will not be archived for want of \" on \" in the name.");
+        printLine(summary);
+        return m_unreadable > 0 ? exitFailed : exitDone;
+    }
+
+private:
+    static void print(const std::filesystem::path &path, const QString &reason)
+    {
+        printLine(QByteArrayView(QByteArray::fromStdString(path.native()) + ": " +
+                                 platform::utf8FromString(reason)));
+    }
+
+    qsizetype m_readable = 0;
+    qsizetype m_unreadable = 0;
+    qsizetype m_misnamed = 0;
+};
+
+int check(const std::vector<std::string> &files)
+{
+    Check check;
+    for (const std::string &file : files)
+        check.file(file, true);
+    if (files.empty()) {
+        const std::filesystem::path folder = PBArchiver::transcriptFolder();
+        if (!platform::fileExists(folder)) {
+            printError(QByteArrayView("There is no transcript folder: " +
+                                      QByteArray::fromStdString(folder.native())));
+            return exitFailed;
+        }
+        platform::DirectoryWalk walk(folder);
+        while (const auto entry = walk.next())
+            check.file(folder / *entry, false);
+    }
+    return check.finish();
+}
+
+} // namespace
+
+void addCheckCommand(CLI::App &commands, Action &action)
+{
+    const auto files = std::make_shared<std::vector<std::string>>();
+    CLI::App *command = commands.add_subcommand(
+        "check", "Decode transcripts without writing anything and list those that cannot be read");
+    command->add_option("FILES", *files, "Transcripts; without any, all of the transcript folder");
+    command->footer(
+        "Example: prattlebug check\nExit code: 1 when there are transcripts that cannot be read.");
+    command->callback([files, &action] { action = [files] { return check(*files); }; });
+}
+
+} // namespace companion

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <CLI/App.hpp>
+
+#include <functional>
+
+// The companion's subcommands. Each function adds one to the command line; when the user has chosen it, it
+// puts what is to be done into `action`, whose result is the exit code.
+
+namespace companion {
+
+using Action = std::function<int()>;
+
+// Exit codes.
+inline constexpr int exitDone = 0;
+inline constexpr int exitFailed = 1;
+inline constexpr int exitWrongUsage = 2;
+
+void addArchiveCommand(CLI::App &commands, Action &action);
+void addShowCommand(CLI::App &commands, Action &action);
+void addCheckCommand(CLI::App &commands, Action &action);
+void addInspectCommand(CLI::App &commands, Action &action);
+void addPrefsCommand(CLI::App &commands, Action &action);
+
+} // namespace companion

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/host.h"
+
+#include <QByteArrayView>
+#include <QStringView>
+
+namespace companion {
+
+/// Writes text and a line feed to standard output, or to standard error.
+void printLine(QStringView text);
+void printLine(QByteArrayView bytes);
+void printError(QStringView text);
+void printError(QByteArrayView bytes);
+
+/// The console as host of the model: the console log on standard error, and below it, when that is a
+/// terminal, a progress bar that keeps the last line while the log scrolls above.
+class ConsoleHost final : public platform::Host {
+public:
+    /// Installs itself for its lifetime.
+    /// @param quiet whether to drop both the console log and the bar.
+    explicit ConsoleHost(bool quiet);
+    ~ConsoleHost() override;
+    ConsoleHost(const ConsoleHost &) = delete;
+    ConsoleHost &operator=(const ConsoleHost &) = delete;
+
+    void consoleLine(QByteArrayView line) override;
+    void beep() override;
+
+    /// Shows the bar at @p value of @p maximum; a value past the maximum shows it full.
+    void showProgress(qsizetype value, qsizetype maximum);
+    /// Takes the bar away.
+    void endProgress();
+
+private:
+    void drawBar() const;
+    void eraseBar() const;
+
+    platform::Host *m_previous;
+    bool m_quiet;
+    bool m_terminal;
+    bool m_barShown = false;
+    qsizetype m_value = 0;
+    qsizetype m_maximum = 0;
+};
+
+} // namespace companion

@@ -1,0 +1,46 @@
+#include "companion/commands.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <iostream>
+
+// The product's console companion: the archiver and the tools around it, for terminals and scripts.
+
+namespace {
+
+/// Prints what CLI11 has to say and maps its exit codes to ours: help is no failure, anything else is wrong
+/// usage.
+int exitAfterParsing(const CLI::App &program, const CLI::ParseError &error)
+{
+    return program.exit(error) == 0 ? companion::exitDone : companion::exitWrongUsage;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    CLI::App program("Archives iChat transcripts into one mbox file that any mail program imports.",
+                     "prattlebug");
+    program.set_version_flag("--version", PRATTLEBUG_VERSION);
+    program.require_subcommand(1);
+    program.fallthrough();
+    std::string home;
+    program.add_option("--home", home, "Home folder to work in, instead of the user's own")->type_name("DIR");
+
+    companion::Action action;
+    companion::addArchiveCommand(program, action);
+    companion::addShowCommand(program, action);
+    companion::addCheckCommand(program, action);
+    companion::addInspectCommand(program, action);
+    companion::addPrefsCommand(program, action);
+
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return exitAfterParsing(program, error);
+    }
+    if (!home.empty())
+        setenv("HOME", home.c_str(), 1); // NOLINT(concurrency-mt-unsafe): one thread
+    return action();
+}

@@ -1,0 +1,227 @@
+#include "companion/commands.h"
+#include "companion/console.h"
+
+#include "platform/preferences/preferences.h"
+#include "platform/text/encoding.h"
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <memory>
+#include <termios.h>
+#include <unistd.h>
+
+using platform::PropertyList;
+
+namespace companion {
+
+namespace {
+
+enum class Type { String, Boolean, Integer, Address, Password };
+
+struct Preference {
+    QStringView key;
+    Type type;
+};
+
+// In the order in which they are listed.
+constexpr std::array<Preference, 11> preferences{{
+    {u"emailAddress", Type::Address},
+    {u"forceUniqueSubjects", Type::Boolean},
+    {u"subjectNumber", Type::Integer},
+    {u"emailNeedsUsername", Type::Integer},
+    {u"emailUsername", Type::String},
+    {u"emailPassword", Type::Password},
+    {u"imageEntry", Type::String},
+    {u"bookmarkEntry", Type::String},
+    {u"errorStatus", Type::Integer},
+    {u"reportThis", Type::String},
+    {u"emailFails", Type::Integer},
+}};
+
+QString typeName(Type type)
+{
+    switch (type) {
+    case Type::String: return QStringLiteral("text");
+    case Type::Boolean: return QStringLiteral("YES or NO");
+    case Type::Integer: return QStringLiteral("integer");
+    case Type::Address: return QStringLiteral("mail address");
+    case Type::Password: return QStringLiteral("password, asked for");
+    }
+    return {};
+}
+
+const Preference *preferenceNamed(const QString &key)
+{
+    const auto *found = std::find_if(preferences.begin(), preferences.end(),
+                                     [&](const Preference &p) { return p.key == key; });
+    return found == preferences.end() ? nullptr : found;
+}
+
+int refuse(const QString &reason)
+{
+    printError(reason);
+    printError(QStringLiteral("Keys:"));
+    for (const Preference &preference : preferences)
+        printError(QStringLiteral("  %1 (%2)").arg(preference.key, typeName(preference.type)));
+    return exitWrongUsage;
+}
+
+/// The value of @p preference for people; nothing when it is not set.
+std::optional<QString> shownValue(const Preference &preference)
+{
+    const PropertyList value = platform::CFPreferencesCopyAppValue(preference.key);
+    if (value.isNull())
+        return std::nullopt;
+    if (preference.type == Type::Password)
+        return QStringLiteral("(set)");
+    if (preference.type == Type::Boolean) {
+        if (const auto truth = platform::booleanFromPreference(value))
+            return *truth ? QStringLiteral("YES") : QStringLiteral("NO");
+    }
+    if (const auto text = value.string())
+        return text;
+    if (const auto number = platform::integerFromPreference(value))
+        return QString::number(*number);
+    return QStringLiteral("(a value of another type)");
+}
+
+/// An address that can stand in a separator line and be read back: no blanks, no angle brackets, one "@"
+/// inside.
+bool isBareAddress(const QString &text)
+{
+    const bool clean = std::none_of(text.begin(), text.end(), [](QChar c) {
+        return c.isSpace() || c == u'<' || c == u'>' || c.category() == QChar::Other_Control;
+    });
+    const qsizetype at = text.lastIndexOf(u'@');
+    return clean && at > 0 && at + 1 < text.size();
+}
+
+/// @p text as a value for @p preference; Null when it is not of its type.
+PropertyList valueFor(const Preference &preference, const QString &text)
+{
+    const PropertyList string = PropertyList::fromString(text);
+    switch (preference.type) {
+    case Type::Boolean: {
+        const auto truth = platform::booleanFromPreference(string);
+        return truth ? PropertyList::fromBoolean(*truth) : PropertyList();
+    }
+    case Type::Integer: {
+        const auto number = platform::integerFromPreference(string);
+        return number ? PropertyList::fromInteger(*number) : PropertyList();
+    }
+    case Type::Address: return isBareAddress(text) ? string : PropertyList();
+    case Type::String:
+    case Type::Password: return string;
+    }
+    return {};
+}
+
+int store(const Preference &preference, const PropertyList &value)
+{
+    platform::CFPreferencesSetAppValue(preference.key, value);
+    if (platform::CFPreferencesAppSynchronize())
+        return exitDone;
+    printError(QStringLiteral("The preferences could not be written."));
+    return exitFailed;
+}
+
+/// One line from standard input; a terminal does not show it.
+std::optional<QString> readPassword()
+{
+    termios shown{};
+    const bool terminal = tcgetattr(STDIN_FILENO, &shown) == 0;
+    if (terminal) {
+        termios hidden = shown;
+        hidden.c_lflag &= ~tcflag_t(ECHO);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+        std::cerr << "Password: " << std::flush;
+    }
+    std::string line;
+    const bool read = bool(std::getline(std::cin, line));
+    if (terminal) {
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
+        std::cerr << '\n';
+    }
+    return read ? std::optional(platform::stringFromUtf8(line)) : std::nullopt;
+}
+
+int listAll()
+{
+    for (const Preference &preference : preferences)
+        printLine(QStringLiteral("%1: %2").arg(preference.key,
+                                               shownValue(preference).value_or(QStringLiteral("(not set)"))));
+    return exitDone;
+}
+
+int showOrAsk(const Preference &preference)
+{
+    if (preference.type == Type::Password) {
+        const auto password = readPassword();
+        if (password)
+            return store(preference, PropertyList::fromString(*password));
+        printError(QStringLiteral("No password was given."));
+        return exitFailed;
+    }
+    const auto value = shownValue(preference);
+    if (!value) {
+        printError(QStringLiteral("%1 is not set.").arg(preference.key));
+        return exitFailed;
+    }
+    printLine(*value);
+    return exitDone;
+}
+
+struct Options {
+    std::string key;
+    std::string value;
+    std::string deleted;
+    bool hasValue = false;
+};
+
+int prefs(const Options &options)
+{
+    const QString key = platform::stringFromUtf8(options.deleted.empty() ? options.key : options.deleted);
+    if (key.isEmpty())
+        return listAll();
+    const Preference *preference = preferenceNamed(key);
+    if (!preference)
+        return refuse(QStringLiteral("There is no preference called %1.").arg(key));
+    if (!options.deleted.empty())
+        return store(*preference, PropertyList());
+    if (!options.hasValue)
+        return showOrAsk(*preference);
+    if (preference->type == Type::Password)
+        return refuse(QStringLiteral(
+            "A password does not belong on a command line: leave it out, and it is asked for."));
+    const PropertyList value = valueFor(*preference, platform::stringFromUtf8(options.value));
+    if (value.isNull())
+        return refuse(
+            QStringLiteral("%1 takes another kind of value: %2.").arg(key, typeName(preference->type)));
+    return store(*preference, value);
+}
+
+} // namespace
+
+void addPrefsCommand(CLI::App &commands, Action &action)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App *command = commands.add_subcommand("prefs", "Show or change the preferences");
+    CLI::Option *key =
+        command->add_option("KEY", options->key, "Preference to show, or to set; without it, all are listed");
+    CLI::Option *value = command->add_option("VALUE", options->value, "Its new value");
+    command->add_option("--delete", options->deleted, "Preference to remove")
+        ->type_name("KEY")
+        ->excludes(key)
+        ->excludes(value);
+    command->footer("A password is asked for: prattlebug prefs emailPassword\n"
+                    "Example: prattlebug prefs emailAddress kim@example.org\n"
+                    "Exit code: 1 when a preference is not set or cannot be written, 2 for an unknown key or "
+                    "a wrong value.");
+    command->callback([options, value, &action] {
+        options->hasValue = value->count() > 0;
+        action = [options] { return prefs(*options); };
+    });
+}
+
+} // namespace companion

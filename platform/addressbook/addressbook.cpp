@@ -1,0 +1,75 @@
+#include "platform/addressbook/addressbook.h"
+
+#include <chrono>
+
+namespace platform {
+
+namespace {
+
+/// Whether a file of this identity could be changed once more without its identity showing it: the kernel
+/// takes the time of a change from a clock that stands still for up to 10 ms.
+bool couldChangeUnseen(const FileIdentity &identity)
+{
+    const auto changed =
+        std::chrono::seconds(identity.seconds) + std::chrono::nanoseconds(identity.nanoseconds);
+    const auto age = std::chrono::system_clock::now().time_since_epoch() - changed;
+    return std::chrono::abs(age) < std::chrono::milliseconds(20);
+}
+
+std::filesystem::path folder()
+{
+    return homeDirectory() / "Library" / "Prattlebug";
+}
+
+} // namespace
+
+std::optional<QString> ABPerson::fullName() const
+{
+    if (!firstName || !lastName)
+        return std::nullopt;
+    return *firstName + u' ' + *lastName;
+}
+
+ABAddressBook &ABAddressBook::sharedAddressBook()
+{
+    static ABAddressBook shared;
+    return shared;
+}
+
+bool ABAddressBook::CardFile::update(const std::filesystem::path &current)
+{
+    // Asked before the file is read: a change in between then shows in the next request.
+    const std::optional<FileIdentity> now = fileIdentity(current);
+    if (holds && path == current && identity == now)
+        return false;
+
+    const FileContents contents = now ? readWholeFile(current) : FileContents{};
+    cards = contents.bytes ? readVCards(*contents.bytes) : std::vector<ABPerson>();
+    path = current;
+    identity = now;
+    // What could not be read now may be readable later without having changed.
+    holds = !now || (contents.bytes && !couldChangeUnseen(*now));
+    return true;
+}
+
+const ABPerson *ABAddressBook::me()
+{
+    m_me.update(folder() / "me.vcf");
+    return m_me.cards.empty() ? nullptr : &m_me.cards.front();
+}
+
+const std::vector<const ABPerson *> &ABAddressBook::recordsMatchingAimName(const QString &screenName)
+{
+    if (m_contacts.update(folder() / "contacts.vcf")) {
+        m_recordsByAimName.clear();
+        for (const ABPerson &person : m_contacts.cards) {
+            for (const QString &name : person.aimNames)
+                m_recordsByAimName[name].push_back(&person);
+        }
+    }
+    static const std::vector<const ABPerson *> none;
+    const auto found = m_recordsByAimName.constFind(screenName);
+    return found == m_recordsByAimName.constEnd() ? none : *found;
+}
+
+} // namespace platform

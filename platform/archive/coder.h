@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/foundation/nsobject.h"
+
+#include <QByteArrayView>
+#include <QtGlobal>
+
+namespace platform {
+
+/// What an object that is being decoded reads its fields from: the two kinds of archive behind one face.
+///
+/// These are the platform's operations of the same names. An object asks allowsKeyedCoding() and then uses
+/// the operations of that kind of archive only; an operation of the other kind throws std::logic_error. All
+/// throw FormatError when the archive does not hold what is asked for.
+class NSCoder {
+public:
+    virtual ~NSCoder() = default;
+
+    /// True for a keyed archive, whose values stand under keys; false for a typed stream, where they stand in
+    /// sequence.
+    [[nodiscard]] virtual bool allowsKeyedCoding() const = 0;
+
+    /// Sequential: the next value, which must be an object; null for nil.
+    virtual ObjectRef decodeObject() = 0;
+    /// Sequential: the next value, which must be of an integer type, taken as @p type says ('I', an unsigned
+    /// 32-bit integer, is the one that is asked for).
+    virtual void decodeValueOfObjCType(char type, quint32 &at) = 0;
+
+    /// Keyed: the object under @p key of the current object; null for nil or when there is no such key.
+    virtual ObjectRef decodeObjectForKey(QByteArrayView key) = 0;
+    /// Keyed: the integer under @p key of the current object; 0 when there is no such key.
+    virtual qint32 decodeInt32ForKey(QByteArrayView key) = 0;
+
+    /// The object under a key, or next in sequence, when it is a T; null for nil and for objects of other
+    /// classes.
+    template <class T>
+    std::shared_ptr<const T> decode()
+    {
+        return std::dynamic_pointer_cast<const T>(decodeObject());
+    }
+    template <class T>
+    std::shared_ptr<const T> decodeForKey(QByteArrayView key)
+    {
+        return std::dynamic_pointer_cast<const T>(decodeObjectForKey(key));
+    }
+
+protected:
+    NSCoder() = default;
+    NSCoder(const NSCoder &) = default;
+    NSCoder(NSCoder &&) = default;
+    NSCoder &operator=(const NSCoder &) = default;
+    NSCoder &operator=(NSCoder &&) = default;
+};
+
+} // namespace platform

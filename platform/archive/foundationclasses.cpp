@@ -1,0 +1,301 @@
+#include "platform/archive/classtable.h"
+#include "platform/archive/nskeyedunarchiver.h"
+#include "platform/archive/nsunarchiver.h"
+#include "platform/date/nsdate.h"
+#include "platform/foundation/collections.h"
+#include "platform/foundation/nsattributedstring.h"
+#include "platform/foundation/scalars.h"
+#include "platform/text/encoding.h"
+
+#include <unordered_map>
+
+// How the platform's standard classes lay out their contents in either kind of archive.
+
+namespace platform {
+
+namespace {
+
+// Strings: UTF-8.
+
+ObjectRef stringFromStream(NSUnarchiver &coder)
+{
+    const QByteArrayView bytes = coder.decodeBytes();
+    coder.charge(quint64(bytes.size()), sizeof(char16_t));
+    return std::make_shared<NSString>(stringFromUtf8(bytes));
+}
+
+ObjectRef stringFromKeys(NSKeyedUnarchiver &coder)
+{
+    auto bytes = coder.decodeBytesForKey("NS.string");
+    if (!bytes)
+        bytes = coder.decodeBytesForKey("NS.bytes");
+    if (!bytes)
+        coder.fail("a string without characters");
+    coder.charge(quint64(bytes->size()), sizeof(char16_t));
+    return std::make_shared<NSString>(stringFromUtf8(*bytes));
+}
+
+// Dates: seconds since 2001. One that cannot be is nil.
+
+ObjectRef dateObject(double secondsSince2001)
+{
+    const auto date = NSDate::fromInterval(secondsSince2001);
+    return date ? std::make_shared<NSDate>(*date) : nullptr;
+}
+
+ObjectRef dateFromStream(NSUnarchiver &coder)
+{
+    return dateObject(coder.decodeReal());
+}
+
+ObjectRef dateFromKeys(NSKeyedUnarchiver &coder)
+{
+    const auto seconds = coder.decodeDoubleForKey("NS.time");
+    return seconds ? dateObject(*seconds) : nullptr;
+}
+
+// Data: a length, then as many bytes.
+
+ObjectRef dataFromStream(NSUnarchiver &coder)
+{
+    if (const qint64 length = coder.decodeInteger(); length == 0 && coder.nextType() == '\0')
+        return std::make_shared<NSData>(QByteArray());
+    const QByteArrayView bytes = coder.decodeBytes();
+    coder.charge(quint64(bytes.size()), 1);
+    return std::make_shared<NSData>(bytes.toByteArray());
+}
+
+ObjectRef dataFromKeys(NSKeyedUnarchiver &coder)
+{
+    auto bytes = coder.decodeBytesForKey("NS.data");
+    if (!bytes)
+        bytes = coder.decodeBytesForKey("NS.bytes");
+    if (!bytes)
+        coder.fail("data without bytes");
+    return std::make_shared<NSData>(std::move(*bytes));
+}
+
+// Arrays and sets: a count, then as many objects.
+
+std::vector<ObjectRef> objectsFromStream(NSUnarchiver &coder, qint64 count)
+{
+    if (count < 0)
+        coder.fail("a negative number of elements");
+    std::vector<ObjectRef> objects; // grows with what is really there, not with what the count says
+    for (qint64 i = 0; i < count; ++i) {
+        coder.charge(2, sizeof(ObjectRef));
+        objects.push_back(coder.decodeObject());
+    }
+    objects.shrink_to_fit();
+    return objects;
+}
+
+template <class Collection>
+ObjectRef collectionFromStream(NSUnarchiver &coder)
+{
+    const qint64 count = coder.decodeInteger();
+    return std::make_shared<Collection>(objectsFromStream(coder, count));
+}
+
+template <class Collection>
+ObjectRef collectionFromKeys(NSKeyedUnarchiver &coder)
+{
+    return std::make_shared<Collection>(coder.decodeArrayOfObjectsForKey("NS.objects"));
+}
+
+// Dictionaries: keys and values.
+
+ObjectRef dictionaryOf(const std::vector<ObjectRef> &keys, const std::vector<ObjectRef> &values)
+{
+    std::vector<NSDictionary::Entry> entries;
+    entries.reserve(keys.size());
+    bool hasForeignKeys = false;
+    for (size_t i = 0; i < keys.size(); ++i) {
+        if (const auto *key = dynamic_cast<const NSString *>(keys[i].get()))
+            entries.push_back({key->string(), values[i]});
+        else
+            hasForeignKeys = true;
+    }
+    return std::make_shared<NSDictionary>(std::move(entries), hasForeignKeys);
+}
+
+ObjectRef dictionaryFromStream(NSUnarchiver &coder)
+{
+    const qint64 count = coder.decodeInteger();
+    if (count < 0)
+        coder.fail("a negative number of pairs");
+    std::vector<ObjectRef> keys;
+    std::vector<ObjectRef> values;
+    for (qint64 i = 0; i < count; ++i) {
+        coder.charge(4 * sizeof(ObjectRef) + sizeof(NSDictionary::Entry), 1);
+        keys.push_back(coder.decodeObject());
+        values.push_back(coder.decodeObject());
+    }
+    return dictionaryOf(keys, values);
+}
+
+ObjectRef dictionaryFromKeys(NSKeyedUnarchiver &coder)
+{
+    const std::vector<ObjectRef> keys = coder.decodeArrayOfObjectsForKey("NS.keys");
+    const std::vector<ObjectRef> values = coder.decodeArrayOfObjectsForKey("NS.objects");
+    if (keys.size() != values.size())
+        coder.fail("a dictionary with other numbers of keys and values");
+    coder.charge(keys.size(), sizeof(NSDictionary::Entry));
+    return dictionaryOf(keys, values);
+}
+
+// Numbers: a type encoding, then a value of that type.
+
+ObjectRef numberFromStream(NSUnarchiver &coder)
+{
+    (void)coder.decodeCString(); // the value's own group says the type again
+    const char type = coder.nextType();
+    if (type == 'f' || type == 'd')
+        return std::make_shared<NSNumber>(coder.decodeReal());
+    if (!typedstream::isIntegerCode(type))
+        return std::make_shared<UnknownObject>(QStringLiteral("NSValue")); // a point, a range …
+    return std::make_shared<NSNumber>(coder.decodeInteger());
+}
+
+ObjectRef valueFromKeys(NSKeyedUnarchiver & /*coder*/)
+{
+    return std::make_shared<UnknownObject>(QStringLiteral("NSValue")); // numbers are plain values there
+}
+
+// URLs: a string, and perhaps a base.
+
+ObjectRef urlFromStream(NSUnarchiver &coder)
+{
+    std::shared_ptr<const NSURL> base;
+    if (coder.decodeInteger() != 0)
+        base = coder.decode<NSURL>();
+    const auto string = coder.decode<NSString>();
+    return string ? std::make_shared<NSURL>(string->string(), std::move(base)) : nullptr;
+}
+
+ObjectRef urlFromKeys(NSKeyedUnarchiver &coder)
+{
+    auto base = coder.decodeForKey<NSURL>("NS.base");
+    const auto string = coder.decodeForKey<NSString>("NS.relative");
+    return string ? std::make_shared<NSURL>(string->string(), std::move(base)) : nullptr;
+}
+
+// Attributed strings: the string, then runs until its length is used up.
+
+using Run = NSAttributedString::Run;
+
+ObjectRef attributedStringFromStream(NSUnarchiver &coder)
+{
+    const auto string = coder.decode<NSString>();
+    const QString text = string ? string->string() : QString();
+    coder.charge(quint64(text.size()), 1);
+    std::vector<Run> runs;
+    std::unordered_map<qint64, AttributesRef>
+        sets; // by number; the first mention of a number brings its set along
+    for (qint64 left = text.size(); left > 0 && coder.nextType() != '\0';) {
+        const qint64 set = coder.decodeInteger();
+        const qint64 length = coder.decodeInteger();
+        coder.charge(2, sizeof(Run));
+        auto found = sets.find(set);
+        if (found == sets.end()) {
+            coder.charge(4, sizeof(Run));
+            found = sets.emplace(set, coder.decode<NSDictionary>()).first;
+        }
+        runs.push_back({qsizetype(length), found->second});
+        left -= length;
+    }
+    return std::make_shared<NSAttributedString>(text, runs);
+}
+
+/// Reads one number of 7-bit groups, least significant first, high bit set on all but the last byte.
+std::optional<quint64> readGroupedNumber(const QByteArray &bytes, qsizetype &position)
+{
+    quint64 number = 0;
+    for (unsigned shift = 0; position < bytes.size() && shift < 63; shift += 7) {
+        const auto byte = quint8(bytes[position++]);
+        number |= quint64(byte & 0x7FU) << shift;
+        if ((byte & 0x80U) == 0)
+            return number;
+    }
+    return std::nullopt;
+}
+
+std::vector<Run> runsFromKeys(NSKeyedUnarchiver &coder, qsizetype textLength)
+{
+    const QByteArray info = coder.decodeBytesForKey("NSAttributeInfo").value_or(QByteArray());
+    std::vector<AttributesRef> sets;
+    const auto array = coder.decodeForKey<NSArray>("NSAttributes");
+    coder.charge(array->objects().size(), sizeof(AttributesRef));
+    for (const ObjectRef &set : array->objects())
+        sets.push_back(std::dynamic_pointer_cast<const NSDictionary>(set));
+
+    std::vector<Run> runs;
+    quint64 left = quint64(textLength);
+    for (qsizetype position = 0; position < info.size() && left > 0;) {
+        const auto length = readGroupedNumber(info, position);
+        const auto set = readGroupedNumber(info, position);
+        if (!length || !set)
+            coder.fail("attribute runs that end in the middle of a number");
+        if (*set >= sets.size())
+            coder.fail("an attribute run that names no attributes");
+        coder.charge(2, sizeof(Run));
+        const quint64 covered = std::min(*length, left);
+        runs.push_back({qsizetype(covered), sets[size_t(*set)]});
+        left -= covered;
+    }
+    return runs;
+}
+
+ObjectRef attributedStringFromKeys(NSKeyedUnarchiver &coder)
+{
+    const auto string = coder.decodeForKey<NSString>("NSString");
+    const QString text = string ? string->string() : QString();
+    coder.charge(quint64(text.size()), 1);
+    const ObjectRef attributes = coder.decodeObjectForKey("NSAttributes");
+    if (const auto whole = std::dynamic_pointer_cast<const NSDictionary>(attributes))
+        return std::make_shared<NSAttributedString>(text, std::vector<Run>{{text.size(), whole}});
+    if (!std::dynamic_pointer_cast<const NSArray>(attributes))
+        return std::make_shared<NSAttributedString>(text);
+    return std::make_shared<NSAttributedString>(text, runsFromKeys(coder, text.size()));
+}
+
+// Null has no contents.
+
+template <class Coder>
+ObjectRef null(Coder & /*coder*/)
+{
+    return std::make_shared<UnknownObject>(QStringLiteral("NSNull"));
+}
+
+} // namespace
+
+void addFoundationClasses(ClassTable &table)
+{
+    const ClassMakers string{stringFromStream, stringFromKeys};
+    const ClassMakers date{dateFromStream, dateFromKeys};
+    const ClassMakers data{dataFromStream, dataFromKeys};
+    const ClassMakers array{collectionFromStream<NSArray>, collectionFromKeys<NSArray>};
+    const ClassMakers set{collectionFromStream<NSSet>, collectionFromKeys<NSSet>};
+    const ClassMakers dictionary{dictionaryFromStream, dictionaryFromKeys};
+    const ClassMakers number{numberFromStream, valueFromKeys};
+    const ClassMakers attributedString{attributedStringFromStream, attributedStringFromKeys};
+    table.insert("NSString", string);
+    table.insert("NSMutableString", string);
+    table.insert("NSDate", date);
+    table.insert("NSData", data);
+    table.insert("NSMutableData", data);
+    table.insert("NSArray", array);
+    table.insert("NSMutableArray", array);
+    table.insert("NSSet", set);
+    table.insert("NSMutableSet", set);
+    table.insert("NSDictionary", dictionary);
+    table.insert("NSMutableDictionary", dictionary);
+    table.insert("NSNumber", number);
+    table.insert("NSValue", number);
+    table.insert("NSURL", {urlFromStream, urlFromKeys});
+    table.insert("NSAttributedString", attributedString);
+    table.insert("NSMutableAttributedString", attributedString);
+    table.insert("NSNull", {null<NSUnarchiver>, null<NSKeyedUnarchiver>});
+}
+
+} // namespace platform

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "platform/archive/classtable.h"
+#include "platform/archive/coder.h"
+#include "platform/archive/decodedobjects.h"
+#include "platform/archive/typedstream/streamindex.h"
+#include "platform/decodingbudget.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QHash>
+
+#include <memory>
+
+namespace platform {
+
+/// Reads typed streams, the platform's non-keyed archives, in either byte order.
+///
+/// Objects are made when they are asked for, each once. The operations of NSCoder and the ones below read on
+/// from where the object that is being made has got to (outside of any object: in the stream). Everything
+/// that the object's class does not ask for is passed over.
+///
+/// All operations throw FormatError when the stream is malformed or would take more memory than a file of its
+/// size may; after that the unarchiver is of no further use.
+class NSUnarchiver final : public NSCoder {
+public:
+    /// Opens an unarchiver over a whole stream, which must be smaller than 2 GiB.
+    /// @param classes what it can make; lent, and must outlive it.
+    [[nodiscard]] static std::unique_ptr<NSUnarchiver> initForReadingWithData(const QByteArray &data,
+                                                                              const ClassTable &classes);
+
+    /// From now on, objects archived under @p inArchiveName are made as those of the class @p trueName.
+    void decodeClassName(const QByteArray &inArchiveName, const QByteArray &asClassName);
+
+    [[nodiscard]] bool allowsKeyedCoding() const override { return false; }
+    ObjectRef decodeObject() override;
+    void decodeValueOfObjCType(char type, quint32 &at) override;
+    ObjectRef decodeObjectForKey(QByteArrayView key) override;
+    qint32 decodeInt32ForKey(QByteArrayView key) override;
+
+    /// The type code of the next value (TypeEncoding::BytesCode for an array of bytes); NUL when there is
+    /// none left.
+    [[nodiscard]] char nextType();
+    /// The next value, of any integer type. Unsigned 64-bit values above the signed range are held at its
+    /// end.
+    [[nodiscard]] qint64 decodeInteger();
+    /// The next value, of any integer or real type.
+    [[nodiscard]] double decodeReal();
+    /// The next value, an unshared string or an array of bytes. Valid as long as the unarchiver.
+    [[nodiscard]] QByteArrayView decodeBytes();
+    /// The next value, a C string; empty for nil. Valid as long as the unarchiver.
+    [[nodiscard]] QByteArrayView decodeCString();
+    /// Passes the next value, of any type.
+    void skipValue();
+    /// Whether the next value is an object of the class archived as @p className or of one derived from it.
+    [[nodiscard]] bool nextIsObjectOfClass(QByteArrayView className);
+
+    /// Charges the budget for what a class's maker is about to allocate.
+    void charge(quint64 count, quint64 size) { m_budget.charge(count, size, m_cursor->offset); }
+    /// Reports the object that is being made as malformed.
+    [[noreturn]] void fail(const char *reason) const { throw FormatError(m_cursor->offset, reason); }
+
+private:
+    using StreamIndex = typedstream::StreamIndex;
+
+    /// How far an object, or the stream itself, has been read.
+    struct Cursor {
+        quint32 offset = 0;
+        StreamIndex::Number nextNumber = 0; ///< what the next literal is numbered
+        typedstream::GroupCursor group;
+    };
+
+    NSUnarchiver(const QByteArray &data, const ClassTable &classes);
+
+    [[nodiscard]] const ObjectRef &object(StreamIndex::Number number);
+    [[nodiscard]] ObjectRef make(StreamIndex::Number number);
+    /// Null when nobody knows the class or any of its superclasses.
+    [[nodiscard]] const ClassMakers *makersFor(StreamIndex::Number classNumber);
+    /// Reads what is at an object value: its number, none for nil.
+    [[nodiscard]] StreamIndex::Number readObjectNumber();
+    [[nodiscard]] char expectValue(const char *what);
+
+    QByteArray m_data;
+    const ClassTable &m_classes;
+    DecodingBudget m_budget;
+    StreamIndex m_index;
+    quint32 m_scanned; ///< offset behind the last indexed group
+    DecodedObjects m_objects;
+    QHash<QByteArray, QByteArray> m_trueNames;
+    QHash<StreamIndex::Number, const ClassMakers *> m_makers;
+    Cursor m_stream;
+    Cursor *m_cursor = &m_stream;
+};
+
+} // namespace platform

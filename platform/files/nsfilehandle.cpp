@@ -1,0 +1,51 @@
+#include "platform/files/nsfilehandle.h"
+
+#include "platform/files/systemcalls.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace platform {
+
+NSFileHandle NSFileHandle::createFileAtPath(const std::filesystem::path &path, std::string &error)
+{
+    NSFileHandle handle;
+    ::unlink(path.c_str()); // fails where nothing stands, or a folder: then so does open
+    handle.m_file =
+        Descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+    if (!handle.isOpen())
+        error = reasonOf(errno);
+    else
+        handle.m_folder = Descriptor(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return handle;
+}
+
+std::optional<std::string> NSFileHandle::writeData(QByteArrayView bytes)
+{
+    if (!m_file)
+        return reasonOf(EBADF);
+    if (writeAll(m_file.number(), bytes)) {
+        m_length += bytes.size();
+        return std::nullopt;
+    }
+    const int error = errno;
+    if (::ftruncate(m_file.number(), m_length) != 0 ||
+        ::lseek(m_file.number(), m_length, SEEK_SET) != m_length)
+        return reasonOf(error) +
+               ", and the part that was written could not be taken back: " + reasonOf(errno);
+    return reasonOf(error);
+}
+
+std::optional<std::string> NSFileHandle::synchronizeFile()
+{
+    if (!m_file)
+        return reasonOf(EBADF);
+    if (::fsync(m_file.number()) != 0)
+        return reasonOf(errno);
+    if (m_folder && ::fsync(m_folder.number()) != 0 && errno != EINVAL) // some file systems sync no folders
+        return reasonOf(errno);
+    return std::nullopt;
+}
+
+} // namespace platform

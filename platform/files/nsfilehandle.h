@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/files/descriptor.h"
+
+#include <QByteArrayView>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace platform {
+
+/// A file that is open for writing, at the end of what was written so far; or none, where it could not be
+/// opened: then every write fails.
+class NSFileHandle {
+public:
+    /// None.
+    NSFileHandle() = default;
+
+    /// Makes an empty file at @p path in place of whatever file stands there (a symbolic link is replaced,
+    /// not followed) and opens it.
+    /// @param error receives the reason when the result is none.
+    [[nodiscard]] static NSFileHandle createFileAtPath(const std::filesystem::path &path, std::string &error);
+
+    [[nodiscard]] bool isOpen() const { return bool(m_file); }
+    /// Appends @p bytes, all of them or none: when the system takes only a part (a full disk), the file is
+    /// cut back to where it was.
+    /// @return nothing on success, else the reason in English.
+    [[nodiscard]] std::optional<std::string> writeData(QByteArrayView bytes);
+    /// Returns when what was written, and the file's name in its folder, have reached the disk.
+    /// @return nothing on success, else the reason in English.
+    [[nodiscard]] std::optional<std::string> synchronizeFile();
+
+private:
+    Descriptor m_file;
+    Descriptor m_folder;
+    qint64 m_length = 0; ///< bytes of whole writes
+};
+
+} // namespace platform

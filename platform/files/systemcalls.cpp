@@ -1,0 +1,27 @@
+#include "platform/files/systemcalls.h"
+
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
+
+namespace platform {
+
+std::string reasonOf(int error)
+{
+    return strerrordesc_np(error) ? strerrordesc_np(error) : "error " + std::to_string(error);
+}
+
+bool writeAll(int descriptor, QByteArrayView bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(descriptor, bytes.data(), size_t(bytes.size()));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes = bytes.sliced(written);
+    }
+    return true;
+}
+
+} // namespace platform

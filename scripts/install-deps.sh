@@ -1,0 +1,24 @@
+#!/bin/sh
+# Installs the Debian packages that the build and the tests need. Skips what is there; uses sudo when not root.
+set -eu
+
+packages="
+    ccache clang-19 clang-format-19 clang-tidy-19 cmake g++ ninja-build
+    qt6-base-dev qt6-image-formats-plugins libcli11-dev
+    libgtest-dev libgmock-dev libbenchmark-dev libplist-dev
+    gobjc gnustep-make libgnustep-gui-dev gnustep-back0.29-cairo
+    git mutt python3 xauth xvfb
+"
+
+missing=
+for package in $packages; do
+    dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+as_root=
+[ "$(id -u)" -eq 0 ] || as_root=sudo
+echo "Installing:$missing"
+$as_root apt-get update -qq
+# shellcheck disable=SC2086 # names, to be split
+DEBIAN_FRONTEND=noninteractive $as_root apt-get install -y -qq --no-install-recommends $missing >/dev/null
