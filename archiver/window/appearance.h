@@ -19,9 +19,7 @@ public:
 
 private:
     void follow(const QVariant &colorScheme);
+    Q_SLOT void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
 
     QPalette m_themePalette; ///< what Qt chose
-
-private Q_SLOTS:
-    void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
 };

@@ -21,6 +21,7 @@ namespace {
 constexpr int pictureSize = 64;
 constexpr int margin = 20;
 constexpr int barHeight = 14;
+constexpr qint64 wholeInterval = 250; // milliseconds
 
 /// A bar counts in int; a folder of more entries than that is not worth a second kind of bar.
 int barValue(qsizetype value)
@@ -158,7 +159,18 @@ void ArchiverWindow::setArchiving(bool archiving)
     m_skipChatsButton->setEnabled(!archiving);
     if (!archiving)
         m_archiveButton->setFocus(); // a control that is off has none
+    m_sinceWhole.start();
     repaint();
+}
+
+void ArchiverWindow::repaintAtOnce(QWidget &changed)
+{
+    if (m_sinceWhole.isValid() && m_sinceWhole.hasExpired(wholeInterval)) {
+        m_sinceWhole.start();
+        repaint();
+    } else {
+        changed.repaint();
+    }
 }
 
 void ArchiverWindow::startProgress(qsizetype maximum)
@@ -166,25 +178,25 @@ void ArchiverWindow::startProgress(qsizetype maximum)
     // A range of 0 to 0 would be Qt's sign for "no idea how long".
     m_progressBar->setRange(0, std::max(1, barValue(maximum)));
     m_progressBar->setValue(maximum > 0 ? 0 : 1);
-    m_progressBar->repaint();
+    repaintAtOnce(*m_progressBar);
 }
 
 void ArchiverWindow::showProgress(qsizetype value)
 {
     m_progressBar->setValue(std::min(barValue(value), m_progressBar->maximum()));
-    m_progressBar->repaint();
+    repaintAtOnce(*m_progressBar);
 }
 
 void ArchiverWindow::showEntry(const QString &text)
 {
     m_line->setText(m_line->fontMetrics().elidedText(text, Qt::ElideMiddle, m_line->contentsRect().width()));
-    m_line->repaint();
+    repaintAtOnce(*m_line);
 }
 
 void ArchiverWindow::showOutcome(const QString &text)
 {
     m_line->setText(text);
-    m_line->repaint();
+    repaintAtOnce(*m_line);
 }
 
 void ArchiverWindow::showHelp()

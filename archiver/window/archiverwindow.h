@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QMainWindow>
 #include <QPixmap>
 #include <QString>
@@ -39,6 +40,7 @@ public:
     void showOutcome(const QString &text);
 
 private:
+    void repaintAtOnce(QWidget &changed);
     void addMenus();
     void layOut();
     void showHelp();
@@ -50,4 +52,5 @@ private:
     QProgressBar *m_progressBar;
     QCheckBox *m_skipChatsButton;
     QLabel *m_line;
+    QElapsedTimer m_sinceWhole; ///< since the whole window was drawn
 };

@@ -12,7 +12,7 @@
 
 int main(int argc, char **argv)
 {
-    QApplication application(argc, argv);
+    const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("prattlebug-archiver"));
     // No display name: Qt would append it to the titles of the alerts.
     QApplication::setDesktopFileName(QStringLiteral("prattlebug-archiver"));

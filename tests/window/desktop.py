@@ -83,8 +83,7 @@ class Widget:
 
 
 class Desktop:
-    def __init__(self, file_manager=True, size=(1024, 768)):
-        self.size = size
+    def __init__(self, size=(1024, 768)):
         self.processes = []
         self.folder = tempfile.TemporaryDirectory(prefix="prattlebug-desktop-")
         self.runtime = Path(self.folder.name)
@@ -106,8 +105,8 @@ class Desktop:
             os.environ["DBUS_SESSION_BUS_ADDRESS"] = self.start_and_read(
                 "dbus-daemon", "--session", "--nofork", "--print-address={}")
             self.services = subprocess.Popen(
-                [sys.executable, HERE / "services.py", *([] if file_manager else ["--no-file-manager"])],
-                stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+                [sys.executable, HERE / "services.py"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                text=True)
             self.processes.append(self.services)
             assert self.services.stdout.readline() == "ready\n"
             import gi  # asks for the bus when it is loaded
@@ -141,10 +140,12 @@ class Desktop:
         assert line, f"{command[0]} did not start: {(self.runtime / (command[0] + '.log')).read_text()}"
         return line
 
-    def set_appearance(self, scheme):
-        """Has the user choose "dark" or "light"."""
-        self.services.stdin.write(scheme + "\n")
+    def tell_services(self, command):
+        """See services.py."""
+        self.services.stdin.write(command + "\n")
         self.services.stdin.flush()
+        answer = self.services.stdout.readline()
+        assert answer == "done\n", answer
 
     def next_shown(self):
         """What the file manager has been asked to show: URIs."""
@@ -168,31 +169,19 @@ class Desktop:
         blue, green, red = picture[start:start + 3]
         return red, green, blue
 
+    def region(self, place):
+        """The bytes of what the display shows at x, y, width and height."""
+        x, y, width, height = place
+        header, picture = self.frame()
+        starts = (row * header["bytes_per_line"] + x * 4 for row in range(y, y + height))
+        return b"".join(picture[start:start + width * 4] for start in starts)
+
     def frame(self):
         """What the display shows: the header's numbers and its pixels, blue, green, red and a spare byte each."""
         data = (self.runtime / "Xvfb_screen0").read_bytes()
         words = [int.from_bytes(data[i:i + 4], "big") for i in range(0, 100, 4)]
         header = {"width": words[4], "height": words[5], "bytes_per_line": words[12]}
         return header, data[words[0] + words[19] * 12:]
-
-    def save_picture(self, path):
-        """Writes what the display shows as a PNG file."""
-        import zlib
-        header, picture = self.frame()
-        rows = bytearray()
-        for y in range(header["height"]):
-            line = picture[y * header["bytes_per_line"]:][:header["width"] * 4]
-            row = bytearray(header["width"] * 3)
-            row[0::3], row[1::3], row[2::3] = line[2::4], line[1::4], line[0::4]
-            rows += b"\0" + row
-
-        def chunk(kind, content):
-            return (len(content).to_bytes(4, "big") + kind + content
-                    + zlib.crc32(kind + content).to_bytes(4, "big"))
-
-        size = header["width"].to_bytes(4, "big") + header["height"].to_bytes(4, "big")
-        Path(path).write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", size + b"\x08\x02\0\0\0")
-                               + chunk(b"IDAT", zlib.compress(bytes(rows))) + chunk(b"IEND", b""))
 
 
 class Application:

@@ -1,7 +1,8 @@
 """The desktop's side of the session bus: a file manager and the portal's appearance setting.
 
-Reads commands from standard input, one a line: "dark" and "light" change the setting; the end of the input ends the
-program. Writes "ready", and then "show URI..." for each request to show items.
+Reads commands from standard input, one a line: "dark" and "light" change the setting, "leave" and "return" take the
+file manager off the bus and back; each is answered by "done". The end of the input ends the program. Writes "ready"
+first, and "show URI..." for each request to show items.
 """
 
 import sys
@@ -24,29 +25,28 @@ INTERFACES = """
   </interface>
 </node>
 """
+FILE_MANAGER = "org.freedesktop.FileManager1"
 SETTINGS = "org.freedesktop.portal.Settings"
 SETTINGS_PATH = "/org/freedesktop/portal/desktop"
 SCHEME = ("org.freedesktop.appearance", "color-scheme")
 
 
 class Services:
-    def __init__(self, loop, file_manager):
+    def __init__(self, loop):
         self.loop = loop
         self.scheme = GLib.Variant("u", 0)
         self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
         interfaces = Gio.DBusNodeInfo.new_for_xml(INTERFACES)
-        self.register(SETTINGS_PATH, interfaces.lookup_interface(SETTINGS), "org.freedesktop.portal.Desktop")
-        if file_manager:
-            name = "org.freedesktop.FileManager1"
-            self.register("/org/freedesktop/FileManager1", interfaces.lookup_interface(name), name)
+        for path, interface in ((SETTINGS_PATH, SETTINGS), ("/org/freedesktop/FileManager1", FILE_MANAGER)):
+            self.bus.register_object(path, interfaces.lookup_interface(interface), self.called, None, None)
+        self.ask_bus("RequestName", GLib.Variant("(su)", ("org.freedesktop.portal.Desktop", 0)))
+        self.ask_bus("RequestName", GLib.Variant("(su)", (FILE_MANAGER, 0)))
         GLib.io_add_watch(sys.stdin, GLib.PRIORITY_DEFAULT, GLib.IO_IN | GLib.IO_HUP, self.command)
         print("ready", flush=True)
 
-    def register(self, path, interface, name):
-        self.bus.register_object(path, interface, self.called, None, None)
-        arguments = GLib.Variant("(su)", (name, 0))
-        self.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-                           arguments, None, Gio.DBusCallFlags.NONE, -1)
+    def ask_bus(self, method, arguments):
+        self.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method, arguments,
+                           None, Gio.DBusCallFlags.NONE, -1)
 
     def called(self, _bus, _sender, _path, _interface, method, arguments, invocation):
         if method == "ShowItems":
@@ -57,17 +57,23 @@ class Services:
             invocation.return_value(GLib.Variant("(v)", (GLib.Variant("v", self.scheme),)))
 
     def command(self, stream, _condition):
-        line = stream.readline()
-        if not line:
+        command = stream.readline().strip()
+        if not command:
             self.loop.quit()
             return False
-        self.scheme = GLib.Variant("u", {"dark": 1, "light": 2}[line.strip()])
-        self.bus.emit_signal(None, SETTINGS_PATH, SETTINGS, "SettingChanged",
-                             GLib.Variant("(ssv)", (*SCHEME, self.scheme)))
+        if command == "leave":
+            self.ask_bus("ReleaseName", GLib.Variant("(s)", (FILE_MANAGER,)))
+        elif command == "return":
+            self.ask_bus("RequestName", GLib.Variant("(su)", (FILE_MANAGER, 0)))
+        else:
+            self.scheme = GLib.Variant("u", {"dark": 1, "light": 2}[command])
+            self.bus.emit_signal(None, SETTINGS_PATH, SETTINGS, "SettingChanged",
+                                 GLib.Variant("(ssv)", (*SCHEME, self.scheme)))
+        print("done", flush=True)
         return True
 
 
 if __name__ == "__main__":
     main_loop = GLib.MainLoop()
-    services = Services(main_loop, file_manager="--no-file-manager" not in sys.argv)
+    services = Services(main_loop)
     main_loop.run()
