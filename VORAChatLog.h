@@ -50,6 +50,10 @@ public:
     [[nodiscard]] static std::unique_ptr<VORAChatLog> initWithFilePath(const std::filesystem::path &path,
                                                                        Outcome *outcome = nullptr);
 
+    /// A chat log of messages that are in memory already, for whoever has them from elsewhere than a file.
+    [[nodiscard]] static std::unique_ptr<VORAChatLog>
+    withMessages(const Messages &messages, const QString &otherParty, const Participants &participants = {});
+
     /// In the order in which they were written.
     [[nodiscard]] const Messages &messages() const { return m_messages; }
     /// The participants other than the user.
@@ -80,6 +84,27 @@ public:
     /// "[IM] Kim", or, with the preference forceUniqueSubjects, "[IM] Kim (14:03:22 05 Mar 2005)" with the
     /// current time; that also adds one to the preference subjectNumber.
     [[nodiscard]] QString subjectForEmail() const;
+
+    // Links and attached files (VORAChatLog+Logs.cpp)
+
+    /// One record for each message that is no status message, in order, also for those without links.
+    [[nodiscard]] std::vector<LinkRecord> GatheredURLs() const;
+    /// The same for attached files.
+    [[nodiscard]] std::vector<ImageRecord> GatheredImages() const;
+
+    // Error reports (VORAChatLog+Errors.cpp)
+
+    enum class ErrorCode : qint32 {
+        FileNotWritten = 1,
+        MailServer = 2,
+        MailLogin = 3,
+        Internal = 4,
+    };
+    /// Tells the preference pane of a failure: code and text of the latest one under `errorStatus` and
+    /// `reportThis` in the shared preferences, and one more in `emailFails`, whatever the failure. When that
+    /// reaches 3, beeps and shows a dialog that sends the user to the pane. Never fails; writes nothing to
+    /// the console log.
+    static void reportError(ErrorCode code, const QString &andLog);
 
 private:
     VORAChatLog(std::shared_ptr<const platform::NSArray> loadedArray, QString primaryOtherParty);

@@ -2,6 +2,7 @@
 
 #include "VORAPresentity.h"
 
+#include "platform/appkit/nsfilewrapper.h"
 #include "platform/archive/coder.h"
 #include "platform/date/nsdate.h"
 #include "platform/foundation/nsattributedstring.h"
@@ -10,6 +11,24 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
+
+/// What one message holds of one kind, with who sent it and when. A status message has an empty record, and
+/// so has one whose sender has no display name; one without a time stamp has only its speaker.
+struct MessageRecord {
+    std::optional<QString> speaker; ///< display name
+    std::optional<platform::NSDate> time;
+};
+
+/// The links of one message.
+struct LinkRecord : MessageRecord {
+    std::vector<QString> urls; ///< in text order; a URL as its absolute string, a string as it is
+};
+
+/// The attached files of one message.
+struct ImageRecord : MessageRecord {
+    std::vector<std::shared_ptr<const platform::NSFileWrapper>> images; ///< in text order; pictures or not
+};
 
 /// One line of a chat as iChat archived it: who sent it, when, and its styled text.
 ///
@@ -51,9 +70,19 @@ public:
     /// The styled line: the sender's name in bold, ": ", the text with its attributes, and two line feeds.
     [[nodiscard]] platform::NSAttributedString LoggedString() const;
 
+    // Gathering (VORAInstantMessage+Gathering.cpp). A value is taken once however many characters carry it,
+    // and not again when the very same object comes back with nothing but plain text between; distinct
+    // objects are taken each, also when they are equal.
+
+    [[nodiscard]] LinkRecord allURLs() const;
+    [[nodiscard]] ImageRecord allImages() const;
+
     [[nodiscard]] QString className() const override { return QStringLiteral("VORAInstantMessage"); }
 
 private:
+    /// Notes sender and time in @p record. @return whether the message can contribute anything to it.
+    [[nodiscard]] bool startRecord(MessageRecord &record) const;
+
     std::shared_ptr<const VORAPresentity> m_speaker;
     std::shared_ptr<const platform::NSAttributedString> m_string;
     std::optional<platform::NSDate> m_timestamp;
