@@ -1,0 +1,5 @@
+#include "VORAHostFlags.h"
+
+bool iChatRunning = false;
+bool shouldQuit = false;
+bool verbose = false;
