@@ -11,12 +11,12 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <fstream>
-#include <map>
 #include <sstream>
+#include <sys/stat.h>
 
 using platform::NSDate;
-using testing::HasSubstr;
 
 namespace {
 
@@ -46,7 +46,7 @@ constexpr auto everyToken = R"(1 ____USERTOTAL
 )";
 
 /// Noon of 1 March 2005 in Los Angeles, and days after it, as the chats' dates count.
-constexpr double noon = 131486400;
+constexpr double noon = 131400000;
 constexpr double secondsPerDay = 86400;
 
 QByteArray words(int count)
@@ -149,7 +149,7 @@ TEST_F(StatisticsTest, AddUpInTheStore)
     writeStore(
         "usertextcount = 90; othertextcount = 6; cursecount = 1; othercursecount = 2; netspeakcount = 3; "
         "othernetspeakcount = 4; imagecount = 7; linkcount = 2; chatcount = 3; "
-        "startDate = <*D2005-02-19 12:00:00 -0800>; endDate = <*D2030-01-01 00:00:00 +0000>; other = 1");
+        "startDate = <*D2005-02-19 12:00:00 -0800>; endDate = <*D2030-01-01 00:00:00 +0000>; other = 1;");
     fold("damn! lol brb LOL", "damn damn lol word word word");
     EXPECT_EQ(file("stats.html"),
               "1 96\n2 10\n3 106\n4 24.0\n5 2.5\n6 26.5\n7 272\n8 1.8\n9 0.5\n10 7\n11 2\n12 "
