@@ -50,6 +50,10 @@ public:
     [[nodiscard]] static std::unique_ptr<VORAChatLog> initWithFilePath(const std::filesystem::path &path,
                                                                        Outcome *outcome = nullptr);
 
+    /// A chat log of messages that are in memory already, for whoever has them from elsewhere than a file.
+    [[nodiscard]] static std::unique_ptr<VORAChatLog>
+    withMessages(const Messages &messages, const QString &otherParty, const Participants &participants = {});
+
     /// In the order in which they were written.
     [[nodiscard]] const Messages &messages() const { return m_messages; }
     /// The participants other than the user.

@@ -1,9 +1,8 @@
 #include "VORAChatLog.h"
 #include "VORAHostFlags.h"
 
-#include "tests/model/transcriptfile.h"
-
-#include "platform/host.h"
+#include "tests/support/testhome.h"
+#include "tests/support/transcripts.h"
 
 #include <QTemporaryDir>
 #include <gmock/gmock.h>
@@ -13,18 +12,6 @@
 #include <sstream>
 
 namespace {
-
-class ConsoleLines final : public platform::Host {
-public:
-    ConsoleLines() { platform::Host::install(this); }
-    ~ConsoleLines() override { platform::Host::install(nullptr); }
-    ConsoleLines(const ConsoleLines &) = delete;
-    ConsoleLines &operator=(const ConsoleLines &) = delete;
-
-    void consoleLine(QByteArrayView line) override { lines.emplace_back(line.data(), size_t(line.size())); }
-
-    std::vector<std::string> lines;
-};
 
 /// A program `osascript`, the only one on PATH, that keeps the script it is given and answers as it is told.
 class StandIn {
@@ -63,33 +50,35 @@ private:
     std::string m_path;
 };
 
-class EndOfChat : public testing::Test {
+class Analysis : public TestHome {
+protected:
+    [[nodiscard]] std::unique_ptr<VORAChatLog> chatWith(const std::vector<QByteArray> &participants,
+                                                        const std::vector<TestMessage> &messages = {}) const
+    {
+        return VORAChatLog::initWithFilePath(
+            write("Kim on 2005-03-05.ichat", keyedTranscript(messages, participants)));
+    }
+};
+
+class EndOfChat : public Analysis {
 protected:
     EndOfChat() { iChatRunning = true; }
     ~EndOfChat() override { iChatRunning = false; }
 
-    static std::unique_ptr<VORAChatLog> chatWith(const std::vector<QByteArray> &participants)
-    {
-        return TranscriptFile{.participants = participants}.chatLog();
-    }
-
     StandIn osascript;
-    ConsoleLines console;
 };
 
 } // namespace
 
-TEST(Analysis, SplitsWordsBetweenThePartyOfTheFileNameAndEverybodyElse)
+TEST_F(Analysis, SplitsWordsBetweenThePartyOfTheFileNameAndEverybodyElse)
 {
-    const auto chat = TranscriptFile{.participants = {"Kim", "Zoe"},
-                                     .messages = {{"Kim", "one two lol"},
-                                                  {"sam", "three lol"},
-                                                  {"Zoe", "four five six"},
-                                                  {"kim", "seven"}, // letter case counts
-                                                  {"", "Zoe has left the chat"},
-                                                  {"Kim", ""},
-                                                  {"Kim", "lol"}}}
-                          .chatLog();
+    const auto chat = chatWith({"Kim", "Zoe"}, {{"Jabber", "Kim", "one two lol"},
+                                                {"Jabber", "sam", "three lol"},
+                                                {"Jabber", "Zoe", "four five six"},
+                                                {"Jabber", "kim", "seven"}, // letter case counts
+                                                {"", "", "Zoe has left the chat"},
+                                                {"Jabber", "Kim", ""},
+                                                {"Jabber", "Kim", "lol"}});
     const WordSet lol{QStringLiteral("lol")};
     const WordSet empty;
     EXPECT_EQ(chat->CountWordsForOthersInSet(nullptr), 4);
@@ -104,15 +93,15 @@ TEST(Analysis, SplitsWordsBetweenThePartyOfTheFileNameAndEverybodyElse)
     EXPECT_THAT(chat->countWords(sets), testing::ElementsAre(Counts{6, 4}, Counts{1, 2}, Counts{0, 0}));
 }
 
-TEST(Analysis, AnswersTheQuestionsAboutSpeakers)
+TEST_F(Analysis, AnswersTheQuestionsAboutSpeakers)
 {
-    const auto chat = TranscriptFile{.participants = {"kimlee", "Zoe"}, .messages = {}}.chatLog();
+    const auto chat = chatWith({"kimlee", "Zoe"});
     EXPECT_EQ(chat->NumberOfSpeakers(), 3);
     EXPECT_TRUE(chat->NameInSpeakerList(QStringLiteral("Zoe")));
     EXPECT_FALSE(chat->NameInSpeakerList(QStringLiteral("zoe")));
     EXPECT_FALSE(chat->NameInSpeakerList(QStringLiteral("Kim")));
     EXPECT_EQ(chat->firstOtherPartyName(), QStringLiteral("Kim"));
-    EXPECT_EQ(TranscriptFile{}.chatLog()->NumberOfSpeakers(), 1);
+    EXPECT_EQ(chatWith({})->NumberOfSpeakers(), 1);
 }
 
 TEST_F(EndOfChat, NeedsNoScriptWhileIChatDoesNotRun)
@@ -122,7 +111,7 @@ TEST_F(EndOfChat, NeedsNoScriptWhileIChatDoesNotRun)
     EXPECT_TRUE(chatWith({"Kim", "Zoe"})->isLikelyEndOfChat());
     EXPECT_TRUE(chatWith({"Kim"})->isLikelyEndOfChat());
     EXPECT_FALSE(osascript.script());
-    EXPECT_THAT(console.lines, testing::IsEmpty());
+    EXPECT_EQ(consoleLog(), "");
 }
 
 TEST_F(EndOfChat, OfManyIsWhenThereIsNoWindowAtAll)
@@ -136,12 +125,10 @@ TEST_F(EndOfChat, OfManyIsWhenThereIsNoWindowAtAll)
                  {"0\n", 1, false}, {"10\n", 0, false}};
     for (const auto &row : table) {
         osascript.answers(row.reply, row.exitCode);
-        console.lines.clear();
         EXPECT_EQ(chat->isLikelyEndOfChat(), row.ended) << row.reply;
         EXPECT_EQ(osascript.script(), "tell application \"iChat\" to get the number of documents");
-        EXPECT_THAT(console.lines,
-                    testing::ElementsAre(testing::EndsWith("multiparty chat, checking documents")));
     }
+    EXPECT_EQ(consoleLog().count(" multiparty chat, checking documents\n"), qsizetype(std::size(table)));
 }
 
 TEST_F(EndOfChat, OfTwoIsWhenNoWindowBearsTheName)
@@ -158,13 +145,14 @@ TEST_F(EndOfChat, OfTwoIsWhenNoWindowBearsTheName)
         EXPECT_EQ(chat->isLikelyEndOfChat(), row.ended) << row.reply;
         EXPECT_EQ(alone->isLikelyEndOfChat(), row.ended) << row.reply;
     }
-    EXPECT_THAT(console.lines, testing::IsEmpty());
+    EXPECT_EQ(consoleLog(), "");
 }
 
 TEST_F(EndOfChat, AsksForTheFourTitlesWithTheNameMadeFitForAScript)
 {
     osascript.answers("no\n");
-    const auto chat = TranscriptFile{.name = R"(Kim "%2\" Lee on 2005-03-05 at 12.00)"}.chatLog();
+    const auto chat = VORAChatLog::initWithFilePath(
+        write(R"(Kim "%2\" Lee on 2005-03-05 at 12.00.ichat)", keyedTranscript({})));
     EXPECT_TRUE(chat->isLikelyEndOfChat());
     EXPECT_EQ(
         osascript.script(),

@@ -1,18 +1,14 @@
 #include "VORALogGenerator.h"
 
-#include "tests/model/transcriptfile.h"
+#include "tests/support/testhome.h"
+#include "tests/support/transcripts.h"
 
 #include "platform/date/calendar.h"
-#include "platform/files/files.h"
 #include "platform/propertylist/propertylist.h"
 
-#include <QTemporaryDir>
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <ctime>
 #include <fcntl.h>
-#include <fstream>
 #include <sstream>
 #include <sys/stat.h>
 
@@ -54,49 +50,33 @@ QByteArray words(int count)
     return QByteArray("word ").repeated(count);
 }
 
-/// A home folder with a support folder and the template above, in Los Angeles.
-class StatisticsTest : public testing::Test {
+/// A support folder with the template above.
+class StatisticsTest : public TestHome {
 protected:
-    StatisticsTest()
-    {
-        setenv("HOME", m_home.path().toUtf8().constData(), 1);
-        setenv("TZ", "America/Los_Angeles", 1);
-        tzset();
-        std::filesystem::create_directories(support());
-        write("statstemplate.html", everyToken);
-    }
-    ~StatisticsTest() override
-    {
-        unsetenv("TZ");
-        tzset();
-    }
+    StatisticsTest() { writeSupport("statstemplate.html", everyToken); }
 
-    [[nodiscard]] std::filesystem::path support() const
+    [[nodiscard]] std::filesystem::path support() const { return home() / "Library" / "Prattlebug"; }
+    void writeSupport(const char *name, const std::string &bytes) const
     {
-        return std::filesystem::path(m_home.path().toStdString()) / "Library" / "Prattlebug";
-    }
-    void write(const char *name, const std::string &bytes) const
-    {
-        std::ofstream(support() / name, std::ios::binary) << bytes;
+        write(support() / name, QByteArray::fromStdString(bytes));
     }
     /// A store with these pairs of the older text form.
-    void writeStore(const std::string &pairs) const { write("talkmeter.plist", "{" + pairs + "}"); }
+    void writeStore(const std::string &pairs) const { writeSupport("talkmeter.plist", "{" + pairs + "}"); }
 
-    /// Folds in a chat of Kim's and Sam's at noon of 1 March, so many days later.
-    static void fold(const QByteArray &kim, const QByteArray &sam, double days = 0)
+    void fold(const std::vector<TestMessage> &messages) const
     {
-        const double time = noon + days * secondsPerDay;
-        const auto chat = TranscriptFile{.messages = {{"Kim", kim, time - 60}, {"sam", sam, time}}}.chatLog();
+        const auto chat =
+            VORAChatLog::initWithFilePath(write("Kim on 2005-03-01.ichat", keyedTranscript(messages)));
         VORALogGenerator::UpdateStatistics(*chat);
     }
-
-    [[nodiscard]] std::string file(const char *name) const
+    /// Folds in what Kim said and then Sam, at noon of 1 March or so many days later.
+    void fold(const QByteArray &kim, const QByteArray &sam, double days = 0) const
     {
-        std::ifstream stream(support() / name, std::ios::binary);
-        std::stringstream text;
-        text << stream.rdbuf();
-        return text.str();
+        const double time = noon + days * secondsPerDay;
+        fold({{"Jabber", "Kim", kim, time - 60}, {"Jabber", "sam", sam, time}});
     }
+
+    [[nodiscard]] std::string file(const char *name) const { return read(support() / name).toStdString(); }
     /// What stands in the page for the token of that number.
     [[nodiscard]] std::string value(int token) const
     {
@@ -111,9 +91,6 @@ protected:
         return platform::readPropertyList(QByteArray::fromStdString(file("talkmeter.plist")));
     }
     [[nodiscard]] std::optional<qint64> stored(QStringView key) const { return store()[key].integer(); }
-
-private:
-    QTemporaryDir m_home;
 };
 
 } // namespace
@@ -144,8 +121,8 @@ TEST_F(StatisticsTest, OfAFirstChatFillEveryToken)
 
 TEST_F(StatisticsTest, AddUpInTheStore)
 {
-    write("curses.plist", "(damn, \"damn!\")");
-    write("netspeak.plist", "<plist><array><string>lol</string><string>brb</string></array></plist>");
+    writeSupport("curses.plist", "(damn, \"damn!\")");
+    writeSupport("netspeak.plist", "<plist><array><string>lol</string><string>brb</string></array></plist>");
     writeStore(
         "usertextcount = 90; othertextcount = 6; cursecount = 1; othercursecount = 2; netspeakcount = 3; "
         "othernetspeakcount = 4; imagecount = 7; linkcount = 2; chatcount = 3; "
@@ -186,7 +163,7 @@ TEST_F(StatisticsTest, BeginAnewFromAStoreOfTheWrongShape)
          "April 5, 2004"},
     };
     for (const auto &row : table) {
-        write("talkmeter.plist", row.store);
+        writeSupport("talkmeter.plist", row.store);
         // Of a folder, the earlier of birth and change counts as its creation.
         const timespec changed{.tv_sec = 1081191600, .tv_nsec = 0}; // 5 April 2004, noon
         const timespec times[] = {changed, changed};
@@ -207,8 +184,8 @@ TEST_F(StatisticsTest, CountNothingForAMissingOrBrokenWordList)
                              "<plist><array><string>word</string><integer>1</integer></array></plist>"}) {
         std::filesystem::remove(support() / "curses.plist");
         if (*list)
-            write("curses.plist", list);
-        write("netspeak.plist", "( word )");
+            writeSupport("curses.plist", list);
+        writeSupport("netspeak.plist", "( word )");
         std::filesystem::remove(support() / "talkmeter.plist");
         fold("word", "word word");
         EXPECT_EQ(value(14), "0") << list;
@@ -270,7 +247,7 @@ TEST_F(StatisticsTest, CoverWholeDaysOnly)
 TEST_F(StatisticsTest, EndNowForAChatWithoutMessages)
 {
     writeStore("startDate = <*D2005-03-05 12:00:00 -0800>;");
-    VORALogGenerator::UpdateStatistics(*TranscriptFile{}.chatLog());
+    fold(std::vector<TestMessage>{});
     EXPECT_EQ(value(21), "March 5, 2005");
     const double sinceEnd = NSDate::now().timeIntervalSinceReferenceDate() -
                             store()[u"endDate"].date()->timeIntervalSinceReferenceDate();
@@ -281,12 +258,12 @@ TEST_F(StatisticsTest, EndNowForAChatWithoutMessages)
 
 TEST_F(StatisticsTest, FillTheTemplateThatIsThere)
 {
-    write("statstemplate.html",
-          "<p>____USERTOTAL of ____SUMTOTAL, ____USERTOTAL; ____usertotal ____NAME \xFF");
+    writeSupport("statstemplate.html",
+                 "<p>____USERTOTAL of ____SUMTOTAL, ____USERTOTAL; ____usertotal ____NAME \xFF");
     fold("one", "one two");
     EXPECT_EQ(file("stats.html"), "<p>2 of 3, 2; ____usertotal ____NAME \xFF");
 
-    write("statstemplate.html", "no token");
+    writeSupport("statstemplate.html", "no token");
     fold("one", "one two");
     EXPECT_EQ(file("stats.html"), "no token");
 

@@ -1,22 +1,17 @@
-"""The statistics that archiving the sample chats leaves, against sums made here from what the samples are known to hold.
-
-    sample_totals_test.py PRATTLEBUG
-"""
+"""The statistics that archiving the samples leaves, against sums made here from what the samples are known to hold."""
 
 import json
+import os
 import plistlib
 import shutil
-import subprocess
-import sys
-import tempfile
 import unicodedata
-import unittest
 from datetime import datetime, timezone
-from pathlib import Path
 
-PRATTLEBUG = sys.argv.pop(1)
-TOP = Path(__file__).resolve().parents[2]
-SAMPLES = TOP / "samples"
+from companion import SAMPLES, TRANSCRIPTS, CompanionTest, main
+
+RESOURCES = os.path.join(SAMPLES, "../resources")
+SUPPORT = "Library/Prattlebug"
+LISTS = ("curses.plist", "netspeak.plist")
 
 
 def is_white_space(character):
@@ -34,39 +29,28 @@ def words(text):
     return pieces
 
 
-class Samples(unittest.TestCase):
+class Statistics(CompanionTest):
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.home = Path(scratch.name)
-        self.support = self.home / "Library" / "Prattlebug"
-        self.support.mkdir(parents=True)
-        self.chats = self.home / "Documents" / "iChats (Prattlebugged)"
-        shutil.copytree(SAMPLES / "chats", self.chats)
-        for name in ("me.vcf", "contacts.vcf"):
-            shutil.copy(SAMPLES / name, self.support)
-        (self.support / "statstemplate.html").write_text("____SUMTOTAL words, last ____DATE2")
-
-    def run_program(self, *arguments):
-        return subprocess.run(
-            [PRATTLEBUG, "--home", self.home, *arguments],
-            env={"TZ": "UTC", "USER": "robin"},
-            check=True,
-            capture_output=True,
-            text=True,
-        )
+        super().setUp()
+        self.add_samples()
+        self.environment["TZ"] = "UTC"
+        self.write(f"{SUPPORT}/statstemplate.html", b"____SUMTOTAL words, last ____DATE2")
 
     def archive(self):
         """@return the names of the archived chats, in their order, and the store."""
-        log = self.run_program("archive", self.home / "archive").stderr
-        entries = [line.split(f"{self.chats}/", 1)[1] for line in log.splitlines() if f"{self.chats}/" in line]
-        chats = [name for name in entries if name.endswith(("chat", "ichat")) and " on " in Path(name).name]
-        return chats, plistlib.loads((self.support / "talkmeter.plist").read_bytes())
+        _, log = self.run_companion("archive", self.path("Out"))
+        folder = self.path(TRANSCRIPTS) + "/"
+        entries = [line.split(folder, 1)[1] for line in log.splitlines() if folder in line]
+        chats = [name for name in entries if name.endswith("chat") and " on " in os.path.basename(name)]
+        with open(self.path(SUPPORT, "talkmeter.plist"), "rb") as store:
+            return chats, plistlib.load(store)
 
     def messages(self, name):
         """What the samples are known to hold, with senders and dates as people are shown them."""
-        shown = json.loads(self.run_program("show", "--as", "json", self.chats / name).stdout)["messages"]
-        known = json.loads((SAMPLES / "expected" / f"{name}.json").read_text())["messages"]
+        output, _ = self.run_companion("show", "--as", "json", self.path(TRANSCRIPTS, name))
+        shown = json.loads(output)["messages"]
+        with open(os.path.join(SAMPLES, "expected", f"{name}.json"), encoding="utf-8") as file:
+            known = json.load(file)["messages"]
         self.assertEqual([message["text"] for message in shown], [message["text"] for message in known])
         return [dict(message, speaker=one["speaker"], date=one["time"]) for message, one in zip(known, shown)]
 
@@ -76,7 +60,7 @@ class Samples(unittest.TestCase):
         )
         totals.update(linkcount=0, imagecount=0, chatcount=len(chats))
         for name in chats:
-            other = Path(name).name.rsplit(" on ", 1)[0]
+            other = os.path.basename(name).rsplit(" on ", 1)[0]
             for message in self.messages(name):
                 if message["status"]:
                     continue
@@ -90,24 +74,28 @@ class Samples(unittest.TestCase):
                     totals["imagecount"] += len(message["files"])
         return totals
 
-    def test_totals_with_the_lists_that_are_installed(self):
-        for name in ("curses.plist", "netspeak.plist"):
-            shutil.copy(TOP / "resources" / name, self.support)
-        lists = [set(plistlib.loads((self.support / name).read_bytes())) for name in ("curses.plist", "netspeak.plist")]
-        chats, store = self.archive()
-        expected = self.expected_totals(chats, *lists)
-        self.assertEqual({key: store[key] for key in expected}, expected)
-        self.assertGreater(store["netspeakcount"] + store["othernetspeakcount"], 0)
-
-    def test_totals_with_lists_of_words_that_everybody_uses(self):
-        lists = [{"the", "Is", "is", "no"}, {"I", "a", "\ufffc", "is"}]
-        for name, some in zip(("curses.plist", "netspeak.plist"), lists):
-            (self.support / name).write_bytes(plistlib.dumps(sorted(some), fmt=plistlib.FMT_BINARY))
+    def check_totals(self, *lists):
         chats, store = self.archive()
         expected = self.expected_totals(chats, *lists)
         self.assertEqual({key: store[key] for key in expected}, expected)
         self.assertEqual(sorted(store), sorted([*expected, "startDate", "endDate"]))
-        for key in expected:
+        return store
+
+    def test_totals_with_the_lists_that_are_installed(self):
+        lists = []
+        for name in LISTS:
+            path = shutil.copy(os.path.join(RESOURCES, name), self.path(SUPPORT))
+            with open(path, "rb") as file:
+                lists.append(set(plistlib.load(file)))
+        store = self.check_totals(*lists)
+        self.assertGreater(store["netspeakcount"] + store["othernetspeakcount"], 0)
+
+    def test_totals_with_lists_of_words_that_everybody_uses(self):
+        lists = [{"the", "Is", "is", "no"}, {"I", "a", "\ufffc", "is"}]
+        for name, some in zip(LISTS, lists):
+            self.write(f"{SUPPORT}/{name}", plistlib.dumps(sorted(some), fmt=plistlib.FMT_BINARY))
+        store = self.check_totals(*lists)
+        for key in store.keys() - {"startDate", "endDate"}:
             self.assertGreater(store[key], 0, f"nothing shows that {key} is counted")
 
     def test_dates(self):
@@ -117,9 +105,8 @@ class Samples(unittest.TestCase):
         end = datetime.fromisoformat(self.messages(chats[-1])[-1]["date"]).replace(microsecond=0)
         self.assertEqual(store["endDate"].replace(tzinfo=timezone.utc), end)
         total = store["usertextcount"] + store["othertextcount"]
-        page = (self.support / "stats.html").read_text()
-        self.assertEqual(page, f"{total} words, last {end:%B} {end.day}, {end.year}")
+        with open(self.path(SUPPORT, "stats.html"), encoding="utf-8") as page:
+            self.assertEqual(page.read(), f"{total} words, last {end:%B} {end.day}, {end.year}")
 
 
-if __name__ == "__main__":
-    unittest.main()
+main()
