@@ -86,7 +86,7 @@ qint64 VORAChatLog::CountWordsForOthersInSet(const WordSet *set) const
 
 bool VORAChatLog::isLikelyEndOfChat() const
 {
-    if (!iChatRunning)
+    if (!VORAHostFlags::iChatRunning)
         return true;
     if (NumberOfSpeakers() > 2) {
         platform::NSLog(u"multiparty chat, checking documents");

@@ -1,16 +1,19 @@
 #pragma once
 
-// What the running program tells the chat-log model, for the whole process. All are false until the program
-// sets them; the archiver never does. Together with the installed platform::Host this is the only state that
-// belongs to the process.
+/// What the host program tells the chat-log model about itself: three switches, one set for the process.
+///
+/// A program sets them at its start, or leaves them as they are; the archiver never sets one. With the
+/// installed platform::Host they are the only state that belongs to the process.
+namespace VORAHostFlags {
 
-/// Whether the program knows iChat to be running. While it is false, VORAChatLog::isLikelyEndOfChat() takes
-/// every chat for ended and asks nobody.
-extern bool iChatRunning;
+/// The host knows iChat to be running.
+inline bool iChatRunning = false;
 
-/// Whether the delivery of a chat by mail waits until the exchange with the server has ended. When false, it
-/// returns at once and the program's own run loop carries the exchange.
-extern bool shouldQuit;
+/// A delivery by e-mail is waited for: the program has nothing else to do and ends after it. Without this a
+/// delivery goes on while the program runs its own run loop.
+inline bool shouldQuit = false;
 
-/// Whether the start of a delivery is told to the console log.
-extern bool verbose;
+/// The start of a delivery is written to the console log.
+inline bool verbose = false;
+
+} // namespace VORAHostFlags

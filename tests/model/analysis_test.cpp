@@ -62,8 +62,8 @@ protected:
 
 class EndOfChat : public Analysis {
 protected:
-    EndOfChat() { iChatRunning = true; }
-    ~EndOfChat() override { iChatRunning = false; }
+    EndOfChat() { VORAHostFlags::iChatRunning = true; }
+    ~EndOfChat() override { VORAHostFlags::iChatRunning = false; }
 
     StandIn osascript;
 };
@@ -106,7 +106,7 @@ TEST_F(Analysis, AnswersTheQuestionsAboutSpeakers)
 
 TEST_F(EndOfChat, NeedsNoScriptWhileIChatDoesNotRun)
 {
-    iChatRunning = false;
+    VORAHostFlags::iChatRunning = false;
     osascript.answers("3");
     EXPECT_TRUE(chatWith({"Kim", "Zoe"})->isLikelyEndOfChat());
     EXPECT_TRUE(chatWith({"Kim"})->isLikelyEndOfChat());

@@ -1,5 +1,0 @@
-#include "VORAHostFlags.h"
-
-bool iChatRunning = false;
-bool shouldQuit = false;
-bool verbose = false;
