@@ -68,7 +68,7 @@ inline constexpr qint64 largestReadableFile = (qint64(1) << 31) - 1;
 [[nodiscard]] FileContents readWholeFile(const std::filesystem::path &path);
 
 /// Whether a new file waits for the disk before it takes the old one's place.
-enum class Durability {
+enum class Durability : quint8 {
     Synced,   ///< also after a power cut, the old file or the new one stands there
     Unsynced, ///< after a power cut it may be empty, on some file systems: for what can be made anew
 };

@@ -28,7 +28,7 @@ public:
     [[nodiscard]] bool replace(QByteArrayView asciiToken, QStringView text, qsizetype largest);
 
 private:
-    enum class Encoding { Utf8, Utf16BigEndian, Utf16LittleEndian };
+    enum class Encoding : quint8 { Utf8, Utf16BigEndian, Utf16LittleEndian };
 
     [[nodiscard]] QByteArray encoded(QStringView text) const;
     [[nodiscard]] qsizetype unitSize() const { return m_encoding == Encoding::Utf8 ? 1 : 2; }
