@@ -7,7 +7,6 @@
 #include <QTemporaryDir>
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -16,8 +15,8 @@ namespace {
 /// A program `osascript`, the only one on PATH, that keeps the script it is given and answers as it is told.
 class StandIn {
 public:
-    StandIn() : m_path(std::getenv("PATH")) { setenv("PATH", folder().c_str(), 1); }
-    ~StandIn() { setenv("PATH", m_path.c_str(), 1); }
+    StandIn() { qputenv("PATH", m_folder.path().toUtf8()); }
+    ~StandIn() { qputenv("PATH", m_path); }
     StandIn(const StandIn &) = delete;
     StandIn &operator=(const StandIn &) = delete;
 
@@ -35,7 +34,7 @@ public:
     /// The script that it was given since; nothing when it was not run.
     [[nodiscard]] std::optional<std::string> script() const
     {
-        std::ifstream file(folder() / "script", std::ios::binary);
+        const std::ifstream file(folder() / "script", std::ios::binary);
         if (!file)
             return std::nullopt;
         std::stringstream text;
@@ -47,7 +46,7 @@ private:
     [[nodiscard]] std::filesystem::path folder() const { return m_folder.path().toStdString(); }
 
     QTemporaryDir m_folder;
-    std::string m_path;
+    QByteArray m_path = qgetenv("PATH");
 };
 
 class Analysis : public TestHome {
