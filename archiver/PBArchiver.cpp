@@ -77,6 +77,7 @@ void PBArchiver::beginArchiving()
     if (mbox.isOpen() && unsynced)
         logAbout(m_mboxPath, platform::stringFromUtf8(*unsynced));
     m_ending = unsynced || m_counts.notWritten > 0 ? Ending::MboxIncomplete : Ending::Done;
+    m_desktop.showOutcome(summary(), m_ending == Ending::Done);
     m_desktop.runAlert({QStringLiteral("Import Complete"),
                         QStringLiteral("The archive file is ready to be imported into your mail client."),
                         QStringLiteral("OK"), false});

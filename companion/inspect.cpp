@@ -40,7 +40,7 @@ public:
                  dictionary && !dictionary->hasForeignKeys())
             writeDictionary(dictionary);
         else
-            writeObject(object);
+            writeObject(*object);
     }
 
 private:
@@ -66,30 +66,30 @@ private:
         m_json.endObject();
     }
 
-    void writeObject(const NSObject *object) // NOLINT(misc-no-recursion)
+    void writeObject(const NSObject &object) // NOLINT(misc-no-recursion)
     {
         m_json.beginObject();
-        if (const auto *date = dynamic_cast<const platform::NSDate *>(object)) {
+        if (const auto *date = dynamic_cast<const platform::NSDate *>(&object)) {
             m_json.key(u"date");
             m_json.real(date->timeIntervalSinceReferenceDate());
-        } else if (const auto *data = dynamic_cast<const platform::NSData *>(object)) {
+        } else if (const auto *data = dynamic_cast<const platform::NSData *>(&object)) {
             m_json.key(u"data_length");
             m_json.integer(data->bytes().size());
-        } else if (const auto *url = dynamic_cast<const platform::NSURL *>(object)) {
+        } else if (const auto *url = dynamic_cast<const platform::NSURL *>(&object)) {
             m_json.key(u"url");
             m_json.string(url->relativeString());
             field(u"base", url->baseURL().get());
-        } else if (const auto *text = dynamic_cast<const platform::NSAttributedString *>(object)) {
+        } else if (const auto *text = dynamic_cast<const platform::NSAttributedString *>(&object)) {
             writeText(*text);
-        } else if (const auto *message = dynamic_cast<const VORAInstantMessage *>(object)) {
+        } else if (const auto *message = dynamic_cast<const VORAInstantMessage *>(&object)) {
             writeMessage(*message);
-        } else if (const auto *presentity = dynamic_cast<const VORAPresentity *>(object)) {
+        } else if (const auto *presentity = dynamic_cast<const VORAPresentity *>(&object)) {
             writeClass(u"Presentity");
             optionalField(u"service", presentity->Protocol());
             optionalField(u"name", presentity->rawName());
         } else {
-            writeClass(dynamic_cast<const VORAPerson *>(object) ? QStringLiteral("Person")
-                                                                : object->className());
+            writeClass(dynamic_cast<const VORAPerson *>(&object) ? QStringLiteral("Person")
+                                                                 : object.className());
         }
         m_json.endObject();
     }

@@ -146,20 +146,28 @@ ObjectRef dictionaryFromKeys(NSKeyedUnarchiver &coder)
 
 // Numbers: a type encoding, then a value of that type.
 
+ObjectRef unreadableValue()
+{
+    return std::make_shared<UnknownObject>(QStringLiteral("NSValue"));
+}
+
 ObjectRef numberFromStream(NSUnarchiver &coder)
 {
-    (void)coder.decodeCString(); // the value's own group says the type again
-    const char type = coder.nextType();
+    if (coder.nextType() != '*') // a decimal number, which inherits from this class
+        return unreadableValue();
+    if (coder.decodeCString().size() > 1) // a point, a range …
+        return unreadableValue();
+    const char type = coder.nextType(); // the value's own group says it again
     if (type == 'f' || type == 'd')
         return std::make_shared<NSNumber>(coder.decodeReal());
     if (!typedstream::isIntegerCode(type))
-        return std::make_shared<UnknownObject>(QStringLiteral("NSValue")); // a point, a range …
+        return unreadableValue();
     return std::make_shared<NSNumber>(coder.decodeInteger());
 }
 
 ObjectRef valueFromKeys(NSKeyedUnarchiver & /*coder*/)
 {
-    return std::make_shared<UnknownObject>(QStringLiteral("NSValue")); // numbers are plain values there
+    return unreadableValue(); // numbers are plain values there
 }
 
 // URLs: a string, and perhaps a base.

@@ -5,7 +5,6 @@
 
 #include <QScopedValueRollback>
 
-#include <limits>
 #include <stdexcept>
 
 namespace platform {
@@ -153,17 +152,17 @@ qint64 NSUnarchiver::decodeInteger()
     if (!typedstream::isIntegerCode(code))
         fail("a value that is no integer where an integer should stand");
     m_cursor->group.advance();
-    if (typedstream::isByteCode(code)) {
-        const qint8 value = m_index.bytes().byte(m_cursor->offset);
-        return code == 'c' ? value : quint8(value);
-    }
-    const qint64 value = m_index.bytes().integer(m_cursor->offset);
+    const auto &bytes = m_index.bytes();
     switch (code) {
-    case 'S': return quint16(value);
+    case 'c': return bytes.byte(m_cursor->offset);
+    case 'B':
+    case 'C': return quint8(bytes.byte(m_cursor->offset));
+    case 's': return qint16(bytes.integer(m_cursor->offset));
+    case 'S': return quint16(bytes.unsignedInteger(m_cursor->offset));
     case 'I':
-    case 'L': return quint32(value);
-    case 'Q': return value < 0 ? std::numeric_limits<qint64>::max() : value;
-    default: return value;
+    case 'L':
+    case 'Q': return bytes.unsignedInteger(m_cursor->offset);
+    default: return bytes.integer(m_cursor->offset);
     }
 }
 

@@ -41,8 +41,7 @@ public:
     /// The type code of the next value (TypeEncoding::BytesCode for an array of bytes); NUL when there is
     /// none left.
     [[nodiscard]] char nextType();
-    /// The next value, of any integer type. Unsigned 64-bit values above the signed range are held at its
-    /// end.
+    /// The next value, of any integer type.
     [[nodiscard]] qint64 decodeInteger();
     /// The next value, of any integer or real type.
     [[nodiscard]] double decodeReal();

@@ -38,7 +38,7 @@ Domain &domainOf(const std::filesystem::path &path)
 PropertyList dictionaryFrom(const QByteArray &bytes)
 {
     try {
-        PropertyList list = readPropertyList(bytes);
+        const PropertyList list = readPropertyList(bytes);
         return list.kind() == PropertyListKind::Dictionary ? list : PropertyList();
     } catch (const FormatError &) {
         return {};

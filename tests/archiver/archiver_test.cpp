@@ -10,7 +10,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-using platform::NSFileHandle;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
