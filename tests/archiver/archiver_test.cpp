@@ -36,6 +36,7 @@ public:
     void startProgress(qsizetype maximum) override { progress = {maximum}; }
     void showProgress(qsizetype value) override { progress.push_back(value); }
     void showEntry(const std::filesystem::path & /*entry*/) override {}
+    void showOutcome(const QString & /*summary*/, bool /*mboxIsWhole*/) override {}
     void reveal(const std::filesystem::path &path) override { revealed.push_back(path); }
 };
 
