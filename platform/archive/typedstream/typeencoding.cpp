@@ -8,7 +8,6 @@ namespace platform::typedstream {
 
 namespace {
 
-constexpr int greatestNesting = 32;
 /// How many empty arrays of bytes one encoding may name: the only values that take no bytes of the stream.
 constexpr int mostEmptyItems = 16;
 
@@ -39,7 +38,7 @@ private:
 
     void parseType(int depth) // NOLINT(misc-no-recursion): no deeper than greatestNesting
     {
-        if (depth > greatestNesting)
+        if (depth > TypeEncoding::greatestNesting)
             fail("type encodings nested too deep");
         const char code = next();
         switch (code) {
