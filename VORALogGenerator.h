@@ -9,13 +9,14 @@
 
 #include <vector>
 
-/// The galleries' operations as the product's programs call them. Each loads what it needs from the support
-/// folder, does its work and has written everything when it returns; nothing is kept in between.
+/// The galleries and the statistics in the support folder, `Library/Prattlebug` under the home folder: each
+/// operation loads its store, folds a chat in, saves the store and writes the pages anew. Holds nothing
+/// itself.
 class VORALogGenerator {
 public:
     VORALogGenerator() = delete;
 
-    // Links
+    // Links (VORALogGenerator+Links.cpp)
 
     /// Folds the links of @p chatLog into the link store, saves it, and makes all link pages anew; with null,
     /// makes the pages from the store as it is, which stays untouched.
@@ -35,4 +36,10 @@ public:
 
     /// How a name stands in the links of a page: see galleries::urlSafeForm().
     [[nodiscard]] static QString stringWithFunkyURLStuffInserted(QStringView text);
+
+    // Statistics (VORALogGenerator+Statistics.cpp)
+
+    /// Adds @p chatLog to the statistics and writes their page. A chat given twice is counted twice. Where a
+    /// file cannot be written, it stays as it was and nobody is told.
+    static void UpdateStatistics(const VORAChatLog &chatLog);
 };

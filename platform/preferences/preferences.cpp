@@ -38,7 +38,7 @@ Domain &domainOf(const std::filesystem::path &path)
 PropertyList dictionaryFrom(const QByteArray &bytes)
 {
     try {
-        PropertyList list = readPropertyList(bytes);
+        const PropertyList list = readPropertyList(bytes);
         return list.kind() == PropertyListKind::Dictionary ? list : PropertyList();
     } catch (const FormatError &) {
         return {};
@@ -79,8 +79,7 @@ public:
     explicit FolderLock(const std::filesystem::path &folder)
         : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
-        // File systems without such locks exist (some networks'); there, saving without one beats never
-        // saving.
+        // File systems without such locks exist (some networks'); there, saving without one beats not saving.
         while (m_folder && ::flock(m_folder.number(), LOCK_EX) != 0 && errno == EINTR) {
         }
     }
