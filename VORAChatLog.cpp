@@ -129,6 +129,16 @@ std::shared_ptr<const NSArray> VORAChatLog::LoadiChat3Data(const QByteArray &dat
     return unarchiver->decodeForKey<NSArray>("root");
 }
 
+std::unique_ptr<VORAChatLog> VORAChatLog::withMessages(const Messages &messages, const QString &otherParty,
+                                                       const Participants &participants)
+{
+    const auto list = [](const auto &elements) {
+        return std::make_shared<NSArray>(std::vector<platform::ObjectRef>(elements.begin(), elements.end()));
+    };
+    const std::vector<platform::ObjectRef> root{nullptr, nullptr, list(messages), list(participants)};
+    return std::unique_ptr<VORAChatLog>(new VORAChatLog(std::make_shared<NSArray>(root), otherParty));
+}
+
 QString VORAChatLog::description() const
 {
     return m_loadedArray->description();

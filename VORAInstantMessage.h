@@ -2,14 +2,39 @@
 
 #include "VORAPresentity.h"
 
+#include "platform/appkit/nsfilewrapper.h"
 #include "platform/archive/coder.h"
 #include "platform/date/nsdate.h"
 #include "platform/foundation/nsattributedstring.h"
+#include "platform/text/stringset.h"
 
 #include <QString>
 
 #include <memory>
 #include <optional>
+#include <span>
+#include <vector>
+
+/// What one message holds of one kind, with who sent it and when. A status message has an empty record, and
+/// so has one whose sender has no display name; one without a time stamp has only its speaker.
+struct MessageRecord {
+    std::optional<QString> speaker; ///< display name
+    std::optional<platform::NSDate> time;
+};
+
+/// The links of one message.
+struct LinkRecord : MessageRecord {
+    std::vector<QString> urls; ///< in text order; a URL as its absolute string, a string as it is
+};
+
+/// The attached files of one message.
+struct ImageRecord : MessageRecord {
+    std::vector<std::shared_ptr<const platform::NSFileWrapper>> images; ///< in text order; pictures or not
+};
+
+/// The words to be counted. Where a pointer to one is taken, null is a value of its own: every word counts.
+/// With an empty set none does.
+using WordSet = platform::StringSet;
 
 /// One line of a chat as iChat archived it: who sent it, when, and its styled text.
 ///
@@ -51,9 +76,30 @@ public:
     /// The styled line: the sender's name in bold, ": ", the text with its attributes, and two line feeds.
     [[nodiscard]] platform::NSAttributedString LoggedString() const;
 
+    // Gathering (VORAInstantMessage+Gathering.cpp). A value is taken once however many characters carry it,
+    // and not again when the very same object comes back with nothing but plain text between; distinct
+    // objects are taken each, also when they are equal.
+
+    [[nodiscard]] LinkRecord allURLs() const;
+    [[nodiscard]] ImageRecord allImages() const;
+
+    // Counting words (VORAInstantMessage+Words.cpp). A word begins after white space (tabs, line breaks and
+    // Unicode's separators) and ends before the next blank, U+0020, and nowhere else: a tab, a line break or
+    // a punctuation mark inside belongs to it, and an attachment is the word U+FFFC or part of one. A message
+    // without sender or text has none.
+
+    /// The number of words that @p set holds exactly as they are written; of all words when it is null.
+    [[nodiscard]] qint64 wordCountInSet(const WordSet *set) const;
+    /// wordCountInSet() for several sets in one walk over the text: each count is added to the element of
+    /// @p counts at the place of its set; there are as many of them.
+    void countWords(std::span<const WordSet *const> inSets, std::span<qint64> counts) const;
+
     [[nodiscard]] QString className() const override { return QStringLiteral("VORAInstantMessage"); }
 
 private:
+    /// Notes sender and time in @p record. @return whether the message can contribute anything to it.
+    [[nodiscard]] bool startRecord(MessageRecord &record) const;
+
     std::shared_ptr<const VORAPresentity> m_speaker;
     std::shared_ptr<const platform::NSAttributedString> m_string;
     std::optional<platform::NSDate> m_timestamp;

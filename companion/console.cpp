@@ -94,10 +94,10 @@ void ConsoleHost::drawBar() const
     if (!m_barShown)
         return;
     const qsizetype done = std::min(m_value, m_maximum);
-    const QByteArray numbers = ' ' + QByteArray::number(m_value) + " of " + QByteArray::number(m_maximum);
-    const qsizetype width = std::max<qsizetype>(terminalWidth() - numbers.size() - 3, 10);
+    const QByteArray entries = ' ' + QByteArray::number(m_value) + " entries"; // may pass the maximum
+    const qsizetype width = std::max<qsizetype>(terminalWidth() - entries.size() - 3, 10);
     const qsizetype filled = m_maximum > 0 ? width * done / m_maximum : width;
-    write(stderr, '[' + QByteArray(filled, '#') + QByteArray(width - filled, ' ') + ']' + numbers);
+    write(stderr, '[' + QByteArray(filled, '#') + QByteArray(width - filled, ' ') + ']' + entries);
 }
 
 void ConsoleHost::eraseBar() const

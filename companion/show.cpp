@@ -35,6 +35,29 @@ std::optional<QString> timeText(const std::optional<platform::NSDate> &time)
     return text + u'.' + QString::number(milliseconds).rightJustified(3, u'0') + u'Z';
 }
 
+void writeLinks(JsonWriter &json, const LinkRecord &record)
+{
+    json.key(u"links");
+    json.beginArray();
+    for (const QString &url : record.urls)
+        json.string(url);
+    json.endArray();
+}
+
+void writeFiles(JsonWriter &json, const ImageRecord &record)
+{
+    json.key(u"files");
+    json.beginArray();
+    for (const auto &file : record.images) {
+        json.beginObject();
+        writeText(json, u"name", file->preferredFilename());
+        json.key(u"bytes");
+        json.integer(file->totalSize());
+        json.endObject();
+    }
+    json.endArray();
+}
+
 QByteArray chatAsJson(const VORAChatLog &chatLog)
 {
     JsonWriter json;
@@ -61,6 +84,8 @@ QByteArray chatAsJson(const VORAChatLog &chatLog)
                   message->string() ? std::optional(message->string()->string()) : std::nullopt);
         json.key(u"status");
         json.boolean(message->isStatusMessage());
+        writeLinks(json, message->allURLs());
+        writeFiles(json, message->allImages());
         json.endObject();
     }
     json.endArray();

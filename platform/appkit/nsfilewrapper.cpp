@@ -102,8 +102,7 @@ QByteArray Reader::dataOf(QByteArrayView record) const
     return readData(source);
 }
 
-std::shared_ptr<const NSFileWrapper> Reader::readRecord(QByteArrayView record, // NOLINT(misc-no-recursion)
-                                                        int depth) const
+std::shared_ptr<const NSFileWrapper> Reader::readRecord(QByteArrayView record, int depth) const
 {
     Source source(record);
     m_charge(costPerFile);
@@ -129,8 +128,7 @@ std::vector<Reader::Entry> Reader::readEntries(Source &source) const
     return entries;
 }
 
-std::shared_ptr<const NSFileWrapper> Reader::readFolder(Source &source, // NOLINT(misc-no-recursion)
-                                                        int depth) const
+std::shared_ptr<const NSFileWrapper> Reader::readFolder(Source &source, int depth) const
 {
     if (depth > deepestFolder)
         throw Malformed();
@@ -191,7 +189,7 @@ std::shared_ptr<const NSFileWrapper> NSFileWrapper::initWithSerializedRepresenta
     }
 }
 
-qint64 NSFileWrapper::totalSize() const // NOLINT(misc-no-recursion): no deeper than the reader goes
+qint64 NSFileWrapper::totalSize() const // no deeper than the reader goes
 {
     qint64 total = m_contents.size();
     for (const Child &child : m_children)

@@ -33,6 +33,8 @@ public:
     /// one key "CF$UID".
     void value(const PropertyList &value);
 
+    /// Bytes written so far.
+    [[nodiscard]] qsizetype size() const { return m_bytes.size(); }
     /// The document, complete; call once, after the value is complete.
     [[nodiscard]] QByteArray finish();
 
@@ -41,7 +43,7 @@ private:
     void end(QByteArrayView openingTag, QByteArrayView closingTag, QByteArrayView emptyTag);
     void indent() { m_bytes.append(m_depth, '\t'); }
     void text(QByteArrayView openingTag, QStringView content, QByteArrayView closingTag);
-    void line(QByteArrayView content);
+    void line(QByteArrayView opening, QByteArrayView content = {}, QByteArrayView closing = {});
 
     QByteArray m_bytes;
     qsizetype m_depth = 0; // containers that are open

@@ -56,7 +56,7 @@ public:
         return raw(marker(0xD0, keys.size()) + references(keys) + references(values));
     }
     /// Adds a value with all it holds.
-    Index value(const PropertyListValue &value) // NOLINT(misc-no-recursion)
+    Index value(const PropertyListValue &value)
     {
         using Kind = PropertyListValue::Kind;
         switch (value.kind) {

@@ -26,7 +26,7 @@ bool heapmeter::isCounting()
     return true;
 }
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cppcoreguidelines-*): the C library's own names for its functions
+// the C library's own names for its functions
 extern "C" {
 
 void *__libc_malloc(std::size_t size);
@@ -92,7 +92,6 @@ void free(void *block)
     __libc_free(block);
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,cppcoreguidelines-*)
 
 #endif
 

@@ -36,7 +36,7 @@ private:
         return m_text[m_position++];
     }
 
-    void parseType(int depth) // NOLINT(misc-no-recursion): no deeper than greatestNesting
+    void parseType(int depth) // no deeper than greatestNesting
     {
         if (depth > TypeEncoding::greatestNesting)
             fail("type encodings nested too deep");
@@ -60,7 +60,7 @@ private:
         }
     }
 
-    void parseStruct(int depth) // NOLINT(misc-no-recursion)
+    void parseStruct(int depth)
     {
         while (peek() != '=' && peek() != '}')
             next(); // the struct's name
@@ -82,7 +82,7 @@ private:
         }
     }
 
-    void parseArray(int depth) // NOLINT(misc-no-recursion)
+    void parseArray(int depth)
     {
         quint64 count = 0;
         while (peek() >= '0' && peek() <= '9') {

@@ -1,0 +1,37 @@
+#include "VORAChatLog.h"
+
+#include "platform/host.h"
+#include "platform/preferences/preferences.h"
+#include "platform/scripting/nsapplescript.h"
+
+using platform::PropertyList;
+
+namespace {
+
+/// The failure, counted since the counter was last cleared, that draws the user's attention; the others are
+/// recorded silently.
+constexpr qint64 failureThatShowsTheDialog = 3;
+
+constexpr QStringView dialogText = u"Prattlebug has encountered an error. Please go to the Prattlebug "
+                                   u"preferences pane for more information.";
+
+} // namespace
+
+void VORAChatLog::reportError(ErrorCode code, const QString &andLog)
+{
+    platform::CFPreferencesAppSynchronize();
+    platform::CFPreferencesSetAppValue(u"errorStatus", PropertyList::fromInteger(qint32(code)));
+    const qint64 failures =
+        platform::integerFromPreference(platform::CFPreferencesCopyAppValue(u"emailFails")).value_or(0) + 1;
+    platform::CFPreferencesSetAppValue(u"emailFails", PropertyList::fromInteger(failures));
+    platform::CFPreferencesSetAppValue(u"reportThis", PropertyList::fromString(andLog));
+    platform::CFPreferencesAppSynchronize();
+    if (failures != failureThatShowsTheDialog)
+        return;
+    const auto script = platform::NSAppleScript::initWithSource(
+        QStringLiteral("tell application \"System Events\" to display dialog \"%1\" buttons {\"OK\"}")
+            .arg(dialogText));
+    platform::Host::current().beep();
+    if (!script.executeAndReturnError())
+        platform::Host::current().dialog(dialogText.toString()); // no scripting here
+}

@@ -1,0 +1,231 @@
+#include "archiver/PBArchiver.h"
+
+#include "tests/support/testhome.h"
+#include "tests/support/transcripts.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+/// A desktop that answers as it was told and notes what it was asked.
+class RecordingDesktop final : public DesktopInterface {
+public:
+    std::optional<std::filesystem::path> answer;
+    bool checked = false;
+
+    std::vector<SavePanel> panels;
+    std::vector<Alert> alerts;
+    std::vector<qsizetype> progress; ///< the maximum, then the values
+    std::vector<bool> wholeMboxes;   ///< what showOutcome() was told
+    std::vector<std::filesystem::path> revealed;
+
+    std::optional<std::filesystem::path> runSavePanel(const SavePanel &panel) override
+    {
+        panels.push_back(panel);
+        return answer;
+    }
+    void runAlert(const Alert &alert) override { alerts.push_back(alert); }
+    [[nodiscard]] bool skipChats() const override { return checked; }
+    void startProgress(qsizetype maximum) override { progress = {maximum}; }
+    void showProgress(qsizetype value) override { progress.push_back(value); }
+    void showEntry(const std::filesystem::path & /*entry*/) override {}
+    void showOutcome(const QString & /*summary*/, bool mboxIsWhole) override
+    {
+        EXPECT_EQ(alerts.size(), wholeMboxes.size())
+            << "the outcome stands there when the last alert is shown";
+        wholeMboxes.push_back(mboxIsWhole);
+    }
+    void reveal(const std::filesystem::path &path) override { revealed.push_back(path); }
+};
+
+class Archiver : public TestHome {
+protected:
+    static constexpr const char *folderName = "Documents/iChats (Prattlebugged)";
+
+    Archiver() { desktop.answer = home() / "Out"; }
+
+    std::filesystem::path addChat(const std::string &name, std::time_t modified = 0,
+                                  const QByteArray &text = "hi") const
+    {
+        return write(std::filesystem::path(folderName) / name, keyedTranscript({{"Jabber", "Kim", text}}),
+                     modified);
+    }
+    void makeTranscriptFolder() const { std::filesystem::create_directories(home() / folderName); }
+
+    [[nodiscard]] QByteArray mbox() const { return read(home() / "Out" / "Prattlebug Archive mbox"); }
+    /// How many messages a reader finds in the mbox.
+    [[nodiscard]] qsizetype messagesInMbox() const
+    {
+        const QByteArray bytes = mbox();
+        return bytes.count("\n\nFrom ") + (bytes.startsWith("From ") ? 1 : 0);
+    }
+
+    RecordingDesktop desktop;
+    PBArchiver archiver{desktop};
+};
+
+} // namespace
+
+TEST_F(Archiver, EndsAtOnceWithoutATranscriptFolder)
+{
+    archiver.beginArchiving();
+    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::NoTranscriptFolder);
+    ASSERT_EQ(desktop.alerts.size(), 1U);
+    EXPECT_EQ(desktop.alerts[0].title, QStringLiteral("Archiver Error"));
+    EXPECT_EQ(desktop.alerts[0].text,
+              QStringLiteral(
+                  "You must have Prattlebug set up in order to use this program. Please go to the Prattlebug "
+                  "preferences and click Start to finish setup."));
+    EXPECT_EQ(desktop.alerts[0].button, QStringLiteral("Cancel"));
+    EXPECT_TRUE(desktop.panels.empty());
+    EXPECT_TRUE(std::filesystem::is_empty(home())) << "nothing is created";
+}
+
+TEST_F(Archiver, CreatesNothingWhenThePanelIsCancelled)
+{
+    addChat("Kim on x.ichat");
+    desktop.answer.reset();
+    archiver.beginArchiving();
+    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Cancelled);
+    ASSERT_EQ(desktop.panels.size(), 1U);
+    EXPECT_EQ(desktop.panels[0].title, QStringLiteral("Generated mbox File"));
+    EXPECT_EQ(desktop.panels[0].message,
+              QStringLiteral("After the Prattlebug Archiver has finished processing, import "
+                             "this file into your mail program."));
+    EXPECT_EQ(desktop.panels[0].proposedName, QStringLiteral("Prattlebug Archive"));
+    EXPECT_EQ(desktop.panels[0].directory, home());
+    EXPECT_TRUE(desktop.alerts.empty());
+    EXPECT_FALSE(std::filesystem::exists(home() / "Out"));
+}
+
+TEST_F(Archiver, MakesAnEmptyMboxOfAnEmptyFolder)
+{
+    makeTranscriptFolder();
+    archiver.beginArchiving();
+    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Done);
+    EXPECT_EQ(mbox(), QByteArray());
+    EXPECT_THAT(desktop.progress, ElementsAre(0));
+    ASSERT_EQ(desktop.alerts.size(), 1U);
+    EXPECT_EQ(desktop.alerts[0].title, QStringLiteral("Import Complete"));
+    EXPECT_EQ(desktop.alerts[0].text,
+              QStringLiteral("The archive file is ready to be imported into your mail client."));
+    EXPECT_EQ(desktop.alerts[0].button, QStringLiteral("OK"));
+    EXPECT_THAT(desktop.revealed, ElementsAre(home() / "Out" / "Prattlebug Archive mbox"));
+    EXPECT_EQ(archiver.summary(), QStringLiteral("0 chats archived."));
+    EXPECT_THAT(desktop.wholeMboxes, ElementsAre(true));
+}
+
+TEST_F(Archiver, ArchivesEverythingAtEveryDepthAndCountsIt)
+{
+    setPreferences("<key>emailAddress</key><string>sam@example.org</string>");
+    addChat("Kim on %s %n.ichat", 1109963002); // 2005-03-04 19:03:22 UTC
+    addChat("sub/deeper/Bob on x.ichat");
+    addChat("sub/Jos\xE9 on x.ichat"); // a name that is no UTF-8
+    addChat(".hidden on x.ichat");
+    write(std::filesystem::path(folderName) / "Notes.txt", "no chat");
+    write(std::filesystem::path(folderName) / "broken on x.chat", "no chat either");
+    std::filesystem::create_directory_symlink(home() / folderName / "sub", home() / folderName / "link");
+    archiver.beginArchiving();
+
+    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Done);
+    EXPECT_EQ(archiver.counts().archived, 4);
+    EXPECT_EQ(archiver.counts().notTranscripts, 4) << "two folders, the link to one, and the notes";
+    EXPECT_EQ(archiver.counts().unreadable, 1);
+    EXPECT_EQ(
+        archiver.summary(),
+        QStringLiteral("4 chats archived, 4 entries that are no transcripts, 1 chat could not be read."));
+    EXPECT_EQ(messagesInMbox(), 4);
+    EXPECT_TRUE(mbox().contains("Subject: [IM] Kim\nDate: 04 Mar 05 11:03:22\n")) << mbox().constData();
+    EXPECT_TRUE(mbox().contains("Subject: [IM] Jos\xEF\xBF\xBD\n"));
+    EXPECT_THAT(desktop.progress, ElementsAre(6, 1, 2, 3, 4, 5, 6, 7, 8, 9))
+        << "the maximum counts the top level only";
+    EXPECT_THAT(consoleLog().toStdString(), HasSubstr("/Kim on %s %n.ichat\n"));
+    EXPECT_THAT(consoleLog().toStdString(), HasSubstr("/Jos\xE9 on x.ichat\n"));
+}
+
+TEST_F(Archiver, ReplacesTheMboxOfAnEarlierRun)
+{
+    addChat("Kim on x.ichat");
+    archiver.beginArchiving();
+    const qsizetype size = mbox().size();
+    archiver.beginArchiving();
+    EXPECT_EQ(mbox().size(), size);
+    EXPECT_EQ(archiver.counts().archived, 1);
+
+    const auto target = write("precious", "keep me");
+    std::filesystem::remove(archiver.mboxPath());
+    std::filesystem::create_symlink(target, archiver.mboxPath());
+    archiver.beginArchiving();
+    EXPECT_EQ(read(target), "keep me") << "a link is replaced, not followed";
+    EXPECT_EQ(mbox().size(), size);
+}
+
+TEST_F(Archiver, PassesOverWhatIsNoOlderThanTheFolder)
+{
+    addChat("old on x.ichat", 1000000000);
+    addChat("equal on x.ichat", 1100000000);
+    addChat("new on x.ichat", 1200000000);
+    const timespec times[] = {{1100000000, 0}, {1100000000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (home() / folderName).c_str(), times, 0), 0);
+    const auto allowed = [this](const char *name) { return archiver.AllowLog(home() / folderName / name); };
+
+    EXPECT_TRUE(allowed("new on x.ichat") && allowed("missing")) << "the check box is off";
+    desktop.checked = true;
+    EXPECT_TRUE(allowed("old on x.ichat"));
+    EXPECT_FALSE(allowed("equal on x.ichat"));
+    EXPECT_FALSE(allowed("new on x.ichat"));
+    EXPECT_FALSE(allowed("missing"));
+
+    archiver.beginArchiving();
+    EXPECT_EQ(archiver.counts().archived, 1);
+    EXPECT_EQ(archiver.counts().passedOver, 2);
+}
+
+TEST_F(Archiver, GoesThroughWithTheRunWhenTheMboxCannotBeMade)
+{
+    addChat("Kim on x.ichat");
+    write("Out", "an ordinary file");
+    archiver.beginArchiving();
+    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
+    EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));
+    EXPECT_EQ(archiver.counts().notWritten, 1);
+    EXPECT_EQ(read(home() / "Out"), "an ordinary file");
+    ASSERT_EQ(desktop.alerts.size(), 1U);
+    EXPECT_EQ(desktop.alerts[0].title, QStringLiteral("Import Complete"));
+    EXPECT_THAT(consoleLog().toStdString(), HasSubstr("Out/Prattlebug Archive mbox: Not a directory"));
+}
+
+TEST_F(Archiver, KeepsOnlyWholeMessagesWhenTheDiskFills)
+{
+    for (int i = 0; i < 4; ++i)
+        addChat("Kim on " + std::to_string(i) + ".ichat", 0, QByteArray(2000, 'x'));
+    addChat("Short on x.ichat");
+
+    // A limit on the size of files stands in for the end of the disk: two large chats fit and the third does
+    // not.
+    rlimit unlimited{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    const rlimit small{10'000, unlimited.rlim_max};
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    archiver.beginArchiving();
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    std::signal(SIGXFSZ, previous);
+
+    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
+    EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));
+    EXPECT_EQ(archiver.counts().notWritten, 2);
+    EXPECT_EQ(archiver.counts().archived, 3) << "a short one still fits behind";
+    EXPECT_EQ(messagesInMbox(), 3);
+    EXPECT_TRUE(mbox().endsWith("\n--_____fbtvcfbtvcfbtvcfbtvcfbtvcfbtvcfbtvc--\n\n"));
+    EXPECT_THAT(consoleLog().toStdString(),
+                HasSubstr("The chat with Kim could not be written to the mbox: File too large"));
+}

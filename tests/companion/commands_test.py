@@ -1,0 +1,92 @@
+"""show, check, inspect, and how the companion is called."""
+
+import json
+import os
+
+from companion import CompanionTest, SAMPLES, TRANSCRIPTS, main
+
+KIM = os.path.join(SAMPLES, "chats", "Kim Lee on 2003-07-12 at 20.41.chat")
+with open(KIM, "rb") as transcript:
+    KIM_BYTES = transcript.read()
+
+
+class Commands(CompanionTest):
+    def test_wrong_usage_exits_with_2(self):
+        for arguments in ([], ["nonsense"], ["archive"], ["archive", "a", "b"], ["show"], ["show", "--as", "pdf", KIM],
+                          ["inspect"], ["--home"], ["prefs", "--delete"], ["prefs", "emailAddress", "a@b", "c"]):
+            output, errors = self.run_companion(*arguments, code=2)
+            self.assertEqual(output, "")
+            self.assertTrue(errors, arguments)
+        for arguments in (["--help"], ["archive", "--help"], ["--version"]):
+            self.assertTrue(self.run_companion(*arguments)[0])
+
+    def test_home_stands_before_or_after_the_subcommand(self):
+        other = self.path("other")
+        for arguments in (["--home", other, "prefs", "emailUsername", "kim"], ["prefs", "emailUsername", "kim", "--home", other]):
+            self.run_companion(*arguments)
+            self.assertEqual(os.listdir(self.home), ["other"])
+            self.assertEqual(self.run_companion("--home", other, "prefs", "emailUsername")[0], "kim\n")
+            self.run_companion("--home", other, "prefs", "--delete", "emailUsername")
+
+    def test_show_gives_one_chat_in_each_form(self):
+        plain, _ = self.run_companion("show", KIM)
+        self.assertTrue(plain.endswith("Sent by Prattlebug ( https://prattlebug.example/ )\n"))
+        self.assertTrue(self.run_companion("show", "--as", "html", KIM)[0].startswith("<html><head><title>Prattlebug log"))
+        self.assertEqual(self.run_companion("show", "--as", "subject", KIM)[0], "[IM] Kim Lee\n")
+        chat = json.loads(self.run_companion("show", "--as", "json", KIM)[0])
+        self.assertEqual(chat["subject"], "[IM] Kim Lee")
+        spoken = [message for message in chat["messages"] if not message["status"]]
+        self.assertEqual(plain, "".join(f"{message['speaker']}: {message['text']}\n" for message in spoken)
+                         + "Sent by Prattlebug ( https://prattlebug.example/ )\n")
+
+    def test_show_says_why_a_file_is_no_transcript(self):
+        for name, data, reason in (
+                ("Notes.txt", b"", 'its name ends neither in ".chat" nor in ".ichat"'),
+                ("Kim.chat", KIM_BYTES, 'its name holds no " on " between the other party and the date'),
+                ("Kim on x.chat", b"\x04\x0bstreamtyped\x81", "offset 14: a length that reaches past the end of the stream"),
+                ("Kim on x.ichat", b"bplist00", "offset "),
+        ):
+            path = self.write(name, data)
+            output, errors = self.run_companion("show", path, code=1)
+            self.assertEqual(output, "")
+            self.assertTrue(errors.startswith(f"{path}: {reason}"), errors)
+
+    def test_check_lists_what_cannot_be_read(self):
+        self.run_companion("check", code=1)  # no transcript folder
+        self.add_samples()
+        misnamed = self.path(TRANSCRIPTS, "Chats on iBook/Gus 2004-03-03 at 12.30.chat")
+        self.assertEqual(self.run_companion("check")[0], "".join([
+            f'{misnamed}: its name holds no " on " between the other party and the date\n',
+            '18 can be read, 0 cannot. 1 more will not be archived for want of " on " in the name.\n']))
+        broken = self.write(os.path.join(TRANSCRIPTS, "deep/Kim on x.chat"), KIM_BYTES[:-3])
+        output, _ = self.run_companion("check", code=1)
+        self.assertIn(f"{broken}: offset ", output)
+        self.assertIn("18 can be read, 1 cannot.", output)
+        self.assertEqual(self.run_companion("check", KIM)[0], "1 can be read, 0 cannot.\n")
+        self.assertIn("0 can be read, 1 cannot.", self.run_companion("check", self.write("Notes.txt", b""), code=1)[0])
+
+    def test_inspect_tells_the_kind_by_the_first_bytes(self):
+        path = self.write("no name of a transcript", KIM_BYTES)
+        root = json.loads(self.run_companion("inspect", path)[0])
+        self.assertEqual(root[2][0]["object"], "InstantMessage")
+        for data, reason in ((b"", "offset 0: "), (b"nonsense", "offset "), (b"\x04\x0btypedstream\x81\x03", "offset ")):
+            output, errors = self.run_companion("inspect", self.write("bad", data), code=1)
+            self.assertEqual(output, "")
+            self.assertTrue(errors.startswith(self.path("bad") + ": " + reason), errors)
+        self.run_companion("inspect", self.path("missing"), code=1)
+
+    def test_inspect_stops_before_it_has_filled_the_memory(self):
+        # Forty arrays, each of which holds the one before twice: 2 to the 40th strings.
+        objects = ["<string>$null</string>", "<dict><key>$classname</key><string>NSArray</string></dict>", "<string>x</string>"]
+        uid = "<dict><key>CF$UID</key><integer>{}</integer></dict>".format
+        for number in range(2, 42):
+            objects.append(f"<dict><key>$class</key>{uid(1)}<key>NS.objects</key><array>{uid(number) * 2}</array></dict>")
+        path = self.write("bomb", (
+            '<?xml version="1.0"?><plist><dict><key>$objects</key><array>' + "".join(objects) + "</array><key>$top</key>"
+            f"<dict><key>root</key>{uid(42)}</dict></dict></plist>").encode())
+        output, errors = self.run_companion("inspect", path, code=1)
+        self.assertEqual(output, "")
+        self.assertEqual(errors, f"{path}: the output would be larger than 64 MiB\n")
+
+
+main()
