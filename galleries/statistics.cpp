@@ -1,6 +1,6 @@
 #include "galleries/statistics.h"
 
-#include "galleries/propertylistfile.h"
+#include "galleries/storefile.h"
 #include "galleries/supportfolder.h"
 
 #include "platform/files/files.h"
@@ -61,11 +61,11 @@ Statistics Statistics::load()
 {
     const auto startingAt = [](const NSDate &start) { return Statistics{{}, start, start}; };
 
-    const std::filesystem::path path = statisticsStorePath();
-    if (!platform::fileExists(path))
+    const StoreFile file = readStoreFile(statisticsStorePath());
+    if (file.isMissing)
         return startingAt(NSDate::now());
-    const PropertyList store = readPropertyListFile(path);
-    std::optional<NSDate> start = store[startDateKey].date();
+    const PropertyList &store = file.root;
+    std::optional<NSDate> start = storedDate(store[startDateKey]);
     if (!start) {
         const auto created = platform::creationTime(supportFolder());
         start = created ? created->date() : NSDate::now();
