@@ -1,6 +1,6 @@
 #include "galleries/statistics.h"
 
-#include "galleries/storefile.h"
+#include "galleries/propertylistfile.h"
 #include "galleries/supportfolder.h"
 
 #include "platform/files/files.h"
@@ -61,10 +61,10 @@ Statistics Statistics::load()
 {
     const auto startingAt = [](const NSDate &start) { return Statistics{{}, start, start}; };
 
-    const StoreFile file = readStoreFile(statisticsStorePath());
-    if (file.isMissing)
+    const std::filesystem::path path = statisticsStorePath();
+    if (!platform::fileExists(path))
         return startingAt(NSDate::now());
-    const PropertyList &store = file.root;
+    const PropertyList store = readPropertyListFile(path);
     std::optional<NSDate> start = storedDate(store[startDateKey]);
     if (!start) {
         const auto created = platform::creationTime(supportFolder());

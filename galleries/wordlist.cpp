@@ -1,12 +1,12 @@
 #include "galleries/wordlist.h"
 
-#include "galleries/storefile.h"
+#include "galleries/propertylistfile.h"
 
 namespace galleries {
 
 platform::StringSet readWordList(const std::filesystem::path &path)
 {
-    const platform::PropertyList list = readStoreFile(path).root;
+    const platform::PropertyList list = readPropertyListFile(path);
     if (list.kind() != platform::PropertyListKind::Array)
         return {};
     platform::StringSet words;

@@ -1,4 +1,4 @@
-#include "galleries/storefile.h"
+#include "galleries/propertylistfile.h"
 
 #include "platform/files/files.h"
 #include "platform/formaterror.h"
@@ -7,13 +7,13 @@
 
 namespace galleries {
 
-StoreFile readStoreFile(const std::filesystem::path &path)
+platform::PropertyList readPropertyListFile(const std::filesystem::path &path)
 {
     const platform::FileContents file = platform::readWholeFile(path);
     if (!file.bytes)
-        return {file.isMissing, {}};
+        return {};
     try {
-        return {false, platform::readPropertyList(*file.bytes)};
+        return platform::readPropertyList(*file.bytes);
     } catch (const platform::FormatError &) {
         return {};
     }
