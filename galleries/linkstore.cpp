@@ -1,6 +1,6 @@
 #include "galleries/linkstore.h"
 
-#include "galleries/storefile.h"
+#include "galleries/propertylistfile.h"
 
 #include "platform/propertylist/propertylist.h"
 #include "platform/propertylist/xmlwriter.h"
@@ -54,14 +54,14 @@ std::partial_ordering compareLinkDictionaries(const LinkEntry &first, const Link
 
 std::optional<LinkStore> LinkStore::load(const std::filesystem::path &path)
 {
-    const StoreFile file = readStoreFile(path);
-    if (file.isMissing)
+    if (!platform::fileExists(path))
         return LinkStore();
-    if (file.root.kind() != PropertyListKind::Array)
+    const PropertyList root = readPropertyListFile(path);
+    if (root.kind() != PropertyListKind::Array)
         return std::nullopt;
     LinkStore store;
-    for (quint32 i = 0; i < file.root.count(); ++i) {
-        auto speaker = linkSpeaker(file.root.at(i));
+    for (quint32 i = 0; i < root.count(); ++i) {
+        auto speaker = linkSpeaker(root.at(i));
         if (!speaker)
             return std::nullopt;
         store.append(std::move(*speaker));

@@ -2,8 +2,6 @@
 
 #include "DateComparator.h"
 
-#include <QStringBuilder>
-
 #include <algorithm>
 
 namespace galleries {
@@ -24,8 +22,8 @@ QString MonthTable::html(QStringView closing) const
     });
     QString text;
     for (const QString &title : std::as_const(titles))
-        text += m_sections[title] % closing;
-    return text % closing;
+        text.append(m_sections[title]).append(closing);
+    return text.append(closing);
 }
 
 } // namespace galleries
