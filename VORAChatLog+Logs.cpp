@@ -65,19 +65,17 @@ std::vector<ImageRecord> VORAChatLog::GatheredImages() const
 void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
 {
     platform::FileContents file = platform::readWholeFile(path);
-    const auto format = platform::CFPreferencesCopyAppValue(u"bookmarkEntry").string();
-    if (!file.bytes || !format)
+    const auto entry = platform::CFPreferencesCopyAppValue(u"bookmarkEntry").string();
+    if (!file.bytes || !entry)
         return;
-    platform::FileText text(std::move(*file.bytes));
+    QString entries;
     for (const LinkRecord &record : GatheredURLs()) {
-        if (record.urls.empty())
-            continue;
-        const QString date = platform::descriptionWithCalendarFormat(*record.time, u"%a %B %e, %I:%M%p");
         for (const QString &url : record.urls) {
-            text.append(platform::filledFormat(*format, std::array{url, url, *record.speaker, date}));
-            if (text.bytes().size() > platform::largestReadableFile)
-                return; // could not be read again
+            const QString time = platform::descriptionWithCalendarFormat(*record.time, u"%a %B %e, %I:%M%p");
+            entries += platform::filledFormat(*entry, std::array{url, url, *record.speaker, time});
         }
     }
-    static_cast<void>(platform::writeAtomically(path, text.bytes())); // nobody to tell
+    platform::FileText log(std::move(*file.bytes));
+    log.append(entries);
+    (void)platform::writeAtomically(path, log.bytes());
 }

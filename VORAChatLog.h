@@ -90,7 +90,7 @@ public:
     /// The most that is gathered from one chat: the UTF-16 units of all links and of each record's speaker,
     /// each link or file counting 64 more. A small file can name one large message many times; of a chat that
     /// has more nothing is gathered, and a message in the console log says so.
-    static constexpr qsizetype largestGathering = qsizetype(1) << 26;
+    static constexpr qsizetype largestGathering = VORAInstantMessage::largestGathering;
 
     /// One record for each message that is no status message, in order, also for those without links.
     [[nodiscard]] std::vector<LinkRecord> GatheredURLs() const;

@@ -13,64 +13,72 @@ using galleries::LinkStore;
 
 namespace {
 
-/// More people than ever sent links in one chat. Every page of a gallery lists every speaker, so that one
-/// forged chat with a hundred thousand of them would fill the disk with pages.
+/// More people than ever sent links in one chat. Every page lists every speaker, so that one forged chat with
+/// a hundred thousand of them would fill the disk with pages.
 constexpr size_t mostSpeakersOfAChat = 1000;
+
+void add(const std::vector<LinkRecord> &records, LinkStore &store)
+{
+    for (const LinkRecord &record : records) {
+        if (!record.urls.empty())
+            store.add(*record.speaker, *record.time, record.urls);
+    }
+}
 
 void fold(const VORAChatLog &chatLog, LinkStore &store)
 {
     const std::vector<LinkRecord> records = chatLog.GatheredURLs();
     std::set<QString> speakers;
     for (const LinkRecord &record : records) {
-        if (record.speaker && !record.urls.empty())
+        if (!record.urls.empty())
             speakers.insert(*record.speaker);
     }
-    if (speakers.size() > mostSpeakersOfAChat) {
+    if (speakers.size() <= mostSpeakersOfAChat)
+        add(records, store);
+    else
         platform::NSLog(QStringLiteral("The links of the chat with %1 come from too many people and have "
                                        "been left out.")
                             .arg(chatLog.primaryOtherParty()));
-    } else {
-        for (const LinkRecord &record : records) {
-            if (record.speaker && record.time)
-                store.add(*record.speaker, *record.time, record.urls);
-        }
-    }
     store.sort();
 }
 
-/// Writes the store's file. @p store is nothing when there is one that could not be read; it is kept.
-/// @return whether the file holds the store now; when not, that has been reported.
-bool save(const std::optional<LinkStore> &store)
+void reportUnwritten(const std::filesystem::path &path)
 {
-    const std::filesystem::path path = galleries::linkStorePath();
-    if (store) {
-        const auto bytes = store->propertyList();
-        if (!bytes) {
-            platform::NSLog(u"Error while serializing link database: the property list would be larger than "
-                            u"2 GiB");
-            VORAChatLog::reportError(VORAChatLog::ErrorCode::Internal, QStringLiteral("corrupt cache"));
-            return false;
-        }
-        if (!platform::writeAtomically(path, *bytes))
-            return true;
-    }
-    platform::NSLogBytes("Link file failed to write to path: " + QByteArray::fromStdString(path.native()));
+    platform::NSLog(QStringLiteral("Link file failed to write to path: %1").arg(platform::displayPath(path)));
     VORAChatLog::reportError(VORAChatLog::ErrorCode::FileNotWritten, QStringLiteral("permissions"));
-    return false;
+}
+
+/// @return whether the store stands in its file; when not, the failure has been reported.
+bool save(const LinkStore &store, const std::filesystem::path &path)
+{
+    const auto bytes = store.propertyList();
+    if (!bytes) {
+        platform::NSLog(
+            QStringLiteral("Error while serializing link database: it is larger than can be read again"));
+        VORAChatLog::reportError(VORAChatLog::ErrorCode::Internal, QStringLiteral("corrupt cache"));
+        return false;
+    }
+    if (platform::writeAtomically(path, *bytes)) {
+        reportUnwritten(path);
+        return false;
+    }
+    return true;
 }
 
 } // namespace
 
 void VORALogGenerator::GenerateLinkFiles(const VORAChatLog *chatLog)
 {
-    auto store = LinkStore::load(galleries::linkStorePath());
+    const std::filesystem::path path = galleries::linkStorePath();
+    auto store = LinkStore::load(path);
     if (chatLog) {
-        if (store)
-            fold(*chatLog, *store);
-        if (!save(store))
+        if (!store)
+            return reportUnwritten(path); // what cannot be read is not written over
+        fold(*chatLog, *store);
+        if (!save(*store, path))
             return;
     }
-    galleries::writeLinkPages(store ? *store : LinkStore());
+    galleries::writeLinkPages(store.value_or(LinkStore()));
 }
 
 std::vector<galleries::LinkEntry> *VORALogGenerator::FindSpeakerArray(const QString &name, LinkStore &inData)
@@ -83,7 +91,7 @@ QString VORALogGenerator::CompressedLinkForList(const QString &link)
     return galleries::compressedLink(link);
 }
 
-QString VORALogGenerator::stringWithFunkyURLStuffInserted(QStringView text)
+QString VORALogGenerator::stringWithFunkyURLStuffInserted(const QString &text)
 {
     return galleries::urlSafeForm(text);
 }
