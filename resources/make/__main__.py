@@ -17,6 +17,7 @@ HERE = Path(__file__).resolve().parent
 # Of each template the styles, and what its policy allows beside the script and the styles.
 TEMPLATES = {
     "linktemplate.html": (["page.css", "gallery.css", "links.css"], ""),
+    "statstemplate.html": (["page.css", "statistics.css"], ""),
 }
 
 
