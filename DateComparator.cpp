@@ -6,3 +6,8 @@ std::strong_ordering DateComparator::compareLinkDateString(QStringView receiver,
 {
     return platform::calendarMonth(receiver) <=> platform::calendarMonth(other);
 }
+
+std::strong_ordering DateComparator::compareImageDateString(QStringView receiver, QStringView other)
+{
+    return compareLinkDateString(receiver, other); // both galleries' titles are alike
+}

@@ -1,5 +1,8 @@
 #include "VORAChatLog.h"
 
+#include "galleries/imagenames.h"
+#include "galleries/savedfiles.h"
+
 #include "platform/date/calendar.h"
 #include "platform/files/files.h"
 #include "platform/log/nslog.h"
@@ -50,6 +53,45 @@ std::vector<Record> gathered(const VORAChatLog &chatLog, Record (VORAInstantMess
     return records;
 }
 
+QString dateText(const platform::NSDate &time)
+{
+    return platform::descriptionWithCalendarFormat(time, u"%a %B %e, %I:%M%p");
+}
+
+/// A text file to which entries are added, each in the format that a preference gives.
+class TextLog {
+public:
+    TextLog(std::filesystem::path path, QStringView formatKey)
+        : m_path(std::move(path)), m_file(platform::readWholeFile(m_path)),
+          m_format(platform::CFPreferencesCopyAppValue(formatKey).string())
+    {
+    }
+
+    void add(std::span<const QString> objects)
+    {
+        if (isWritable())
+            m_entries += platform::filledFormat(*m_format, objects);
+    }
+
+    /// Replaces the file; call once. It stays untouched when it could not be read or there is no format.
+    void write()
+    {
+        if (!isWritable())
+            return;
+        platform::FileText log(std::move(*m_file.bytes));
+        log.append(m_entries);
+        (void)platform::writeAtomically(m_path, log.bytes());
+    }
+
+private:
+    [[nodiscard]] bool isWritable() const { return m_file.bytes && m_format; }
+
+    std::filesystem::path m_path;
+    platform::FileContents m_file;
+    std::optional<QString> m_format;
+    QString m_entries;
+};
+
 } // namespace
 
 std::vector<LinkRecord> VORAChatLog::GatheredURLs() const
@@ -64,18 +106,26 @@ std::vector<ImageRecord> VORAChatLog::GatheredImages() const
 
 void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
 {
-    platform::FileContents file = platform::readWholeFile(path);
-    const auto entry = platform::CFPreferencesCopyAppValue(u"bookmarkEntry").string();
-    if (!file.bytes || !entry)
-        return;
-    QString entries;
+    TextLog log(path, u"bookmarkEntry");
     for (const LinkRecord &record : GatheredURLs()) {
-        for (const QString &url : record.urls) {
-            const QString time = platform::descriptionWithCalendarFormat(*record.time, u"%a %B %e, %I:%M%p");
-            entries += platform::filledFormat(*entry, std::array{url, url, *record.speaker, time});
+        for (const QString &url : record.urls)
+            log.add(std::array{url, url, *record.speaker, dateText(*record.time)});
+    }
+    log.write();
+}
+
+void VORAChatLog::ExtendImageLog(const std::filesystem::path &path) const
+{
+    TextLog log(path, u"imageEntry");
+    galleries::SavedFiles files(path.parent_path() / "Images");
+    for (const ImageRecord &record : GatheredImages()) {
+        for (const auto &wrapper : record.images) {
+            const QString when = platform::descriptionWithCalendarFormat(*record.time, u"%a%b%e%I%M%p");
+            const galleries::FileName name =
+                galleries::imageFileName(wrapper->preferredFilename(), *record.speaker, when);
+            files.save(wrapper, name);
+            log.add(std::array{name.text(), *record.speaker, dateText(*record.time)});
         }
     }
-    platform::FileText log(std::move(*file.bytes));
-    log.append(entries);
-    (void)platform::writeAtomically(path, log.bytes());
+    log.write();
 }

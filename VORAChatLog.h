@@ -105,6 +105,13 @@ public:
     /// The file is replaced as one step. It stays untouched when it cannot be read, so none is made, or when
     /// the preference is missing or no string; no failure is told.
     void ExtendURLLog(const std::filesystem::path &path) const;
+    /// Writes every attached file of the chat into the folder `Images` beside the text file at @p path, which
+    /// must exist, and appends an entry for each to that text file: the preference imageEntry as a format
+    /// with the name on disk, the sender's name and the date, "Tue March 1, 09:07PM". Names are those of
+    /// galleries::imageFileName() with dates like "TueMar10907PM".
+    ///
+    /// The text file is treated as by ExtendURLLog(); the attached files are written in any case.
+    void ExtendImageLog(const std::filesystem::path &path) const;
 
     // Analysis (VORAChatLog+Analysis.cpp)
 

@@ -2,6 +2,7 @@
 
 #include "VORAChatLog.h"
 
+#include "galleries/imagestore.h"
 #include "galleries/linkstore.h"
 
 /// The galleries and the statistics in the support folder, `Library/Prattlebug` under the home folder: each
@@ -27,6 +28,20 @@ public:
     [[nodiscard]] static QString CompressedLinkForList(const QString &link);
     /// A text as the target of a link to a page: see galleries::urlSafeForm().
     [[nodiscard]] static QString stringWithFunkyURLStuffInserted(const QString &text);
+
+    /// Writes the files that were sent in @p chatLog into `Images` in the support folder, folds them into the
+    /// image store, and writes all image pages and the copies in `Images/topimages` anew. Without a chat log
+    /// (null) pages and copies are made from the store as it stands, and the store file is not touched.
+    ///
+    /// `Images` is not made: where it is missing no file is saved. Of a store that cannot be read nothing is
+    /// changed; the files are saved, and the pages made as of an empty one. What cannot be written is passed
+    /// over, and nobody is told.
+    static void GenerateImageFiles(const VORAChatLog *chatLog);
+
+    /// The files of the first speaker of exactly this name in @p inData, to be added to; null when there is
+    /// none.
+    [[nodiscard]] static std::vector<galleries::ImageEntry> *FindImagesArray(const QString &name,
+                                                                             galleries::ImageStore &inData);
 
     /// Adds @p chatLog to the statistics and writes their page. A chat given twice is counted twice. Where a
     /// file cannot be written, it stays as it was and nobody is told.

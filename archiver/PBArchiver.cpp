@@ -99,6 +99,7 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         return;
     }
     VORALogGenerator::GenerateLinkFiles(chatLog.get());
+    VORALogGenerator::GenerateImageFiles(chatLog.get());
     VORALogGenerator::UpdateStatistics(*chatLog);
     const bool written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
     ++(written ? m_counts.archived : m_counts.notWritten);

@@ -21,13 +21,10 @@ QString withoutSeparators(QStringView text)
     return result;
 }
 
-bool isReserved(const QString &name)
+bool isTemplate(const QString &name)
 {
-    for (const char *reserved : {linkTemplateName, imageTemplateName, statisticsTemplateName, ".", ".."}) {
-        if (name == QLatin1String(reserved))
-            return true;
-    }
-    return false;
+    return name == QLatin1String(linkTemplateName) || name == QLatin1String(imageTemplateName) ||
+           name == QLatin1String(statisticsTemplateName);
 }
 
 /// As many whole characters from the start of @p text as fit into @p size bytes of UTF-8.
@@ -76,7 +73,7 @@ FileName fileName(QStringView name, QStringView suffix)
 
     FileName result{name.isEmpty() ? QStringLiteral("_") : withoutSeparators(name),
                     withoutSeparators(suffix)};
-    if (isReserved(result.text()))
+    if (const QString text = result.text(); text == u"." || text == u"..")
         result.stem += u'_';
     const QByteArray whole = platform::utf8FromString(result.text());
     if (whole.size() > longestFileName) {
@@ -84,6 +81,20 @@ FileName fileName(QStringView name, QStringView suffix)
         result.stem = shortened(result.stem, longestFileName - suffixSize, whole);
     }
     return result;
+}
+
+FileName pageFileName(QStringView name, QStringView suffix)
+{
+    FileName result = fileName(name, suffix);
+    if (isTemplate(result.text()))
+        result.stem += u'_';
+    return result;
+}
+
+QStringView pathExtension(QStringView name)
+{
+    const qsizetype stop = name.lastIndexOf(u'.');
+    return stop < 0 ? QStringView() : name.sliced(stop + 1);
 }
 
 QString urlSafeForm(QStringView text)

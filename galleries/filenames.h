@@ -18,13 +18,19 @@ struct FileName {
 /// system can hold it, whatever characters it has. Otherwise
 /// - "/" and NUL become ":";
 /// - a @p name that is empty becomes "_";
-/// - a name that would be one of the page templates, "." or ".." gets "_" at the end of its stem;
+/// - a name that would be "." or ".." gets "_" at the end;
 /// - one longer than 255 bytes of UTF-8 is cut between two characters, and its stem ends in "-" and eight
 ///   hexadecimal digits that differ from name to name.
 ///
 /// Two names may still share a file, by these rules or because they are the same.
 /// @param suffix as in FileName. One longer than 64 bytes counts as a part of the name.
 [[nodiscard]] FileName fileName(QStringView name, QStringView suffix);
+/// The same for a page in the support folder, where a name that would be one of the page templates gets "_"
+/// at the end of its stem too.
+[[nodiscard]] FileName pageFileName(QStringView name, QStringView suffix);
+
+/// What stands behind the last full stop of @p name; nothing when it has none.
+[[nodiscard]] QStringView pathExtension(QStringView name);
 
 /// The URL-safe form of @p text, as it stands in the pages' links: ASCII letters and digits as they are,
 /// every other character up to U+00FF as "%" and its code in two upper-case hexadecimal digits, and every

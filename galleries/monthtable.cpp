@@ -2,19 +2,34 @@
 
 #include "DateComparator.h"
 
+#include <QStringBuilder>
+
 #include <algorithm>
 
 namespace galleries {
 
-QString &MonthTable::section(const QString &title, QStringView heading)
+MonthSection::MonthSection(const MonthLayout &layout, QStringView title)
+    : m_html(layout.beforeTitle % title % layout.afterTitle)
 {
-    QString &section = m_sections[title];
-    if (section.isNull())
-        section = heading.toString();
+}
+
+void MonthSection::append(const MonthLayout &layout, QStringView entry)
+{
+    m_html += entry;
+    ++m_count;
+    if (layout.rowLength > 0 && m_count % layout.rowLength == 0)
+        m_html += layout.rowBreak;
+}
+
+MonthSection &MonthTable::section(const QString &title)
+{
+    MonthSection &section = m_sections[title];
+    if (section.html().isNull())
+        section = MonthSection(m_layout, title);
     return section;
 }
 
-QString MonthTable::html(QStringView closing) const
+QString MonthTable::html() const
 {
     QStringList titles = m_sections.keys();
     std::sort(titles.begin(), titles.end(), [](const QString &a, const QString &b) {
@@ -22,8 +37,8 @@ QString MonthTable::html(QStringView closing) const
     });
     QString text;
     for (const QString &title : std::as_const(titles))
-        text.append(m_sections[title]).append(closing);
-    return text.append(closing);
+        text.append(m_sections[title].html()).append(m_layout.end);
+    return text.append(m_layout.end);
 }
 
 } // namespace galleries

@@ -6,18 +6,45 @@
 
 namespace galleries {
 
-/// The sections of a page that shows everybody's entries by month: for each month title the text of its
-/// section, which is filled while the speakers' pages are made and not closed.
-class MonthTable {
-public:
-    /// The section of @p title; a new one begins with @p heading. Valid until the next call.
-    [[nodiscard]] QString &section(const QString &title, QStringView heading);
+/// What stands around the entries of one month on the pages of a gallery.
+struct MonthLayout {
+    QStringView beforeTitle;
+    QStringView afterTitle;
+    qsizetype rowLength = 0; ///< entries in a row; 0 where they stand in none
+    QStringView rowBreak;    ///< behind each full row, the last one too
+    QStringView end;
+};
 
-    /// The sections, newest month first, @p closing behind each and once more at the end.
-    [[nodiscard]] QString html(QStringView closing) const;
+/// The entries of one month under their heading.
+class MonthSection {
+public:
+    MonthSection() = default;
+    MonthSection(const MonthLayout &layout, QStringView title);
+
+    void append(const MonthLayout &layout, QStringView entry);
+    /// What is there so far; not closed.
+    [[nodiscard]] const QString &html() const { return m_html; }
 
 private:
-    QHash<QString, QString> m_sections;
+    QString m_html;
+    qsizetype m_count = 0;
+};
+
+/// The sections of a page that shows everybody's entries by month, by their titles. They are filled while the
+/// speakers' pages are made.
+class MonthTable {
+public:
+    explicit MonthTable(const MonthLayout &layout) : m_layout(layout) {}
+
+    /// The section of @p title; a new one has a heading only. Valid until the next call.
+    [[nodiscard]] MonthSection &section(const QString &title);
+
+    /// The sections, newest month first, what ends a section behind each and once more at the end.
+    [[nodiscard]] QString html() const;
+
+private:
+    MonthLayout m_layout;
+    QHash<QString, MonthSection> m_sections;
 };
 
 } // namespace galleries

@@ -2,6 +2,7 @@
 
 #include "platform/files/files.h"
 #include "platform/formaterror.h"
+#include "platform/preferences/preferences.h"
 #include "platform/propertylist/scalartext.h"
 #include "platform/text/encoding.h"
 
@@ -24,6 +25,13 @@ std::optional<platform::NSDate> storedDate(const platform::PropertyList &value)
     if (const auto text = value.string())
         return platform::dateFromDescription(platform::utf8FromString(*text)).date;
     return value.date();
+}
+
+std::optional<qint64> storedInteger(const platform::PropertyList &value)
+{
+    if (value.kind() == platform::PropertyListKind::Boolean)
+        return std::nullopt;
+    return platform::integerFromPreference(value);
 }
 
 } // namespace galleries

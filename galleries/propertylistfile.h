@@ -16,4 +16,8 @@ namespace galleries {
 /// of property lists spells dates. Nothing for anything else.
 [[nodiscard]] std::optional<platform::NSDate> storedDate(const platform::PropertyList &value);
 
+/// @p value as a whole number; also when it is a string of digits, which is how the older text form spells
+/// numbers. Nothing for anything else.
+[[nodiscard]] std::optional<qint64> storedInteger(const platform::PropertyList &value);
+
 } // namespace galleries

@@ -135,8 +135,8 @@ TEST_F(Links, ComeBackFromTheStoreAsTheyWere)
     const auto loaded = galleries::LinkStore::load(home() / storeName);
     ASSERT_TRUE(loaded);
     ASSERT_EQ(loaded->speakers().size(), 1U) << "the name is found again";
-    EXPECT_EQ(loaded->speakers()[0].speaker, QStringLiteral("x\ry"));
-    EXPECT_EQ(loaded->speakers()[0].urls[1].linkurl, QStringLiteral("a\uFFFD\uFFFD\r\n&<\uFFFD"));
+    EXPECT_EQ(loaded->speakers()[0].name, QStringLiteral("x\ry"));
+    EXPECT_EQ(loaded->speakers()[0].entries[1].linkurl, QStringLiteral("a\uFFFD\uFFFD\r\n&<\uFFFD"));
 }
 
 TEST_F(Links, AreReadFromEveryFormOfStore)
@@ -151,7 +151,7 @@ TEST_F(Links, AreReadFromEveryFormOfStore)
     const auto loaded = galleries::LinkStore::load(home() / storeName);
     ASSERT_TRUE(loaded);
     EXPECT_EQ(loaded->total(), 2);
-    EXPECT_EQ(platform::utcDescription(loaded->speakers()[0].urls[0].date),
+    EXPECT_EQ(platform::utcDescription(loaded->speakers()[0].entries[0].date),
               QStringLiteral("2005-03-02T05:07:45Z"));
     EXPECT_THAT(page("Nobody.html"), testing::EndsWith("L=.")) << "no links, no sections";
 }

@@ -7,6 +7,7 @@
 
 using galleries::compressedLink;
 using galleries::fileName;
+using galleries::pageFileName;
 using galleries::urlSafeForm;
 
 TEST(GalleryNames, BecomeFileNamesOnlyWhereTheFileSystemNeedsIt)
@@ -26,7 +27,9 @@ TEST(GalleryNames, BecomeFileNamesOnlyWhereTheFileSystemNeedsIt)
         {QStringLiteral("statstemplate"), QStringLiteral("statstemplate_.html")},
     };
     for (const auto &row : table)
-        EXPECT_EQ(fileName(row.name, u".html").text(), row.file);
+        EXPECT_EQ(pageFileName(row.name, u".html").text(), row.file);
+    EXPECT_EQ(fileName(u"linktemplate", u".html").text(), QStringLiteral("linktemplate.html"));
+    EXPECT_EQ(fileName(u"..", {}).text(), QStringLiteral(".._"));
     const QString first = fileName(longName + u'1', u".html").text();
     const QString second = fileName(longName + u'2', u".html").text();
     EXPECT_EQ(first.size(), 255);
