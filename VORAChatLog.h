@@ -92,6 +92,42 @@ public:
     /// The same for attached files.
     [[nodiscard]] std::vector<ImageRecord> GatheredImages() const;
 
+    // Analysis (VORAChatLog+Analysis.cpp)
+
+    /// The participants and the user: 2 in a chat of two.
+    [[nodiscard]] qint64 NumberOfSpeakers() const;
+    /// Whether a participant's identifier, as archived, is @p name.
+    [[nodiscard]] bool NameInSpeakerList(const QString &name) const;
+    [[nodiscard]] const QString &firstOtherPartyName() const { return m_primaryOtherParty; }
+
+    /// Words of a chat by side. The other party's are those of senders whose display name is
+    /// primaryOtherParty(); everybody else with a display name is on the user's side, third participants too.
+    struct WordCounts {
+        qint64 byUsersSide = 0;
+        qint64 byOtherParty = 0;
+
+        friend bool operator==(const WordCounts &, const WordCounts &) = default;
+    };
+    /// The words that count in each of @p inSets (null: every word), all in one walk over the messages. What
+    /// a word is says VORAInstantMessage::wordCountInSet().
+    [[nodiscard]] std::vector<WordCounts> countWords(std::span<const WordSet *const> inSets) const;
+    /// One of these counts alone.
+    [[nodiscard]] qint64 CountWordsForUserInSet(const WordSet *set) const;
+    [[nodiscard]] qint64 CountWordsForOthersInSet(const WordSet *set) const;
+
+    /// Whether the chat has likely ended: iChat does not run (see VORAHostFlags.h), or has no window for it.
+    /// Asks iChat by script and waits for the answer: for a chat of two whether a window bears its name, for
+    /// a larger one whether there is any window at all. When no answer comes, the chat has not ended. In the
+    /// script a backslash stands before each double quote of the other party's name; nothing else in the name
+    /// is escaped.
+    [[nodiscard]] bool isLikelyEndOfChat() const;
+
+    /// Appends one entry for each link of the chat to the text file at @p path, which must be there: the
+    /// preference `bookmarkEntry` with its four "%@" filled with the link, the link again, the sender's
+    /// display name and the local time, "Mon March 7, 03:03PM". Nothing is put between entries. Without the
+    /// preference, or when the file cannot be read or written, the file stays as it was.
+    void ExtendURLLog(const std::filesystem::path &path) const;
+
     // Error reports (VORAChatLog+Errors.cpp)
 
     enum class ErrorCode : qint32 {

@@ -1,5 +1,7 @@
 #include "archiver/PBArchiver.h"
 
+#include "VORALogGenerator.h"
+
 #include "archiver/mboxmessage.h"
 
 #include "platform/files/directorywalk.h"
@@ -96,6 +98,8 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         ++(outcome == VORAChatLog::Outcome::Unreadable ? m_counts.unreadable : m_counts.notTranscripts);
         return;
     }
+    VORALogGenerator::GenerateLinkFiles(chatLog.get());
+    VORALogGenerator::UpdateStatistics(*chatLog);
     const bool written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
     ++(written ? m_counts.archived : m_counts.notWritten);
 }

@@ -24,7 +24,7 @@ class ObjectWriter {
 public:
     explicit ObjectWriter(JsonWriter &json) : m_json(json) {}
 
-    void write(const NSObject *object) // NOLINT(misc-no-recursion): the unarchivers bound a graph's height
+    void write(const NSObject *object) // the unarchivers bound a graph's height
     {
         if (!object)
             m_json.null();
@@ -48,7 +48,7 @@ private:
     void writeNumber(qint64 value) { m_json.integer(value); }
     void writeNumber(double value) { m_json.real(value); }
 
-    void writeList(const std::vector<platform::ObjectRef> &objects) // NOLINT(misc-no-recursion)
+    void writeList(const std::vector<platform::ObjectRef> &objects)
     {
         m_json.beginArray();
         for (const platform::ObjectRef &object : objects)
@@ -56,7 +56,7 @@ private:
         m_json.endArray();
     }
 
-    void writeDictionary(const platform::NSDictionary *dictionary) // NOLINT(misc-no-recursion)
+    void writeDictionary(const platform::NSDictionary *dictionary)
     {
         m_json.beginObject();
         if (dictionary) {
@@ -66,7 +66,7 @@ private:
         m_json.endObject();
     }
 
-    void writeObject(const NSObject &object) // NOLINT(misc-no-recursion)
+    void writeObject(const NSObject &object)
     {
         m_json.beginObject();
         if (const auto *date = dynamic_cast<const platform::NSDate *>(&object)) {
@@ -100,7 +100,7 @@ private:
         m_json.string(className);
     }
 
-    void writeText(const platform::NSAttributedString &text) // NOLINT(misc-no-recursion)
+    void writeText(const platform::NSAttributedString &text)
     {
         m_json.key(u"text");
         m_json.string(text.string());
@@ -119,7 +119,7 @@ private:
         m_json.endArray();
     }
 
-    void writeMessage(const VORAInstantMessage &message) // NOLINT(misc-no-recursion)
+    void writeMessage(const VORAInstantMessage &message)
     {
         writeClass(u"InstantMessage");
         field(u"sender", message.sender().get());
@@ -129,7 +129,7 @@ private:
         m_json.integer(message.flags());
     }
 
-    void field(QStringView key, const NSObject *value) // NOLINT(misc-no-recursion)
+    void field(QStringView key, const NSObject *value)
     {
         m_json.key(key);
         write(value);

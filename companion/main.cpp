@@ -40,7 +40,7 @@ int run(int argc, char **argv)
         return exitAfterParsing(program, error);
     }
     if (!home.empty())
-        setenv("HOME", home.c_str(), 1); // NOLINT(concurrency-mt-unsafe): one thread
+        setenv("HOME", home.c_str(), 1); // one thread
     return action();
 }
 

@@ -6,10 +6,12 @@
 #include "platform/archive/nskeyedunarchiver.h"
 #include "platform/archive/nsunarchiver.h"
 #include "platform/foundation/scalars.h"
+#include "platform/propertylist/nextstep.h"
 #include "platform/text/encoding.h"
 
 #include <QtEndian>
 
+#include <algorithm>
 #include <array>
 
 namespace platform {
@@ -34,7 +36,7 @@ bool nextIsReal(NSUnarchiver &coder)
 /// A font's name in its old serialised form: a type code, a byte length, the bytes, padding.
 std::optional<QString> fontName(QByteArrayView serialized)
 {
-    constexpr quint32 eightBitText = 5; // NeXTSTEP's; in practice ASCII
+    constexpr quint32 eightBitText = 5; // NeXTSTEP's encoding
     constexpr quint32 utf16Text = 6;    // with a byte-order mark
     constexpr qsizetype headerLength = 8;
     if (serialized.size() < headerLength)
@@ -45,16 +47,20 @@ std::optional<QString> fontName(QByteArrayView serialized)
     if (length > quint64(rest.size()))
         return std::nullopt;
     const QByteArrayView text = rest.first(length);
-    if (type == eightBitText)
-        return QString::fromLatin1(text);
-    if (type != utf16Text || length < 2 || length % 2 != 0)
-        return std::nullopt;
-    const bool littleEndian = quint8(text[0]) == 0xFF && quint8(text[1]) == 0xFE;
-    QString name;
-    for (qsizetype i = 2; i < text.size(); i += 2) {
-        const char *unit = text.data() + i;
-        name += QChar(littleEndian ? qFromLittleEndian<quint16>(unit) : qFromBigEndian<quint16>(unit));
+    if (type == eightBitText) {
+        QString name(text.size(), Qt::Uninitialized);
+        std::transform(text.begin(), text.end(), name.begin(),
+                       [](char c) { return QChar(characterFromNextStep(quint8(c))); });
+        return name;
     }
+    const bool littleEndian = text.startsWith("\xFF\xFE");
+    if (type != utf16Text || length % 2 != 0 || (!littleEndian && !text.startsWith("\xFE\xFF")))
+        return std::nullopt;
+    QString name(text.size() / 2 - 1, Qt::Uninitialized);
+    if (littleEndian)
+        qFromLittleEndian<quint16>(text.data() + 2, name.size(), name.data());
+    else
+        qFromBigEndian<quint16>(text.data() + 2, name.size(), name.data());
     return name;
 }
 
@@ -154,19 +160,19 @@ ObjectRef attachmentFromKeys(NSKeyedUnarchiver &coder)
     return std::make_shared<NSTextAttachment>(coder.decodeForKey<NSFileWrapper>("NSFileWrapper"));
 }
 
-/// Memory that a wrapper takes for each byte of its serialised form: its files are copies, and a folder of
-/// many small files takes several times their bytes.
-constexpr quint64 wrapperCostPerByte = 12;
+template <class Coder>
+ObjectRef fileWrapperOf(Coder &coder, const QByteArray &serialized)
+{
+    return NSFileWrapper::initWithSerializedRepresentation(
+        serialized, [&coder](quint64 bytes) { coder.charge(bytes, 1); });
+}
 
 ObjectRef fileWrapperFromStream(NSUnarchiver &coder)
 {
     while (coder.nextType() != '\0') {
         if (coder.nextIsObjectOfClass("NSData")) {
             const auto data = coder.decode<NSData>();
-            if (!data)
-                break;
-            coder.charge(quint64(data->bytes().size()), wrapperCostPerByte);
-            return NSFileWrapper::initWithSerializedRepresentation(data->bytes());
+            return data ? fileWrapperOf(coder, data->bytes()) : nullptr;
         }
         coder.skipValue();
     }
@@ -176,10 +182,7 @@ ObjectRef fileWrapperFromStream(NSUnarchiver &coder)
 ObjectRef fileWrapperFromKeys(NSKeyedUnarchiver &coder)
 {
     const auto bytes = coder.decodeBytesForKey("NSFileWrapperData");
-    if (!bytes)
-        return nullptr;
-    coder.charge(quint64(bytes->size()), wrapperCostPerByte);
-    return NSFileWrapper::initWithSerializedRepresentation(*bytes);
+    return bytes ? fileWrapperOf(coder, *bytes) : nullptr;
 }
 
 } // namespace

@@ -76,6 +76,12 @@ void appendFormatted(QString &text, const CalendarDate &date, QStringView format
     }
 }
 
+/// What the local clock showed at @p date, as seconds since it showed the start of 2001.
+double localSeconds(const NSDate &date)
+{
+    return date.timeIntervalSinceReferenceDate() + calendarDate(date).secondsFromUtc;
+}
+
 } // namespace
 
 CalendarDate calendarDate(const NSDate &date)
@@ -108,11 +114,38 @@ std::optional<NSDate> dateFromUtc(int year, int month, int day, int hour, int mi
     return date.unixSeconds() == seconds ? std::optional(date) : std::nullopt;
 }
 
+int calendarDaysBetween(const NSDate &start, const NSDate &end)
+{
+    constexpr double secondsPerDay = 86400;
+    return int((localSeconds(end) - localSeconds(start)) / secondsPerDay);
+}
+
 QString descriptionWithCalendarFormat(const NSDate &date, QStringView calendarFormat)
 {
     QString text;
     appendFormatted(text, calendarDate(date), calendarFormat);
     return text;
+}
+
+std::optional<CalendarMonth> calendarMonth(QStringView text)
+{
+    constexpr qsizetype mostDigits = 5;
+
+    const qsizetype blank = text.indexOf(u' ');
+    const QStringView digits = text.sliced(blank + 1);
+    if (blank < 0 || digits.isEmpty() || digits.size() > mostDigits)
+        return std::nullopt;
+    int year = 0;
+    for (const QChar digit : digits) {
+        if (digit < u'0' || digit > u'9')
+            return std::nullopt;
+        year = year * 10 + (digit.unicode() - u'0');
+    }
+    for (size_t i = 0; i < monthNames.size(); ++i) {
+        if (text.first(blank) == QLatin1String(monthNames[i]))
+            return CalendarMonth{year, int(i) + 1};
+    }
+    return std::nullopt;
 }
 
 QString utcDescription(const NSDate &date)

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <compare>
 #include <optional>
 
 namespace platform {
@@ -32,6 +33,11 @@ struct CalendarDate {
 [[nodiscard]] std::optional<NSDate> dateFromUtc(int year, int month, int day, int hour, int minute,
                                                 int second);
 
+/// The whole days from @p start to @p end as the local calendar and clock tell, a remainder cut off towards
+/// zero; negative when the end is before the start. Noon to noon is one day also when the clocks change in
+/// between, and 23:00 to 01:00 is none.
+[[nodiscard]] int calendarDaysBetween(const NSDate &start, const NSDate &end);
+
 /// @p date in local time by a calendar format, names in English whatever the locale. Codes:
 ///
 ///   %a %b %B   weekday and month short, month in full
@@ -46,6 +52,17 @@ struct CalendarDate {
 ///
 /// Any other code stands for itself.
 [[nodiscard]] QString descriptionWithCalendarFormat(const NSDate &date, QStringView calendarFormat);
+
+/// A month of a year, as the calendar format "%B %Y" shows it; earlier ones compare less.
+struct CalendarMonth {
+    int year = 1;  ///< 0 to 10000, as in CalendarDate
+    int month = 1; ///< 1 to 12
+
+    friend auto operator<=>(const CalendarMonth &, const CalendarMonth &) = default;
+};
+/// The month that @p text names in the calendar format "%B %Y": "March 2005". Nothing when it is not of that
+/// form.
+[[nodiscard]] std::optional<CalendarMonth> calendarMonth(QStringView text);
 
 /// The UTC form of @p date with whole seconds, "2005-03-01T21:07:45Z", as XML property lists write it.
 [[nodiscard]] QString utcDescription(const NSDate &date);

@@ -46,7 +46,7 @@ std::optional<qint64> integerFromDigits(const QString &text)
 std::optional<bool> booleanFromPreference(const PropertyList &value)
 {
     if (const auto boolean = value.boolean())
-        return *boolean;
+        return boolean;
     if (const auto integer = value.integer())
         return *integer != 0;
     if (const auto real = value.real())
@@ -61,7 +61,7 @@ std::optional<qint64> integerFromPreference(const PropertyList &value)
     if (const auto boolean = value.boolean())
         return *boolean ? 1 : 0;
     if (const auto integer = value.integer())
-        return *integer;
+        return integer;
     if (const auto real = value.real())
         return integerFromReal(*real);
     if (const auto text = value.string())

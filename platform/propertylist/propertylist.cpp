@@ -9,7 +9,7 @@ namespace platform {
 NSDate PropertyListTable::date(Index node) const
 {
     // The readers make no Date of another interval.
-    return NSDate::fromInterval(real(node)).value(); // NOLINT(bugprone-unchecked-optional-access)
+    return NSDate::fromInterval(real(node)).value();
 }
 
 QString PropertyListTable::string(Index node) const

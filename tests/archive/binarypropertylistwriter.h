@@ -7,10 +7,12 @@
 #include <bit>
 
 /// Writes a binary property list object by object, so that a test can share one object among many containers.
-/// References and offsets have four bytes each.
+/// Offsets have four bytes each, and references unless less is asked for.
 class BinaryPropertyListWriter {
 public:
     using Index = quint32;
+
+    explicit BinaryPropertyListWriter(int referenceSize = 4) : m_referenceSize(referenceSize) {}
 
     /// Adds an object's bytes as they are.
     Index raw(const QByteArray &object)
@@ -54,7 +56,7 @@ public:
         return raw(marker(0xD0, keys.size()) + references(keys) + references(values));
     }
     /// Adds a value with all it holds.
-    Index value(const PropertyListValue &value) // NOLINT(misc-no-recursion)
+    Index value(const PropertyListValue &value)
     {
         using Kind = PropertyListValue::Kind;
         switch (value.kind) {
@@ -87,7 +89,7 @@ public:
         const quint64 tableAt = quint64(m_data.size());
         for (const quint32 offset : m_offsets)
             m_data += bigEndian(offset);
-        m_data += QByteArray(6, '\0') + "\x04\x04";
+        m_data += QByteArray(6, '\0') + '\x04' + char(m_referenceSize);
         m_data += bigEndian(quint64(m_offsets.size())) + bigEndian(quint64(top)) + bigEndian(tableAt);
         return m_data;
     }
@@ -106,15 +108,16 @@ private:
             return QByteArray(1, char(kind | int(count)));
         return QByteArray(1, char(kind | 15)) + '\x12' + bigEndian(quint32(count));
     }
-    static QByteArray references(const std::vector<Index> &indexes)
+    [[nodiscard]] QByteArray references(const std::vector<Index> &indexes) const
     {
         QByteArray bytes;
-        bytes.reserve(qsizetype(indexes.size() * 4));
+        bytes.reserve(qsizetype(indexes.size()) * m_referenceSize);
         for (const Index index : indexes)
-            bytes += bigEndian(index);
+            bytes += bigEndian(index).last(m_referenceSize);
         return bytes;
     }
 
+    int m_referenceSize;
     QByteArray m_data = "bplist00";
     std::vector<quint32> m_offsets;
 };

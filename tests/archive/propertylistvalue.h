@@ -62,7 +62,7 @@ struct PropertyListValue {
 };
 
 /// The XML form of one value. UIDs become dictionaries with the key CF$UID.
-inline void appendXml(QByteArray &xml, const PropertyListValue &value) // NOLINT(misc-no-recursion)
+inline void appendXml(QByteArray &xml, const PropertyListValue &value)
 {
     using Kind = PropertyListValue::Kind;
     switch (value.kind) {

@@ -80,7 +80,7 @@ TEST(HostilePropertyList, EveryChangeOfOneByte)
     QByteArray everyByte;
     for (int value = 0; value < 256; ++value)
         everyByte += char(value);
-    const QByteArray meaningful("\0\t\n !\"&'()*,-/09;<=>A[]a{}\x7F\x80\xE6\xFE\xFF", 34);
+    const QByteArray meaningful = QByteArray(1, '\0') + "\t\n !\"&'()*,-/09;<=>A[]a{}\x7F\x80\xE6\xFE\xFF";
     for (int form = 0; form < forms; ++form) {
         const QByteArray whole = sample(form);
         for (qsizetype at = 0; at < whole.size(); ++at) {

@@ -1,5 +1,4 @@
-// Python's property list module and libplist as witnesses: we read what they write, and they read what we
-// write.
+// Python's property list module and libplist as witnesses: they read what we write, and we what they write.
 
 #include "dump.h"
 #include "platform/files/files.h"

@@ -72,8 +72,7 @@ TEST(XmlPropertyListWriter, WritesTheUsualForm)
 
 TEST(XmlPropertyListWriter, KeepsAllTextThatXmlCanHold)
 {
-    // Every unit on its own, which is every control character and every lone surrogate, and then what pairs
-    // up.
+    // Every unit on its own, which is every control character and every lone surrogate, and then pairs.
     QStringList texts;
     for (char32_t unit = 0; unit <= 0xFFFF; ++unit)
         texts += QStringLiteral("a") + QChar(char16_t(unit));

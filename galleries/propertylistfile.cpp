@@ -1,0 +1,29 @@
+#include "galleries/propertylistfile.h"
+
+#include "platform/files/files.h"
+#include "platform/formaterror.h"
+#include "platform/propertylist/scalartext.h"
+#include "platform/text/encoding.h"
+
+namespace galleries {
+
+platform::PropertyList readPropertyListFile(const std::filesystem::path &path)
+{
+    const platform::FileContents file = platform::readWholeFile(path);
+    if (!file.bytes)
+        return {};
+    try {
+        return platform::readPropertyList(*file.bytes);
+    } catch (const platform::FormatError &) {
+        return {};
+    }
+}
+
+std::optional<platform::NSDate> storedDate(const platform::PropertyList &value)
+{
+    if (const auto text = value.string())
+        return platform::dateFromDescription(platform::utf8FromString(*text)).date;
+    return value.date();
+}
+
+} // namespace galleries
