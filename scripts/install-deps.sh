@@ -7,7 +7,7 @@ packages="
     qt6-base-dev qt6-image-formats-plugins libqt6svg6 libcli11-dev
     libgtest-dev libgmock-dev libbenchmark-dev libplist-dev
     gobjc gnustep-make libgnustep-gui-dev gnustep-back0.29-cairo
-    git mutt python3 xauth xvfb
+    git mutt python3 time xauth xvfb
     chromium chromium-driver python3-selenium
     at-spi2-core dbus-daemon gir1.2-atspi-2.0 openbox python3-gi xdotool
 "

@@ -32,7 +32,7 @@ def allowed(text):
 
 def template(name):
     styles, more = TEMPLATES[name]
-    script = part("mend.js")
+    script = part("page.js")
     style = "".join(map(part, styles))
     # An element's text begins behind the tag: with the line feed there.
     policy = (f"default-src 'none'; script-src {allowed(chr(10) + script)}; style-src {allowed(chr(10) + style)}; "

@@ -23,3 +23,5 @@ addEventListener("DOMContentLoaded", () => {
     link.scrollIntoView({ block: "nearest" });
   }
 });
+// A policy does not stop a <meta> in a message from leading the page elsewhere; it does so when all is loaded.
+addEventListener("load", () => stop());
