@@ -1,6 +1,6 @@
 #!/bin/sh
-# Makes a home folder to try the programs in, with the sample chats in its transcript folder, their address book and what
-# the statistics are made with:
+# Makes a home folder to try the programs in, with the sample chats in its transcript folder, their address book, and what
+# the pages are made with:
 #     scripts/sample-home.sh FOLDER
 # FOLDER must not exist yet.
 set -eu
@@ -11,7 +11,7 @@ support="$home/Library/Prattlebug"
 transcripts="$home/Documents/iChats (Prattlebugged)"
 
 mkdir "$home"
-mkdir -p "$home/Documents" "$support"
+mkdir -p "$home/Documents" "$support/Images"
 cp -Rp "$samples/chats" "$transcripts"
 # A mail is dated by its transcript file, and a file out of a repository is as old as the copy: give each the date in
 # its name back.
@@ -20,4 +20,7 @@ find "$transcripts" -name '* on ????-??-?? at ??.??*' | while read -r file; do
     touch -d "$date" "$file"
 done
 cp "$samples/me.vcf" "$samples/contacts.vcf" "$support/"
-cp "$top/resources/linktemplate.html" "$top/resources/statstemplate.html" "$top/resources/curses.plist" "$top/resources/netspeak.plist" "$support/"
+for resource in linktemplate.html imagetemplate.html statstemplate.html curses.plist netspeak.plist; do
+    cp "$top/resources/$resource" "$support/"
+done
+cp "$top/resources/pdf.png" "$support/Images/"

@@ -1,4 +1,4 @@
-"""Writes the page templates: python3 resources/make [FOLDER]
+"""Writes the page templates and the icon of PDF documents: python3 resources/make [FOLDER]
 
 They go into FOLDER (the folder above this one, when none is named), each a file that stands by itself. What they have in
 common is written once, here: the head, with the script that mends links and the policy that lets nothing else run, and
@@ -12,12 +12,15 @@ import hashlib
 import sys
 from pathlib import Path
 
+import pdficon
+
 HERE = Path(__file__).resolve().parent
 
-# Of each template the styles, and what its policy allows beside the script and the styles.
+# Of each template the scripts, the styles, and what its policy allows beside them.
 TEMPLATES = {
-    "linktemplate.html": (["page.css", "gallery.css", "links.css"], ""),
-    "statstemplate.html": (["page.css", "statistics.css"], ""),
+    "imagetemplate.html": (["page.js", "images.js"], ["page.css", "gallery.css", "images.css"], "; img-src 'self' file:"),
+    "linktemplate.html": (["page.js"], ["page.css", "gallery.css", "links.css"], ""),
+    "statstemplate.html": (["page.js"], ["page.css", "statistics.css"], ""),
 }
 
 
@@ -31,8 +34,8 @@ def allowed(text):
 
 
 def template(name):
-    styles, more = TEMPLATES[name]
-    script = part("page.js")
+    scripts, styles, more = TEMPLATES[name]
+    script = "".join(map(part, scripts))
     style = "".join(map(part, styles))
     # An element's text begins behind the tag: with the line feed there.
     policy = (f"default-src 'none'; script-src {allowed(chr(10) + script)}; style-src {allowed(chr(10) + style)}; "
@@ -47,3 +50,4 @@ if __name__ == "__main__":
     folder = Path(sys.argv[1]) if len(sys.argv) > 1 else HERE.parent
     for name in TEMPLATES:
         (folder / name).write_text(template(name), encoding="utf-8")
+    (folder / "pdf.png").write_bytes(pdficon.png())
