@@ -22,7 +22,7 @@ std::optional<NSImage> NSImage::initWithData(const QByteArray &data)
     QBuffer buffer;
     buffer.setData(data);
     buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
+    const QImageReader reader(&buffer);
     // Qt would read the whole drawing, and a small one can ask for more work than any machine can do.
     if (reader.format().startsWith("svg"))
         return std::nullopt;

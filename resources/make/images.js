@@ -1,8 +1,14 @@
-// Thumbnails are loaded when they come into view, and what cannot be shown gets the name of its file in their place. All
-// this waits until the page is loaded, since whatever still loads is stopped then.
-addEventListener("DOMContentLoaded", () => {
-  for (const thumbnail of document.querySelectorAll(".images img")) thumbnail.loading = "lazy";
+// The sections stand in a <template>, so that no browser asks for pictures by addresses that are not mended yet. They come
+// out of it before the window's listener mends them, to be loaded when they come into view.
+document.addEventListener("DOMContentLoaded", () => {
+  let template;
+  while ((template = document.querySelector("template"))) { // a name may have opened another one
+    for (const thumbnail of template.content.querySelectorAll("img")) thumbnail.loading = "lazy";
+    template.replaceWith(template.content);
+  }
 });
+// Then each gets the name of its file, and what cannot be shown has the name in its place. By that time all that was still
+// being loaded has been stopped.
 addEventListener("load", () => setTimeout(() => {
   const speakers = [...document.querySelectorAll("#contents a")].map(link => link.textContent);
   const nameOf = link => {
@@ -29,14 +35,14 @@ addEventListener("load", () => setTimeout(() => {
     if (thumbnail.getAttribute("src") === "Images/pdf.png") {
       thumbnail.alt = "";
       addCaption(link);
-      continue;
+    } else {
+      thumbnail.alt = link.title;
+      thumbnail.addEventListener("error", () => {
+        thumbnail.remove();
+        link.classList.add("file");
+        addCaption(link);
+      });
     }
-    thumbnail.alt = link.title;
-    thumbnail.addEventListener("error", () => {
-      thumbnail.remove();
-      link.classList.add("file");
-      addCaption(link);
-    });
     if (!thumbnail.naturalWidth) thumbnail.src = thumbnail.src;
   }
 }));

@@ -2,6 +2,7 @@
 
 import json
 import os
+from pathlib import Path
 
 from companion import CompanionTest, SAMPLES, TRANSCRIPTS, main
 
@@ -38,6 +39,20 @@ class Commands(CompanionTest):
         spoken = [message for message in chat["messages"] if not message["status"]]
         self.assertEqual(plain, "".join(f"{message['speaker']}: {message['text']}\n" for message in spoken)
                          + "Sent by Prattlebug ( https://prattlebug.example/ )\n")
+
+    def test_show_lists_attached_files(self):
+        seen = []
+        for expected in Path(SAMPLES, "expected").rglob("*.json"):
+            chat = Path(SAMPLES, "chats", expected.relative_to(Path(SAMPLES, "expected")).with_suffix(""))
+            if " on " not in chat.name:
+                continue
+            shown = json.loads(self.run_companion("show", "--as", "json", chat)[0])["messages"]
+            for message, held in zip(shown, json.loads(expected.read_text(encoding="utf-8"))["messages"]):
+                files = [(file["name"], file["bytes"]) for file in message["files"]]
+                self.assertEqual([(name, size or dict(files)[name]) for name, size in held["files"]], files)
+                seen += files
+        self.assertIn(("Boxes", 2425), seen, "a folder has the bytes of its files")
+        self.assertIn(None, dict(seen))
 
     def test_show_says_why_a_file_is_no_transcript(self):
         for name, data, reason in (
