@@ -30,8 +30,9 @@ cat <<TXT
 
 The mbox above holds the sample chats; any mail program imports it, and this opens it here:
     mutt -f "$home/Prattlebug Archive/Prattlebug Archive mbox"
-Every link in them, and how much was said, are on these pages, for any browser:
+Every link and picture in them, and how much was said, are on these pages, for any browser:
     $home/Library/Prattlebug/Links.html
+    $home/Library/Prattlebug/Images.html
     $home/Library/Prattlebug/stats.html
 For your own chats, put the transcripts into ~/Documents/iChats (Prattlebugged) and run:
     "$prattlebug" archive ~/"Prattlebug Archive"
