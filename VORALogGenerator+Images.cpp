@@ -1,6 +1,7 @@
 #include "VORALogGenerator.h"
 
 #include "VORALogGenerator+Folding.h"
+#include "VORALogGenerator+Run.h"
 
 #include "galleries/imagenames.h"
 #include "galleries/imagepages.h"
@@ -37,14 +38,15 @@ Size sizeOf(const NSFileWrapper &wrapper)
 }
 
 /// Writes the files of @p chatLog into the folder of attached files.
-/// @param store if not null, is told of them.
-void fold(const VORAChatLog &chatLog, ImageStore *store)
+/// @return what the store is to hold of them.
+std::vector<ImageStore::Speaker> savedFilesOf(const VORAChatLog &chatLog)
 {
     galleries::SavedFiles files(galleries::imagesFolder());
     QHash<const NSFileWrapper *, Size> sizes; // a file may be sent in very many messages
+    std::vector<ImageStore::Speaker> speakers;
     for (const ImageRecord &record :
          recordsToFold(chatLog, chatLog.GatheredImages(), &ImageRecord::images, u"files")) {
-        std::vector<ImageEntry> entries;
+        ImageStore::Speaker &speaker = speakers.emplace_back(ImageStore::Speaker{*record.speaker, {}});
         for (const auto &wrapper : record.images) {
             auto size = sizes.constFind(wrapper.get());
             if (size == sizes.cend())
@@ -52,34 +54,44 @@ void fold(const VORAChatLog &chatLog, ImageStore *store)
             const galleries::FileName name = galleries::imageFileName(
                 wrapper->preferredFilename(), *record.speaker, record.time->description());
             files.save(wrapper, name);
-            entries.push_back(
+            speaker.entries.push_back(
                 {*record.time, QStringLiteral("Images/") + name.text(), size->width, size->height});
         }
-        if (store)
-            store->add(*record.speaker, std::move(entries));
     }
-    if (store)
-        store->sort();
-}
-
-void save(const ImageStore &store)
-{
-    if (const auto bytes = store.propertyList())
-        static_cast<void>(platform::writeAtomically(galleries::imageStorePath(), *bytes));
+    return speakers;
 }
 
 } // namespace
 
+std::filesystem::path ImageGallery::path()
+{
+    return galleries::imageStorePath();
+}
+
+bool ImageGallery::save(const Store &store)
+{
+    const auto bytes = store.propertyList();
+    return bytes && !platform::writeAtomically(path(), *bytes);
+}
+
+void ImageGallery::writePages(const Store *store)
+{
+    const Store empty;
+    galleries::writeImagePages(store ? *store : empty);
+    galleries::refreshTopImages(store ? *store : empty);
+}
+
 void VORALogGenerator::GenerateImageFiles(const VORAChatLog *chatLog)
 {
-    auto store = ImageStore::load(galleries::imageStorePath());
-    if (chatLog)
-        fold(*chatLog, store ? &*store : nullptr);
-    if (chatLog && store)
-        save(*store);
-    const ImageStore shown = std::move(store).value_or(ImageStore());
-    galleries::writeImagePages(shown);
-    galleries::refreshTopImages(shown);
+    GalleryRun::call<ImageGallery>(!chatLog, [chatLog](galleries::KeptGallery<ImageGallery> &gallery) {
+        const bool isReadable = gallery.refresh();
+        if (chatLog) {
+            auto files = savedFilesOf(*chatLog);
+            if (isReadable)
+                gallery.fold(std::move(files));
+        }
+        gallery.requestPages(); // of an empty store, when it cannot be read
+    });
 }
 
 std::vector<ImageEntry> *VORALogGenerator::FindImagesArray(const QString &name, ImageStore &inData)

@@ -1,6 +1,7 @@
 #include "VORALogGenerator.h"
 
 #include "VORALogGenerator+Folding.h"
+#include "VORALogGenerator+Run.h"
 
 #include "galleries/filenames.h"
 #include "galleries/linkpages.h"
@@ -13,16 +14,16 @@ using galleries::LinkStore;
 
 namespace {
 
-void fold(const VORAChatLog &chatLog, LinkStore &store)
+std::vector<LinkStore::Speaker> linksOf(const VORAChatLog &chatLog)
 {
+    std::vector<LinkStore::Speaker> speakers;
     for (const LinkRecord &record :
          recordsToFold(chatLog, chatLog.GatheredURLs(), &LinkRecord::urls, u"links")) {
-        std::vector<galleries::LinkEntry> entries;
+        LinkStore::Speaker &speaker = speakers.emplace_back(LinkStore::Speaker{*record.speaker, {}});
         for (const QString &url : record.urls)
-            entries.push_back({*record.time, url});
-        store.add(*record.speaker, std::move(entries));
+            speaker.entries.push_back({*record.time, url});
     }
-    store.sort();
+    return speakers;
 }
 
 void reportUnwritten(const std::filesystem::path &path)
@@ -31,8 +32,14 @@ void reportUnwritten(const std::filesystem::path &path)
     VORAChatLog::reportError(VORAChatLog::ErrorCode::FileNotWritten, QStringLiteral("permissions"));
 }
 
-/// @return whether the store stands in its file; when not, the failure has been reported.
-bool save(const LinkStore &store, const std::filesystem::path &path)
+} // namespace
+
+std::filesystem::path LinkGallery::path()
+{
+    return galleries::linkStorePath();
+}
+
+bool LinkGallery::save(const Store &store)
 {
     const auto bytes = store.propertyList();
     if (!bytes) {
@@ -41,27 +48,29 @@ bool save(const LinkStore &store, const std::filesystem::path &path)
         VORAChatLog::reportError(VORAChatLog::ErrorCode::Internal, QStringLiteral("corrupt cache"));
         return false;
     }
-    if (platform::writeAtomically(path, *bytes)) {
-        reportUnwritten(path);
+    if (platform::writeAtomically(path(), *bytes)) {
+        reportUnwritten(path());
         return false;
     }
     return true;
 }
 
-} // namespace
+void LinkGallery::writePages(const Store *store)
+{
+    galleries::writeLinkPages(store ? *store : Store());
+}
 
 void VORALogGenerator::GenerateLinkFiles(const VORAChatLog *chatLog)
 {
-    const std::filesystem::path path = galleries::linkStorePath();
-    auto store = LinkStore::load(path);
-    if (chatLog) {
-        if (!store)
-            return reportUnwritten(path); // what cannot be read is not written over
-        fold(*chatLog, *store);
-        if (!save(*store, path))
-            return;
-    }
-    galleries::writeLinkPages(store.value_or(LinkStore()));
+    GalleryRun::call<LinkGallery>(!chatLog, [chatLog](galleries::KeptGallery<LinkGallery> &gallery) {
+        const bool isReadable = gallery.refresh();
+        if (!chatLog)
+            gallery.requestPages();
+        else if (isReadable)
+            gallery.fold(linksOf(*chatLog));
+        else
+            reportUnwritten(LinkGallery::path()); // what cannot be read is not written over
+    });
 }
 
 std::vector<galleries::LinkEntry> *VORALogGenerator::FindSpeakerArray(const QString &name, LinkStore &inData)

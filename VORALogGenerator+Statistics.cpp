@@ -1,9 +1,7 @@
-#include "VORALogGenerator.h"
+#include "VORALogGenerator+Run.h"
 
-#include "galleries/statistics.h"
 #include "galleries/statisticspage.h"
 #include "galleries/supportfolder.h"
-#include "galleries/wordlist.h"
 
 #include <array>
 
@@ -37,13 +35,25 @@ StatisticsCounts countsOf(const VORAChatLog &chatLog, const WordSet &curses, con
 
 } // namespace
 
+std::filesystem::path StatisticsGallery::path()
+{
+    return galleries::statisticsStorePath();
+}
+
+void StatisticsGallery::writePages(const Store *store)
+{
+    if (store) // as ever: any file counts as statistics
+        galleries::writeStatisticsPage(*store);
+}
+
 void VORALogGenerator::UpdateStatistics(const VORAChatLog &chatLog)
 {
-    galleries::Statistics statistics = galleries::Statistics::load();
-    const WordSet curses = galleries::readWordList(galleries::curseListPath());
-    const WordSet netspeak = galleries::readWordList(galleries::netspeakListPath());
-    statistics.fold(countsOf(chatLog, curses, netspeak),
-                    chatLog.LastMessageDate().value_or(platform::NSDate::now()));
-    (void)statistics.save(); // a store that cannot be written is no reason to make no page
-    galleries::writeStatisticsPage(statistics);
+    GalleryRun::call<StatisticsGallery>(
+        false, [&chatLog](galleries::KeptGallery<StatisticsGallery> &gallery) {
+            gallery.refresh();
+            StatisticsGallery &kind = gallery.kind();
+            gallery.fold({countsOf(chatLog, kind.curses.read(galleries::curseListPath()),
+                                   kind.netspeak.read(galleries::netspeakListPath())),
+                          chatLog.LastMessageDate().value_or(platform::NSDate::now())});
+        });
 }

@@ -5,12 +5,43 @@
 #include "galleries/imagestore.h"
 #include "galleries/linkstore.h"
 
+#include <chrono>
+#include <functional>
+#include <memory>
+
+class GalleryRun;
+
 /// The galleries and the statistics in the support folder, `Library/Prattlebug` under the home folder: each
 /// operation loads its store, folds a chat in, saves the store and writes the pages anew. Holds nothing
 /// itself.
 class VORALogGenerator {
 public:
     VORALogGenerator() = delete;
+
+    /// A run over many chats: while one exists, GenerateLinkFiles(), GenerateImageFiles() and
+    /// UpdateStatistics() keep their stores in memory and write them, with their pages, only now and then, so
+    /// that a chat costs the same however many there were before.
+    ///
+    /// They write at the first call, then when twenty times as long has passed as the last writing took, and
+    /// when the run ends. Then every file is what the same calls would have left without a run; in the middle
+    /// files are whole, but may lag. A store that someone else has changed meanwhile is read again before the
+    /// next chat is folded in. Where a store cannot be written, its operation goes on as without a run.
+    ///
+    /// One opened during another one takes its place until it ends.
+    class Run {
+    public:
+        using Clock = std::chrono::steady_clock;
+
+        /// @param now what tells the time.
+        explicit Run(std::function<Clock::time_point()> now = Clock::now);
+        ~Run();
+        Run(const Run &) = delete;
+        Run &operator=(const Run &) = delete;
+
+    private:
+        std::unique_ptr<GalleryRun> m_run;
+        GalleryRun *m_previous;
+    };
 
     /// Folds the links of @p chatLog into the link store and writes all link pages anew. Without a chat log
     /// (null) the pages are made from the store as it stands, and the store file is not touched.

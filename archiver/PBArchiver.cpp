@@ -67,10 +67,13 @@ void PBArchiver::beginArchiving()
 
     m_desktop.startProgress(qsizetype(platform::contentsOfDirectory(folder).size()));
     qsizetype handled = 0;
-    while (const auto entry = walk.next()) {
-        m_desktop.showEntry(*entry);
-        processLog(folder / *entry, mbox);
-        m_desktop.showProgress(++handled);
+    {
+        const VORALogGenerator::Run run;
+        while (const auto entry = walk.next()) {
+            m_desktop.showEntry(*entry);
+            processLog(folder / *entry, mbox);
+            m_desktop.showProgress(++handled);
+        }
     }
 
     const auto unsynced = mbox.synchronizeFile();

@@ -41,6 +41,9 @@ template <StoreEntry Entry>
 
 /// Everything of one kind that was ever sent, by the person who sent it.
 ///
+/// Adding to a store that is kept takes time for what is added and for its speakers' entries, not for the
+/// others'.
+///
 /// Its file is a property list: an array of dictionaries with "speaker" and the list of that speaker's
 /// entries. It is written in the XML form, which keeps whole seconds of a date, and read in any. Text in the
 /// store is such that XML can hold it: characters that it cannot hold become U+FFFD on their way in.
@@ -62,15 +65,19 @@ public:
     /// The number of all entries.
     [[nodiscard]] qsizetype total() const;
 
-    /// The entries of the first speaker of exactly this name: letter case counts. Null when there is none.
-    /// Valid until a speaker is added.
+    /// The entries of the first speaker of exactly this name, to be changed in any way: letter case counts.
+    /// Null when there is none. Valid until a speaker is added.
     [[nodiscard]] std::vector<Entry> *find(const QString &speaker);
 
     /// Adds what @p speaker has sent behind what is there, and the speaker behind the other speakers when the
     /// name is new. Nothing is done without entries.
     void add(const QString &speaker, std::vector<Entry> entries);
+    /// Adds all that @p speakers have sent, one after the other, and sorts.
+    void fold(const std::vector<Speaker> &speakers);
     /// Sorts every speaker's entries with newestFirst(); those of equal dates keep their order.
     void sort();
+    /// Makes a sorted store what its file would give back: with whole seconds.
+    void settle();
 
     /// The store's file; nothing when it would be larger than @p largest bytes, and so could not be read
     /// again.
@@ -81,10 +88,15 @@ private:
     static constexpr QStringView speakerKey = u"speaker";
 
     [[nodiscard]] static std::optional<Speaker> speakerFrom(const platform::PropertyList &dictionary);
+    static bool isNewer(const Entry &first, const Entry &second) { return newestFirst(first, second) < 0; }
     void append(Speaker speaker);
+    void noteChangeOf(size_t position);
 
     std::vector<Speaker> m_speakers;
-    QHash<QString, qsizetype> m_positions; // of the first speaker of each name
+    QHash<QString, size_t> m_positions; // of the first speaker of each name
+    std::vector<size_t> m_sorted;  // of each speaker's entries, how many at the front are known to be sorted
+    std::vector<size_t> m_changed; // positions of speakers since the last sort()
+    std::vector<size_t> m_unsettled; // positions of speakers sorted since the last settle()
 };
 
 template <StoreEntry Entry>
@@ -137,7 +149,11 @@ template <StoreEntry Entry>
 std::vector<Entry> *SpeakerStore<Entry>::find(const QString &speaker)
 {
     const auto position = m_positions.constFind(speaker);
-    return position == m_positions.cend() ? nullptr : &m_speakers[size_t(*position)].entries;
+    if (position == m_positions.cend())
+        return nullptr;
+    noteChangeOf(*position);
+    m_sorted[*position] = 0;
+    return &m_speakers[*position].entries;
 }
 
 template <StoreEntry Entry>
@@ -146,23 +162,49 @@ void SpeakerStore<Entry>::add(const QString &speaker, std::vector<Entry> entries
     if (entries.empty())
         return;
     const QString name = platform::withoutCharactersUnfitForXml(speaker);
-    if (!find(name))
+    if (!m_positions.contains(name))
         append({name, {}});
-    std::vector<Entry> &list = *find(name);
+    const size_t position = m_positions.value(name);
+    noteChangeOf(position);
     for (Entry &entry : entries) {
         entry.makeFitForXml();
-        list.push_back(std::move(entry));
+        m_speakers[position].entries.push_back(std::move(entry));
     }
+}
+
+template <StoreEntry Entry>
+void SpeakerStore<Entry>::fold(const std::vector<Speaker> &speakers)
+{
+    for (const Speaker &speaker : speakers)
+        add(speaker.name, speaker.entries);
+    sort();
 }
 
 template <StoreEntry Entry>
 void SpeakerStore<Entry>::sort()
 {
-    for (Speaker &speaker : m_speakers) {
-        std::stable_sort(
-            speaker.entries.begin(), speaker.entries.end(),
-            [](const Entry &first, const Entry &second) { return newestFirst(first, second) < 0; });
+    for (const size_t position : m_changed) {
+        std::vector<Entry> &entries = m_speakers[position].entries;
+        const auto added = entries.begin() + std::ptrdiff_t(m_sorted[position]);
+        if (added != entries.end()) {
+            std::stable_sort(added, entries.end(), isNewer);
+            std::inplace_merge(std::upper_bound(entries.begin(), added, *added, isNewer), added,
+                               entries.end(), isNewer);
+        }
+        m_sorted[position] = entries.size();
+        m_unsettled.push_back(position);
     }
+    m_changed.clear();
+}
+
+template <StoreEntry Entry>
+void SpeakerStore<Entry>::settle()
+{
+    for (const size_t position : m_unsettled) {
+        for (Entry &entry : m_speakers[position].entries)
+            entry.date = entry.date.wholeSeconds();
+    }
+    m_unsettled.clear();
 }
 
 template <StoreEntry Entry>
@@ -197,8 +239,18 @@ template <StoreEntry Entry>
 void SpeakerStore<Entry>::append(Speaker speaker)
 {
     if (!m_positions.contains(speaker.name))
-        m_positions.insert(speaker.name, qsizetype(m_speakers.size()));
+        m_positions.insert(speaker.name, m_speakers.size());
     m_speakers.push_back(std::move(speaker));
+    m_sorted.push_back(0);
+    m_changed.push_back(m_speakers.size() - 1);
+}
+
+/// To be called before the entries at @p position are changed.
+template <StoreEntry Entry>
+void SpeakerStore<Entry>::noteChangeOf(size_t position)
+{
+    if (m_sorted[position] == m_speakers[position].entries.size())
+        m_changed.push_back(position);
 }
 
 } // namespace galleries

@@ -76,13 +76,19 @@ Statistics Statistics::load()
     return statistics;
 }
 
-void Statistics::fold(const StatisticsCounts &chat, const NSDate &lastMessage)
+void Statistics::fold(const ChatStatistics &chat)
 {
     for (const Count &count : everyCount) {
         qint32 &total = counts.*count.member;
-        total = saturated(qint64(total) + chat.*count.member);
+        total = saturated(qint64(total) + chat.counts.*count.member);
     }
-    endDate = lastMessage;
+    endDate = chat.lastMessage;
+}
+
+void Statistics::settle()
+{
+    startDate = startDate.wholeSeconds();
+    endDate = startDate;
 }
 
 bool Statistics::save() const

@@ -22,6 +22,12 @@ struct StatisticsCounts {
     friend bool operator==(const StatisticsCounts &, const StatisticsCounts &) = default;
 };
 
+/// What one chat adds to the statistics.
+struct ChatStatistics {
+    StatisticsCounts counts; ///< its chatcount of 1 included
+    platform::NSDate lastMessage;
+};
+
 /// @p count, or the end of the range of 32 bits that it is beyond.
 [[nodiscard]] qint32 saturated(qint64 count);
 
@@ -40,9 +46,12 @@ struct Statistics {
     /// is the support folder's creation, or now when that cannot be had. The stored end date is not read.
     [[nodiscard]] static Statistics load();
 
-    /// Adds what one chat contributes, its chatcount of 1 included, and ends the time covered at
-    /// @p lastMessage, also when that is earlier than before.
-    void fold(const StatisticsCounts &chat, const platform::NSDate &lastMessage);
+    /// Adds what one chat contributes, and ends the time covered at its last message, also when that is
+    /// earlier than before.
+    void fold(const ChatStatistics &chat);
+
+    /// Makes the statistics what their file would give back: with whole seconds, and without an end.
+    void settle();
 
     /// Writes the store as XML, atomically; in the file dates have whole seconds.
     /// @return whether it stands there.

@@ -4,9 +4,10 @@
 
 namespace galleries {
 
-platform::StringSet readWordList(const std::filesystem::path &path)
+namespace {
+
+platform::StringSet wordsOf(const platform::PropertyList &list)
 {
-    const platform::PropertyList list = readPropertyListFile(path);
     if (list.kind() != platform::PropertyListKind::Array)
         return {};
     platform::StringSet words;
@@ -17,6 +18,19 @@ platform::StringSet readWordList(const std::filesystem::path &path)
         words.insert(*word);
     }
     return words;
+}
+
+} // namespace
+
+const platform::StringSet &WordList::read(const std::filesystem::path &path)
+{
+    if (m_file.hasChanged(path)) {
+        const platform::PropertyList list = readPropertyListFile(path);
+        if (list.kind() == platform::PropertyListKind::Null)
+            m_file.forget();
+        m_words = wordsOf(list);
+    }
+    return m_words;
 }
 
 } // namespace galleries

@@ -2,22 +2,11 @@
 
 #include <QStringBuilder>
 
-#include <chrono>
 #include <utility>
 
 namespace platform {
 
 namespace {
-
-/// Whether a file of this identity could be changed once more without its identity showing it: the kernel
-/// takes the time of a change from a clock that stands still for up to 10 ms.
-bool couldChangeUnseen(const FileIdentity &identity)
-{
-    const auto changed =
-        std::chrono::seconds(identity.seconds) + std::chrono::nanoseconds(identity.nanoseconds);
-    const auto age = std::chrono::system_clock::now().time_since_epoch() - changed;
-    return std::chrono::abs(age) < std::chrono::milliseconds(20);
-}
 
 std::filesystem::path folder()
 {
@@ -39,19 +28,14 @@ ABAddressBook &ABAddressBook::sharedAddressBook()
     return shared;
 }
 
-bool ABAddressBook::CardFile::update(const std::filesystem::path &current)
+bool ABAddressBook::CardFile::update(const std::filesystem::path &path)
 {
-    // Asked before the file is read: a change in between then shows in the next request.
-    const std::optional<FileIdentity> now = fileIdentity(current);
-    if (holds && path == current && identity == now)
+    if (!file.hasChanged(path))
         return false;
-
-    const FileContents contents = now ? readWholeFile(current) : FileContents{};
+    const FileContents contents = file.exists() ? readWholeFile(path) : FileContents{};
     cards = contents.bytes ? readVCards(*contents.bytes) : std::vector<ABPerson>();
-    path = current;
-    identity = now;
-    // What could not be read now may be readable later without having changed.
-    holds = !now || (contents.bytes && !couldChangeUnseen(*now));
+    if (file.exists() && !contents.bytes)
+        file.forget();
     return true;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/files/files.h"
+#include "platform/files/notedfile.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -67,15 +67,13 @@ private:
 
     /// The cards of one file, as it was when last read.
     struct CardFile {
-        std::filesystem::path path;
-        std::optional<FileIdentity> identity; ///< nothing when there is no file
-        bool holds = false;                   ///< whether an equal identity means equal cards
-        quint64 reading = 0;                  ///< the last Reading that asked for it, by number; 0 for none
+        NotedFile file;
+        quint64 reading = 0; ///< the last Reading that asked for it, by number; 0 for none
         std::vector<ABPerson> cards;
 
-        /// Reads the file at @p current unless `cards` still are what it holds. @return whether they were
+        /// Reads the file at @p path unless `cards` still are what it holds. @return whether they were
         /// replaced.
-        bool update(const std::filesystem::path &current);
+        bool update(const std::filesystem::path &path);
     };
 
     /// update() of the card file @p name, unless the Reading at hand has asked for it already.

@@ -25,6 +25,8 @@ public:
     [[nodiscard]] double timeIntervalSinceReferenceDate() const { return m_interval; }
     /// Whole seconds of Unix time, cut downwards: 0.5 s before 1970 is -1.
     [[nodiscard]] qint64 unixSeconds() const;
+    /// This moment cut downwards to whole seconds.
+    [[nodiscard]] NSDate wholeSeconds() const { return fromUnixTime(unixSeconds()); }
     /// Milliseconds of Unix time, cut downwards.
     [[nodiscard]] qint64 unixMilliseconds() const;
 

@@ -1,0 +1,32 @@
+#include "platform/files/notedfile.h"
+
+#include <chrono>
+
+namespace platform {
+
+namespace {
+
+/// Whether a file of this identity could be changed once more without its identity showing it: the kernel
+/// takes the time of a change from a clock that stands still for up to 10 ms.
+bool couldChangeUnseen(const FileIdentity &identity)
+{
+    const auto changed =
+        std::chrono::seconds(identity.seconds) + std::chrono::nanoseconds(identity.nanoseconds);
+    const auto age = std::chrono::system_clock::now().time_since_epoch() - changed;
+    return std::chrono::abs(age) < std::chrono::milliseconds(20);
+}
+
+} // namespace
+
+bool NotedFile::hasChanged(const std::filesystem::path &path)
+{
+    const std::optional<FileIdentity> now = fileIdentity(path);
+    if (m_holds && m_path == path && m_identity == now)
+        return false;
+    m_path = path;
+    m_identity = now;
+    m_holds = !now || !couldChangeUnseen(*now);
+    return true;
+}
+
+} // namespace platform
