@@ -23,6 +23,8 @@ GalleryLayout imageLayout()
                       .end = u"</tr></table></ul>"}};
 }
 
+constexpr qsizetype leastMarkup = 60; ///< of a cell, beside what the file's name takes
+
 QString cell(const ImageEntry &entry)
 {
     const QString file = urlSafeForm(entry.filename);
@@ -44,7 +46,7 @@ void writeImagePages(const ImageStore &store)
         shown.name = speaker.name;
         shown.count = qsizetype(speaker.entries.size());
         for (const ImageEntry &entry : speaker.entries)
-            shown.leastSize += entry.filename.size();
+            shown.leastSize += entry.filename.size() + leastMarkup;
         shown.entry = [&speaker](qsizetype position) {
             const ImageEntry &entry = speaker.entries[size_t(position)];
             return GalleryItem{entry.date, cell(entry)};

@@ -56,7 +56,10 @@ void refreshTopImages(const ImageStore &store)
         const QString extension = u'.' + pathExtension(filename).toString();
         const filesystem::path copy =
             topImagesFolder() / ("0" + std::to_string(number) + platform::pathFromString(extension).native());
-        filesystem::copy(supportFolder() / source, copy, filesystem::copy_options::recursive, ignored);
+        try {
+            filesystem::copy(supportFolder() / source, copy, filesystem::copy_options::recursive, ignored);
+        } catch (const filesystem::filesystem_error &) { // from reading a folder, in spite of the error code
+        }
     }
 }
 

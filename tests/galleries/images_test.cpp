@@ -8,6 +8,8 @@
 #include "platform/date/calendar.h"
 #include "platform/files/directorywalk.h"
 
+#include <QBuffer>
+#include <QImage>
 #include <gmock/gmock.h>
 
 using galleries::ImageEntry;
@@ -161,6 +163,28 @@ TEST_F(Images, AreSavedAndRecordedNewestFirst)
     const QByteArray before = read(home() / storeName);
     VORALogGenerator::GenerateImageFiles(chat({{bob, utc(2005, 1, 1), {}}}).get());
     EXPECT_EQ(read(home() / storeName), before) << "nothing new";
+}
+
+TEST_F(Images, HaveTheirSizeInWholePoints)
+{
+    QImage image(60, 41, QImage::Format_RGB32);
+    image.setDotsPerMeterX(3937); // 100 dpi: 43.2 by 29.52 points
+    image.setDotsPerMeterY(3937);
+    QBuffer png;
+    png.open(QIODevice::WriteOnly);
+    ASSERT_TRUE(image.save(&png, "png"));
+    const auto folder = std::make_shared<NSFileWrapper>(
+        QStringLiteral("album"),
+        std::vector<NSFileWrapper::Child>{{QStringLiteral("x.png"), file(QString(), png.data())}});
+    VORALogGenerator::GenerateImageFiles(chat({{QStringLiteral("Ann"),
+                                                utc(2005, 1, 1),
+                                                {file(QString(), png.data()), file(QString()), folder}}})
+                                             .get());
+    std::vector<std::pair<qint64, qint64>> sizes;
+    const ImageStore loaded = store();
+    for (const ImageEntry &entry : loaded.speakers().at(0).entries)
+        sizes.emplace_back(entry.width, entry.height);
+    EXPECT_THAT(sizes, ElementsAre(std::pair(43, 29), std::pair(0, 0), std::pair(0, 0)));
 }
 
 TEST_F(Images, MakePagesBySpeakerAndMonth)
