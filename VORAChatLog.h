@@ -95,18 +95,48 @@ public:
     /// The same for attached files.
     [[nodiscard]] std::vector<ImageRecord> GatheredImages() const;
 
+    // Analysis (VORAChatLog+Analysis.cpp)
+
+    /// The participants and the user: 2 in a chat of two.
+    [[nodiscard]] qint64 NumberOfSpeakers() const;
+    /// Whether a participant's identifier, as archived, is @p name.
+    [[nodiscard]] bool NameInSpeakerList(const QString &name) const;
+    [[nodiscard]] const QString &firstOtherPartyName() const { return m_primaryOtherParty; }
+
+    /// Words of a chat by side. The other party's are those of senders whose display name is
+    /// primaryOtherParty(); everybody else with a display name is on the user's side, third participants too.
+    struct WordCounts {
+        qint64 byUsersSide = 0;
+        qint64 byOtherParty = 0;
+
+        friend bool operator==(const WordCounts &, const WordCounts &) = default;
+    };
+    /// The words that count in each of @p inSets (null: every word), all in one walk over the messages. What
+    /// a word is says VORAInstantMessage::wordCountInSet().
+    [[nodiscard]] std::vector<WordCounts> countWords(std::span<const WordSet *const> inSets) const;
+    /// One of these counts alone.
+    [[nodiscard]] qint64 CountWordsForUserInSet(const WordSet *set) const;
+    [[nodiscard]] qint64 CountWordsForOthersInSet(const WordSet *set) const;
+
+    /// Whether the chat has likely ended: iChat does not run (see VORAHostFlags.h), or has no window for it.
+    /// Asks iChat by script and waits for the answer: for a chat of two whether a window bears its name, for
+    /// a larger one whether there is any window at all. When no answer comes, the chat has not ended. In the
+    /// script a backslash stands before each double quote of the other party's name; nothing else in the name
+    /// is escaped.
+    [[nodiscard]] bool isLikelyEndOfChat() const;
+
     // Delivery by e-mail (VORAChatLog+Mail.cpp)
 
     /// Drives the exchange that sends the message @p client has been set up with: connects, and one second
-    /// later logs in, if the preferences ask for it, or sends at once. Every failure is written to the console
-    /// log and reported to the preference pane; no second attempt is made.
+    /// later logs in, if the preferences ask for it, or sends at once. Every failure is written to the
+    /// console log and reported to the preference pane; no second attempt is made.
     ///
-    /// Both arguments are lent. The caller keeps them and the chat log alive until mailTransmissionDone(), also
-    /// when the call returns before that, and closes the connection. One exchange at a time.
-    /// @param currentRunLoop of this thread; with the host flag `shouldQuit` it is run here until the exchange
-    /// has ended, without it the host runs it.
-    /// @return false when the exchange was waited for and has ended, whether or not the message went out; true
-    /// when the server could not be reached, the wait has failed, or it was not waited for.
+    /// Both arguments are lent. The caller keeps them and the chat log alive until mailTransmissionDone(),
+    /// also when the call returns before that, and closes the connection. One exchange at a time.
+    /// @param currentRunLoop of this thread; with the host flag `shouldQuit` it is run here until the
+    /// exchange has ended, without it the host runs it.
+    /// @return false when the exchange was waited for and has ended, whether or not the message went out;
+    /// true when the server could not be reached, the wait has failed, or it was not waited for.
     bool HandleEmailSending(platform::CWSMTP &client, platform::NSRunLoop &currentRunLoop);
     /// Whether the exchange has ended; false before the first one.
     [[nodiscard]] bool mailTransmissionDone() const { return m_mailTransmissionDone; }

@@ -6,11 +6,13 @@
 #include "platform/archive/coder.h"
 #include "platform/date/nsdate.h"
 #include "platform/foundation/nsattributedstring.h"
+#include "platform/text/stringset.h"
 
 #include <QString>
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 /// What one message holds of one kind, with who sent it and when. A status message has an empty record, and
@@ -29,6 +31,10 @@ struct LinkRecord : MessageRecord {
 struct ImageRecord : MessageRecord {
     std::vector<std::shared_ptr<const platform::NSFileWrapper>> images; ///< in text order; pictures or not
 };
+
+/// The words to be counted. Where a pointer to one is taken, null is a value of its own: every word counts.
+/// With an empty set none does.
+using WordSet = platform::StringSet;
 
 /// One line of a chat as iChat archived it: who sent it, when, and its styled text.
 ///
@@ -76,6 +82,17 @@ public:
 
     [[nodiscard]] LinkRecord allURLs() const;
     [[nodiscard]] ImageRecord allImages() const;
+
+    // Counting words (VORAInstantMessage+Words.cpp). A word begins after white space (tabs, line breaks and
+    // Unicode's separators) and ends before the next blank, U+0020, and nowhere else: a tab, a line break or
+    // a punctuation mark inside belongs to it, and an attachment is the word U+FFFC or part of one. A message
+    // without sender or text has none.
+
+    /// The number of words that @p set holds exactly as they are written; of all words when it is null.
+    [[nodiscard]] qint64 wordCountInSet(const WordSet *set) const;
+    /// wordCountInSet() for several sets in one walk over the text: each count is added to the element of
+    /// @p counts at the place of its set; there are as many of them.
+    void countWords(std::span<const WordSet *const> inSets, std::span<qint64> counts) const;
 
     [[nodiscard]] QString className() const override { return QStringLiteral("VORAInstantMessage"); }
 

@@ -1,5 +1,7 @@
 #include "archiver/PBArchiver.h"
 
+#include "VORALogGenerator.h"
+
 #include "archiver/mboxmessage.h"
 
 #include "platform/files/directorywalk.h"
@@ -75,6 +77,7 @@ void PBArchiver::beginArchiving()
     if (mbox.isOpen() && unsynced)
         logAbout(m_mboxPath, platform::stringFromUtf8(*unsynced));
     m_ending = unsynced || m_counts.notWritten > 0 ? Ending::MboxIncomplete : Ending::Done;
+    m_desktop.showOutcome(summary(), m_ending == Ending::Done);
     m_desktop.runAlert({QStringLiteral("Import Complete"),
                         QStringLiteral("The archive file is ready to be imported into your mail client."),
                         QStringLiteral("OK"), false});
@@ -95,6 +98,7 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         ++(outcome == VORAChatLog::Outcome::Unreadable ? m_counts.unreadable : m_counts.notTranscripts);
         return;
     }
+    VORALogGenerator::UpdateStatistics(*chatLog);
     const bool written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
     ++(written ? m_counts.archived : m_counts.notWritten);
 }

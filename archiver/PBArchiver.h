@@ -10,7 +10,8 @@
 #include <filesystem>
 #include <optional>
 
-/// The controller of the archiver: one command, which turns the whole transcript folder into one mbox file.
+/// The controller of the archiver: one command, which turns the whole transcript folder into one mbox file
+/// and brings the statistics up to date with it.
 ///
 /// Knows neither windows nor terminals; it is handed the desktop that it runs on.
 class PBArchiver {

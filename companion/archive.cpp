@@ -37,7 +37,8 @@ public:
     void startProgress(qsizetype maximum) override { m_host.showProgress(0, m_maximum = maximum); }
     void showProgress(qsizetype value) override { m_host.showProgress(value, m_maximum); }
     void showEntry(const std::filesystem::path & /*entry*/) override {} // the console log names it
-    void reveal(const std::filesystem::path & /*path*/) override {}     // the path is printed at the end
+    void showOutcome(const QString & /*summary*/, bool /*mboxIsWhole*/) override {} // printed at the end
+    void reveal(const std::filesystem::path & /*path*/) override {} // the path is printed at the end
 
 private:
     ConsoleHost &m_host;

@@ -24,7 +24,7 @@ class ObjectWriter {
 public:
     explicit ObjectWriter(JsonWriter &json) : m_json(json) {}
 
-    void write(const NSObject *object) // NOLINT(misc-no-recursion): the unarchivers bound a graph's height
+    void write(const NSObject *object) // the unarchivers bound a graph's height
     {
         if (!object)
             m_json.null();
@@ -40,7 +40,7 @@ public:
                  dictionary && !dictionary->hasForeignKeys())
             writeDictionary(dictionary);
         else
-            writeObject(object);
+            writeObject(*object);
     }
 
 private:
@@ -48,7 +48,7 @@ private:
     void writeNumber(qint64 value) { m_json.integer(value); }
     void writeNumber(double value) { m_json.real(value); }
 
-    void writeList(const std::vector<platform::ObjectRef> &objects) // NOLINT(misc-no-recursion)
+    void writeList(const std::vector<platform::ObjectRef> &objects)
     {
         m_json.beginArray();
         for (const platform::ObjectRef &object : objects)
@@ -56,7 +56,7 @@ private:
         m_json.endArray();
     }
 
-    void writeDictionary(const platform::NSDictionary *dictionary) // NOLINT(misc-no-recursion)
+    void writeDictionary(const platform::NSDictionary *dictionary)
     {
         m_json.beginObject();
         if (dictionary) {
@@ -66,30 +66,30 @@ private:
         m_json.endObject();
     }
 
-    void writeObject(const NSObject *object) // NOLINT(misc-no-recursion)
+    void writeObject(const NSObject &object)
     {
         m_json.beginObject();
-        if (const auto *date = dynamic_cast<const platform::NSDate *>(object)) {
+        if (const auto *date = dynamic_cast<const platform::NSDate *>(&object)) {
             m_json.key(u"date");
             m_json.real(date->timeIntervalSinceReferenceDate());
-        } else if (const auto *data = dynamic_cast<const platform::NSData *>(object)) {
+        } else if (const auto *data = dynamic_cast<const platform::NSData *>(&object)) {
             m_json.key(u"data_length");
             m_json.integer(data->bytes().size());
-        } else if (const auto *url = dynamic_cast<const platform::NSURL *>(object)) {
+        } else if (const auto *url = dynamic_cast<const platform::NSURL *>(&object)) {
             m_json.key(u"url");
             m_json.string(url->relativeString());
             field(u"base", url->baseURL().get());
-        } else if (const auto *text = dynamic_cast<const platform::NSAttributedString *>(object)) {
+        } else if (const auto *text = dynamic_cast<const platform::NSAttributedString *>(&object)) {
             writeText(*text);
-        } else if (const auto *message = dynamic_cast<const VORAInstantMessage *>(object)) {
+        } else if (const auto *message = dynamic_cast<const VORAInstantMessage *>(&object)) {
             writeMessage(*message);
-        } else if (const auto *presentity = dynamic_cast<const VORAPresentity *>(object)) {
+        } else if (const auto *presentity = dynamic_cast<const VORAPresentity *>(&object)) {
             writeClass(u"Presentity");
             optionalField(u"service", presentity->Protocol());
             optionalField(u"name", presentity->rawName());
         } else {
-            writeClass(dynamic_cast<const VORAPerson *>(object) ? QStringLiteral("Person")
-                                                                : object->className());
+            writeClass(dynamic_cast<const VORAPerson *>(&object) ? QStringLiteral("Person")
+                                                                 : object.className());
         }
         m_json.endObject();
     }
@@ -100,7 +100,7 @@ private:
         m_json.string(className);
     }
 
-    void writeText(const platform::NSAttributedString &text) // NOLINT(misc-no-recursion)
+    void writeText(const platform::NSAttributedString &text)
     {
         m_json.key(u"text");
         m_json.string(text.string());
@@ -119,7 +119,7 @@ private:
         m_json.endArray();
     }
 
-    void writeMessage(const VORAInstantMessage &message) // NOLINT(misc-no-recursion)
+    void writeMessage(const VORAInstantMessage &message)
     {
         writeClass(u"InstantMessage");
         field(u"sender", message.sender().get());
@@ -129,7 +129,7 @@ private:
         m_json.integer(message.flags());
     }
 
-    void field(QStringView key, const NSObject *value) // NOLINT(misc-no-recursion)
+    void field(QStringView key, const NSObject *value)
     {
         m_json.key(key);
         write(value);

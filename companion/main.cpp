@@ -2,8 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <cstdlib>
-#include <iostream>
+#include <exception>
 
 // The product's console companion: the archiver and the tools around it, for terminals and scripts.
 
@@ -16,9 +17,7 @@ int exitAfterParsing(const CLI::App &program, const CLI::ParseError &error)
     return program.exit(error) == 0 ? companion::exitDone : companion::exitWrongUsage;
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
     CLI::App program("Archives iChat transcripts into one mbox file that any mail program imports.",
                      "prattlebug");
@@ -41,6 +40,18 @@ int main(int argc, char **argv)
         return exitAfterParsing(program, error);
     }
     if (!home.empty())
-        setenv("HOME", home.c_str(), 1); // NOLINT(concurrency-mt-unsafe): one thread
+        setenv("HOME", home.c_str(), 1); // one thread
     return action();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &error) { // out of memory, for one
+        std::fprintf(stderr, "prattlebug: %s\n", error.what());
+        return companion::exitFailed;
+    }
 }

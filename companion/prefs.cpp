@@ -100,7 +100,7 @@ bool isBareAddress(const QString &text)
 /// @p text as a value for @p preference; Null when it is not of its type.
 PropertyList valueFor(const Preference &preference, const QString &text)
 {
-    const PropertyList string = PropertyList::fromString(text);
+    PropertyList string = PropertyList::fromString(text);
     switch (preference.type) {
     case Type::Boolean: {
         const auto truth = platform::booleanFromPreference(string);

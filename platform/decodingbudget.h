@@ -35,9 +35,10 @@ public:
     }
 
 private:
-    // The rest, up to 64 MiB and 32 times the size, is for the file's own bytes and for what allocators add.
-    static constexpr quint64 baseAllowance = 32U << 20U;
-    static constexpr quint64 perByteAllowance = 24;
+    // The rest, up to 64 MiB and 32 times the size, is for the file's own bytes, for copies that live for a
+    // moment, and for the program itself.
+    static constexpr quint64 baseAllowance = 48U << 20U;
+    static constexpr quint64 perByteAllowance = 28;
 
     quint64 m_left;
 };

@@ -4,10 +4,12 @@ set -eu
 
 packages="
     ccache clang-19 clang-format-19 clang-tidy-19 cmake g++ ninja-build
-    qt6-base-dev qt6-image-formats-plugins libcli11-dev
+    qt6-base-dev qt6-image-formats-plugins libqt6svg6 libcli11-dev
     libgtest-dev libgmock-dev libbenchmark-dev libplist-dev
     gobjc gnustep-make libgnustep-gui-dev gnustep-back0.29-cairo
     git mutt python3 xauth xvfb
+    chromium chromium-driver python3-selenium
+    at-spi2-core dbus-daemon gir1.2-atspi-2.0 openbox python3-gi xdotool
 "
 
 missing=

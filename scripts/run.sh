@@ -1,6 +1,8 @@
 #!/bin/sh
-# Builds the programs. Without arguments it archives the sample chats in a throw-away home folder, so that one sees
-# what comes out; with arguments it runs prattlebug with them.
+# Builds the programs and shows what they do:
+#     scripts/run.sh              archives the sample chats in a throw-away home folder
+#     scripts/run.sh --app        opens the window on that home folder
+#     scripts/run.sh ARGUMENTS    runs prattlebug with them
 set -eu
 cd "$(dirname "$0")/.."
 top=$PWD
@@ -11,28 +13,27 @@ scripts/install-deps.sh
 cmake --preset release -DPRATTLEBUG_TESTS=OFF >/dev/null
 cmake --build --preset release >&2
 cd "${OLDPWD:-.}"
-if [ $# -gt 0 ]; then
+if [ $# -gt 0 ] && [ "$1" != --app ]; then
     exec "$prattlebug" "$@"
 fi
 
 home=$build/sample-home
 rm -rf "$home"
-mkdir -p "$home/Documents" "$home/Library/Prattlebug"
-cp -Rp "$top/samples/chats" "$home/Documents/iChats (Prattlebugged)"
-# A mail is dated by its transcript file, and a file out of a repository is as old as the copy: give each the date in
-# its name back.
-find "$home/Documents" -name '* on ????-??-?? at ??.??*' | while read -r file; do
-    date=$(printf '%s\n' "$file" | sed -E 's/.* on ([0-9]{4}-[0-9]{2}-[0-9]{2}) at ([0-9]{2})\.([0-9]{2}).*/\1 \2:\3/')
-    touch -d "$date" "$file"
-done
-cp "$top/samples/me.vcf" "$top/samples/contacts.vcf" "$home/Library/Prattlebug/"
+"$top/scripts/sample-home.sh" "$home"
 "$prattlebug" --home "$home" prefs emailAddress sam@example.org
+if [ $# -gt 0 ]; then
+    HOME=$home exec "$build/archiver/window/prattlebug-archiver"
+fi
 "$prattlebug" --home "$home" archive --quiet "$home/Prattlebug Archive"
 
 cat <<TXT
 
 The mbox above holds the sample chats; any mail program imports it, and this opens it here:
     mutt -f "$home/Prattlebug Archive/Prattlebug Archive mbox"
+How much was said in them is told by this page, for any browser:
+    $home/Library/Prattlebug/stats.html
 For your own chats, put the transcripts into ~/Documents/iChats (Prattlebugged) and run:
     "$prattlebug" archive ~/"Prattlebug Archive"
+or, with a window,
+    "$build/archiver/window/prattlebug-archiver"
 TXT

@@ -79,7 +79,7 @@ public:
     }
 
 private:
-    static iconv_t none() { return iconv_t(-1); } // NOLINT(performance-no-int-to-ptr): iconv's interface
+    static iconv_t none() { return iconv_t(-1); } // iconv's interface
     iconv_t m_descriptor = none();
 };
 

@@ -50,11 +50,11 @@ std::optional<QString> fontName(QByteArrayView serialized)
     if (type != utf16Text || length < 2 || length % 2 != 0)
         return std::nullopt;
     const bool littleEndian = quint8(text[0]) == 0xFF && quint8(text[1]) == 0xFE;
-    QString name;
-    for (qsizetype i = 2; i < text.size(); i += 2) {
-        const char *unit = text.data() + i;
-        name += QChar(littleEndian ? qFromLittleEndian<quint16>(unit) : qFromBigEndian<quint16>(unit));
-    }
+    QString name(text.size() / 2 - 1, Qt::Uninitialized);
+    if (littleEndian)
+        qFromLittleEndian<quint16>(text.data() + 2, name.size(), name.data());
+    else
+        qFromBigEndian<quint16>(text.data() + 2, name.size(), name.data());
     return name;
 }
 
@@ -154,19 +154,19 @@ ObjectRef attachmentFromKeys(NSKeyedUnarchiver &coder)
     return std::make_shared<NSTextAttachment>(coder.decodeForKey<NSFileWrapper>("NSFileWrapper"));
 }
 
-/// Memory that a wrapper takes for each byte of its serialised form: its files are copies, and a folder of
-/// many small files takes several times their bytes.
-constexpr quint64 wrapperCostPerByte = 12;
+template <class Coder>
+ObjectRef fileWrapperOf(Coder &coder, const QByteArray &serialized)
+{
+    return NSFileWrapper::initWithSerializedRepresentation(
+        serialized, [&coder](quint64 bytes) { coder.charge(bytes, 1); });
+}
 
 ObjectRef fileWrapperFromStream(NSUnarchiver &coder)
 {
     while (coder.nextType() != '\0') {
         if (coder.nextIsObjectOfClass("NSData")) {
             const auto data = coder.decode<NSData>();
-            if (!data)
-                break;
-            coder.charge(quint64(data->bytes().size()), wrapperCostPerByte);
-            return NSFileWrapper::initWithSerializedRepresentation(data->bytes());
+            return data ? fileWrapperOf(coder, data->bytes()) : nullptr;
         }
         coder.skipValue();
     }
@@ -176,10 +176,7 @@ ObjectRef fileWrapperFromStream(NSUnarchiver &coder)
 ObjectRef fileWrapperFromKeys(NSKeyedUnarchiver &coder)
 {
     const auto bytes = coder.decodeBytesForKey("NSFileWrapperData");
-    if (!bytes)
-        return nullptr;
-    coder.charge(quint64(bytes->size()), wrapperCostPerByte);
-    return NSFileWrapper::initWithSerializedRepresentation(*bytes);
+    return bytes ? fileWrapperOf(coder, *bytes) : nullptr;
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -25,11 +26,14 @@ public:
     /// A folder.
     NSFileWrapper(std::optional<QString> preferredFilename, std::vector<Child> children);
 
+    /// Told of the bytes that are about to be allocated; may throw to forbid it.
+    using Charge = std::function<void(quint64 bytes)>;
+
     /// Reads a wrapper in its serialised form, which begins with "rtfd": 4-byte little-endian numbers; a
     /// record of type 1 is data, one of type 3 a folder of named records. Bytes that are not such a form are
     /// taken for the contents of a file without a name, so that nothing attached is lost.
     [[nodiscard]] static std::shared_ptr<const NSFileWrapper>
-    initWithSerializedRepresentation(const QByteArray &bytes);
+    initWithSerializedRepresentation(const QByteArray &bytes, const Charge &charge);
 
     /// The name the sender's file had; nothing when it had none.
     [[nodiscard]] const std::optional<QString> &preferredFilename() const { return m_name; }

@@ -4,7 +4,8 @@
 #include "platform/foundation/nsobject.h"
 
 #include <algorithm>
-#include <vector>
+#include <deque>
+#include <utility>
 
 namespace platform {
 
@@ -22,7 +23,7 @@ public:
     void resize(size_t count)
     {
         if (count > m_slots.size())
-            m_slots.resize(std::max(count, m_slots.size() + m_slots.size() / 2));
+            m_slots.resize(count);
     }
 
     /// Object @p number, made by @p make unless that has been done.
@@ -30,30 +31,29 @@ public:
     template <class Make>
     const ObjectRef &object(size_t number, qint64 offset, Make make)
     {
-        if (m_slots[number].state == State::InProgress)
+        Slot &slot = m_slots[number]; // stays where it is when others are added
+        if (slot.state == State::InProgress)
             throw FormatError(offset, "an object that contains itself");
-        if (m_slots[number].state == State::Absent) {
+        if (slot.state == State::Absent) {
             if (m_depth == greatestHeight)
                 throw FormatError(offset, "objects nested more than 512 deep");
-            m_slots[number].state = State::InProgress;
+            slot.state = State::InProgress;
             const quint16 outerHeight = std::exchange(m_heightBelow, quint16(0));
             ++m_depth;
-            ObjectRef made = make();
+            slot.object = make();
             --m_depth;
-            Slot &slot = m_slots[number]; // make() may have moved the slots
-            slot.object = std::move(made);
             slot.height = quint16(m_heightBelow + 1);
             slot.state = State::Made;
             m_heightBelow = outerHeight;
             if (slot.height > greatestHeight)
                 throw FormatError(offset, "objects that hold each other more than 512 deep");
         }
-        m_heightBelow = std::max(m_heightBelow, m_slots[number].height);
-        return m_slots[number].object;
+        m_heightBelow = std::max(m_heightBelow, slot.height);
+        return slot.object;
     }
 
-    /// Memory that each number takes, in bytes, growth included.
-    static constexpr quint64 costPerNumber() { return 2 * sizeof(Slot); }
+    /// Memory that each number takes, in bytes.
+    static constexpr quint64 costPerNumber() { return sizeof(Slot) + sizeof(Slot) / 8; }
 
 private:
     enum class State : quint8 { Absent, InProgress, Made };
@@ -63,7 +63,7 @@ private:
         State state = State::Absent;
     };
 
-    std::vector<Slot> m_slots;
+    std::deque<Slot> m_slots;
     quint16 m_heightBelow = 0; ///< greatest height among what the object in the making has asked for so far
     int m_depth = 0;
 };

@@ -7,6 +7,7 @@
 #include "platform/foundation/scalars.h"
 #include "platform/text/encoding.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 // How the platform's standard classes lay out their contents in either kind of archive.
@@ -26,9 +27,9 @@ ObjectRef stringFromStream(NSUnarchiver &coder)
 
 ObjectRef stringFromKeys(NSKeyedUnarchiver &coder)
 {
-    auto bytes = coder.decodeBytesForKey("NS.string");
-    if (!bytes)
-        bytes = coder.decodeBytesForKey("NS.bytes");
+    if (const auto characters = coder.decodeForKey<NSString>("NS.string"))
+        return std::make_shared<NSString>(characters->string());
+    const auto bytes = coder.decodeBytesForKey("NS.bytes");
     if (!bytes)
         coder.fail("a string without characters");
     coder.charge(quint64(bytes->size()), sizeof(char16_t));
@@ -77,16 +78,23 @@ ObjectRef dataFromKeys(NSKeyedUnarchiver &coder)
 
 // Arrays and sets: a count, then as many objects.
 
-std::vector<ObjectRef> objectsFromStream(NSUnarchiver &coder, qint64 count)
+/// How many of @p count values, each of @p bytesEach bytes at least, the object that is being made can hold:
+/// room for more need not be made.
+size_t roomFor(NSUnarchiver &coder, qint64 count, quint32 bytesEach)
 {
     if (count < 0)
         coder.fail("a negative number of elements");
-    std::vector<ObjectRef> objects; // grows with what is really there, not with what the count says
-    for (qint64 i = 0; i < count; ++i) {
-        coder.charge(2, sizeof(ObjectRef));
+    return size_t(std::min(count, qint64(coder.bytesLeft() / bytesEach)));
+}
+
+std::vector<ObjectRef> objectsFromStream(NSUnarchiver &coder, qint64 count)
+{
+    std::vector<ObjectRef> objects;
+    const size_t room = roomFor(coder, count, 1);
+    coder.charge(room, 2 * sizeof(ObjectRef)); // twice, for a list of the elements that the caller makes
+    objects.reserve(room);
+    for (qint64 i = 0; i < count; ++i)
         objects.push_back(coder.decodeObject());
-    }
-    objects.shrink_to_fit();
     return objects;
 }
 
@@ -105,33 +113,40 @@ ObjectRef collectionFromKeys(NSKeyedUnarchiver &coder)
 
 // Dictionaries: keys and values.
 
-ObjectRef dictionaryOf(const std::vector<ObjectRef> &keys, const std::vector<ObjectRef> &values)
-{
-    std::vector<NSDictionary::Entry> entries;
-    entries.reserve(keys.size());
-    bool hasForeignKeys = false;
-    for (size_t i = 0; i < keys.size(); ++i) {
-        if (const auto *key = dynamic_cast<const NSString *>(keys[i].get()))
-            entries.push_back({key->string(), values[i]});
+/// A dictionary in the making.
+class DictionaryMaker {
+public:
+    /// An entry, and what sorting takes for it.
+    static constexpr size_t costPerPair = 2 * sizeof(NSDictionary::Entry);
+
+    explicit DictionaryMaker(size_t room) { m_entries.reserve(room); }
+
+    void add(const ObjectRef &key, ObjectRef value)
+    {
+        const auto *string = dynamic_cast<const NSString *>(key.get());
+        if (string && string->string().size() <= NSDictionary::longestKey)
+            m_entries.push_back({string->string(), std::move(value)});
         else
-            hasForeignKeys = true;
+            m_hasForeignKeys = true;
     }
-    return std::make_shared<NSDictionary>(std::move(entries), hasForeignKeys);
-}
+    ObjectRef make() { return std::make_shared<NSDictionary>(std::move(m_entries), m_hasForeignKeys); }
+
+private:
+    std::vector<NSDictionary::Entry> m_entries;
+    bool m_hasForeignKeys = false;
+};
 
 ObjectRef dictionaryFromStream(NSUnarchiver &coder)
 {
     const qint64 count = coder.decodeInteger();
-    if (count < 0)
-        coder.fail("a negative number of pairs");
-    std::vector<ObjectRef> keys;
-    std::vector<ObjectRef> values;
+    const size_t room = roomFor(coder, count, 2);
+    coder.charge(room, DictionaryMaker::costPerPair);
+    DictionaryMaker dictionary(room);
     for (qint64 i = 0; i < count; ++i) {
-        coder.charge(4 * sizeof(ObjectRef) + sizeof(NSDictionary::Entry), 1);
-        keys.push_back(coder.decodeObject());
-        values.push_back(coder.decodeObject());
+        const ObjectRef key = coder.decodeObject();
+        dictionary.add(key, coder.decodeObject());
     }
-    return dictionaryOf(keys, values);
+    return dictionary.make();
 }
 
 ObjectRef dictionaryFromKeys(NSKeyedUnarchiver &coder)
@@ -140,26 +155,37 @@ ObjectRef dictionaryFromKeys(NSKeyedUnarchiver &coder)
     const std::vector<ObjectRef> values = coder.decodeArrayOfObjectsForKey("NS.objects");
     if (keys.size() != values.size())
         coder.fail("a dictionary with other numbers of keys and values");
-    coder.charge(keys.size(), sizeof(NSDictionary::Entry));
-    return dictionaryOf(keys, values);
+    coder.charge(keys.size(), DictionaryMaker::costPerPair);
+    DictionaryMaker dictionary(keys.size());
+    for (size_t i = 0; i < keys.size(); ++i)
+        dictionary.add(keys[i], values[i]);
+    return dictionary.make();
 }
 
 // Numbers: a type encoding, then a value of that type.
 
+ObjectRef unreadableValue()
+{
+    return std::make_shared<UnknownObject>(QStringLiteral("NSValue"));
+}
+
 ObjectRef numberFromStream(NSUnarchiver &coder)
 {
-    (void)coder.decodeCString(); // the value's own group says the type again
-    const char type = coder.nextType();
+    if (coder.nextType() != '*') // a decimal number, which inherits from this class
+        return unreadableValue();
+    if (coder.decodeCString().size() > 1) // a point, a range …
+        return unreadableValue();
+    const char type = coder.nextType(); // the value's own group says it again
     if (type == 'f' || type == 'd')
         return std::make_shared<NSNumber>(coder.decodeReal());
     if (!typedstream::isIntegerCode(type))
-        return std::make_shared<UnknownObject>(QStringLiteral("NSValue")); // a point, a range …
+        return unreadableValue();
     return std::make_shared<NSNumber>(coder.decodeInteger());
 }
 
 ObjectRef valueFromKeys(NSKeyedUnarchiver & /*coder*/)
 {
-    return std::make_shared<UnknownObject>(QStringLiteral("NSValue")); // numbers are plain values there
+    return unreadableValue(); // numbers are plain values there
 }
 
 // URLs: a string, and perhaps a base.
@@ -183,28 +209,31 @@ ObjectRef urlFromKeys(NSKeyedUnarchiver &coder)
 // Attributed strings: the string, then runs until its length is used up.
 
 using Run = NSAttributedString::Run;
+/// What it takes to remember an attribute set's number.
+constexpr quint64 costPerSet = 96;
 
 ObjectRef attributedStringFromStream(NSUnarchiver &coder)
 {
     const auto string = coder.decode<NSString>();
-    const QString text = string ? string->string() : QString();
-    coder.charge(quint64(text.size()), 1);
+    QString text = string ? string->string() : QString();
     std::vector<Run> runs;
     std::unordered_map<qint64, AttributesRef>
         sets; // by number; the first mention of a number brings its set along
     for (qint64 left = text.size(); left > 0 && coder.nextType() != '\0';) {
         const qint64 set = coder.decodeInteger();
-        const qint64 length = coder.decodeInteger();
-        coder.charge(2, sizeof(Run));
+        const qint64 length = std::clamp(coder.decodeInteger(), qint64(0), left);
         auto found = sets.find(set);
         if (found == sets.end()) {
-            coder.charge(4, sizeof(Run));
+            coder.charge(1, costPerSet);
             found = sets.emplace(set, coder.decode<NSDictionary>()).first;
         }
-        runs.push_back({qsizetype(length), found->second});
+        if (length > 0) {
+            coder.charge(1, 3 * sizeof(Run)); // while the list grows there are two of them
+            runs.push_back({qsizetype(length), found->second});
+        }
         left -= length;
     }
-    return std::make_shared<NSAttributedString>(text, runs);
+    return std::make_shared<NSAttributedString>(std::move(text), std::move(runs));
 }
 
 /// Reads one number of 7-bit groups, least significant first, high bit set on all but the last byte.
@@ -220,27 +249,26 @@ std::optional<quint64> readGroupedNumber(const QByteArray &bytes, qsizetype &pos
     return std::nullopt;
 }
 
-std::vector<Run> runsFromKeys(NSKeyedUnarchiver &coder, qsizetype textLength)
+std::vector<Run> runsFromKeys(NSKeyedUnarchiver &coder, const NSArray &sets, qsizetype textLength)
 {
     const QByteArray info = coder.decodeBytesForKey("NSAttributeInfo").value_or(QByteArray());
-    std::vector<AttributesRef> sets;
-    const auto array = coder.decodeForKey<NSArray>("NSAttributes");
-    coder.charge(array->objects().size(), sizeof(AttributesRef));
-    for (const ObjectRef &set : array->objects())
-        sets.push_back(std::dynamic_pointer_cast<const NSDictionary>(set));
-
     std::vector<Run> runs;
-    quint64 left = quint64(textLength);
+    // Two bytes and one character make a run. Also for those of no characters, as many texts can share one
+    // list.
+    coder.charge(quint64(info.size() / 2), sizeof(Run));
+    runs.reserve(size_t(std::min(info.size() / 2, textLength)));
+    auto left = quint64(textLength);
     for (qsizetype position = 0; position < info.size() && left > 0;) {
         const auto length = readGroupedNumber(info, position);
         const auto set = readGroupedNumber(info, position);
         if (!length || !set)
             coder.fail("attribute runs that end in the middle of a number");
-        if (*set >= sets.size())
+        if (*set >= sets.objects().size())
             coder.fail("an attribute run that names no attributes");
-        coder.charge(2, sizeof(Run));
         const quint64 covered = std::min(*length, left);
-        runs.push_back({qsizetype(covered), sets[size_t(*set)]});
+        if (covered > 0)
+            runs.push_back({qsizetype(covered),
+                            std::dynamic_pointer_cast<const NSDictionary>(sets.objects()[size_t(*set)])});
         left -= covered;
     }
     return runs;
@@ -249,14 +277,14 @@ std::vector<Run> runsFromKeys(NSKeyedUnarchiver &coder, qsizetype textLength)
 ObjectRef attributedStringFromKeys(NSKeyedUnarchiver &coder)
 {
     const auto string = coder.decodeForKey<NSString>("NSString");
-    const QString text = string ? string->string() : QString();
-    coder.charge(quint64(text.size()), 1);
+    QString text = string ? string->string() : QString();
     const ObjectRef attributes = coder.decodeObjectForKey("NSAttributes");
-    if (const auto whole = std::dynamic_pointer_cast<const NSDictionary>(attributes))
-        return std::make_shared<NSAttributedString>(text, std::vector<Run>{{text.size(), whole}});
-    if (!std::dynamic_pointer_cast<const NSArray>(attributes))
-        return std::make_shared<NSAttributedString>(text);
-    return std::make_shared<NSAttributedString>(text, runsFromKeys(coder, text.size()));
+    std::vector<Run> runs;
+    if (auto whole = std::dynamic_pointer_cast<const NSDictionary>(attributes))
+        runs.push_back({text.size(), std::move(whole)});
+    else if (const auto *sets = dynamic_cast<const NSArray *>(attributes.get()))
+        runs = runsFromKeys(coder, *sets, text.size());
+    return std::make_shared<NSAttributedString>(std::move(text), std::move(runs));
 }
 
 // Null has no contents.

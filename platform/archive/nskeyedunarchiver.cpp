@@ -17,6 +17,10 @@ using Kind = PropertyListKind;
 constexpr quint64 costPerObject = 96;
 /// Names of one class chain that are looked at.
 constexpr quint32 longestClassChain = 32;
+/// No class that anybody knows has a longer name; in bytes, as archived.
+constexpr qsizetype longestClassName = 512;
+/// What a class takes that has been looked up: its place in a hash.
+constexpr quint64 costPerKnownClass = 128;
 
 } // namespace
 
@@ -44,6 +48,7 @@ NSKeyedUnarchiver::NSKeyedUnarchiver(const QByteArray &data, const ClassTable &c
 void NSKeyedUnarchiver::setClass(const ClassMakers &makers, const QByteArray &forClassName)
 {
     m_substitutes.insert(forClassName, makers);
+    m_knownClasses.clear();
 }
 
 ObjectRef NSKeyedUnarchiver::decodeObjectForKey(QByteArrayView key)
@@ -108,6 +113,8 @@ ObjectRef NSKeyedUnarchiver::make(Node node)
 
 ObjectRef NSKeyedUnarchiver::makeInstance(Node node)
 {
+    if (uid(node)) // in the XML form
+        throw FormatError(m_table->offset(node), "a reference to a reference");
     const auto reference = m_table->valueForKey(node, "$class");
     if (!reference)
         return std::make_shared<UnknownObject>(QStringLiteral("dictionary"));
@@ -115,16 +122,12 @@ ObjectRef NSKeyedUnarchiver::makeInstance(Node node)
     const auto record = index ? nodeOf(*index, *reference) : std::nullopt;
     if (!record || m_table->kind(*record) != Kind::Dictionary)
         throw FormatError(m_table->offset(node), "an object without a class");
-    const ClassMakers *makers = makersFor(*record);
-    if (!makers) {
-        const auto name = m_table->valueForKey(*record, "$classname");
-        const bool named = name && m_table->kind(*name) == Kind::String;
-        if (named)
-            m_budget.charge(quint64(m_table->stringLength(*name)), sizeof(char16_t), m_table->offset(node));
-        return std::make_shared<UnknownObject>(named ? m_table->string(*name) : QString());
-    }
+    const KnownClass &known = knownClass(*record);
+    if (!known.makers)
+        return std::make_shared<UnknownObject>(known.name);
+    const auto fromKeys = known.makers->fromKeys; // the classes may move while others are met
     const QScopedValueRollback restore(m_current, node);
-    return makers->fromKeys(*this);
+    return fromKeys(*this);
 }
 
 const ClassMakers *NSKeyedUnarchiver::makersNamed(const QByteArray &name) const
@@ -135,30 +138,27 @@ const ClassMakers *NSKeyedUnarchiver::makersNamed(const QByteArray &name) const
     return known != m_classes.constEnd() ? &*known : nullptr;
 }
 
-const ClassMakers *NSKeyedUnarchiver::makersFor(Node classRecord)
+const NSKeyedUnarchiver::KnownClass &NSKeyedUnarchiver::knownClass(Node classRecord)
 {
-    if (const auto known = m_makers.constFind(classRecord); known != m_makers.constEnd())
+    if (const auto known = m_knownClasses.constFind(classRecord); known != m_knownClasses.constEnd())
         return *known;
-    const auto named = [this](std::optional<Node> name) -> const ClassMakers * {
-        if (!name || m_table->kind(*name) != Kind::String || m_table->stringLength(*name) > 256)
-            return nullptr;
-        return makersNamed(utf8FromString(m_table->string(*name)));
+    const auto nameAt = [this](std::optional<Node> node) {
+        const bool isName =
+            node && m_table->kind(*node) == Kind::String && m_table->stringLength(*node) <= longestClassName;
+        return isName ? m_table->string(*node) : QString();
     };
-    const ClassMakers *found = named(m_table->valueForKey(classRecord, "$classname"));
+    KnownClass found;
+    found.name = nameAt(m_table->valueForKey(classRecord, "$classname"));
+    found.makers = makersNamed(utf8FromString(found.name));
     const auto chain = m_table->valueForKey(classRecord, "$classes");
     if (chain && m_table->kind(*chain) == Kind::Array) {
         const quint32 count = std::min(m_table->count(*chain), longestClassChain);
-        for (quint32 i = 0; i < count && !found; ++i)
-            found = named(m_table->element(*chain, i));
+        for (quint32 i = 0; i < count && !found.makers; ++i)
+            found.makers = makersNamed(utf8FromString(nameAt(m_table->element(*chain, i))));
     }
-    m_budget.charge(64, m_table->offset(classRecord));
-    m_makers.insert(classRecord, found);
-    return found;
-}
-
-bool NSKeyedUnarchiver::containsValueForKey(QByteArrayView key) const
-{
-    return m_table->valueForKey(m_current, key).has_value();
+    m_budget.charge(costPerKnownClass + quint64(found.name.size()) * sizeof(char16_t),
+                    m_table->offset(classRecord));
+    return *m_knownClasses.insert(classRecord, found);
 }
 
 std::optional<qint64> NSKeyedUnarchiver::decodeInt64ForKey(QByteArrayView key) const
@@ -197,15 +197,11 @@ std::optional<QByteArray> NSKeyedUnarchiver::decodeBytesForKey(QByteArrayView ke
     const ObjectRef object = decodeObjectForKey(key);
     if (const auto *data = dynamic_cast<const NSData *>(object.get()))
         return data->bytes();
-    if (const auto *string = dynamic_cast<const NSString *>(object.get()))
+    if (const auto *string = dynamic_cast<const NSString *>(object.get())) {
+        charge(quint64(string->string().size()), 3); // a unit becomes that many bytes at most
         return utf8FromString(string->string());
+    }
     return std::nullopt;
-}
-
-bool NSKeyedUnarchiver::holdsArrayForKey(QByteArrayView key) const
-{
-    const auto value = m_table->valueForKey(m_current, key);
-    return value && m_table->kind(*value) == Kind::Array;
 }
 
 std::vector<ObjectRef> NSKeyedUnarchiver::decodeArrayOfObjectsForKey(QByteArrayView key)
@@ -217,7 +213,7 @@ std::vector<ObjectRef> NSKeyedUnarchiver::decodeArrayOfObjectsForKey(QByteArrayV
     if (m_table->kind(*array) != Kind::Array)
         throw FormatError(m_table->offset(*array), "no array where references should stand");
     const quint32 count = m_table->count(*array);
-    charge(count, sizeof(ObjectRef));
+    charge(count, 2 * sizeof(ObjectRef)); // twice, for a list of them that the caller makes
     objects.reserve(count);
     for (quint32 i = 0; i < count; ++i)
         objects.push_back(objectFor(m_table->element(*array, i)));

@@ -41,15 +41,12 @@ public:
     ObjectRef decodeObjectForKey(QByteArrayView key) override;
     qint32 decodeInt32ForKey(QByteArrayView key) override;
 
-    [[nodiscard]] bool containsValueForKey(QByteArrayView key) const;
     /// The number under @p key, nothing when there is none. A real is cut towards zero.
     [[nodiscard]] std::optional<qint64> decodeInt64ForKey(QByteArrayView key) const;
     [[nodiscard]] std::optional<double> decodeDoubleForKey(QByteArrayView key) const;
     /// The bytes under @p key, which may stand there themselves or be an object (NSData, or a string in
     /// UTF-8); nothing when there are none.
     [[nodiscard]] std::optional<QByteArray> decodeBytesForKey(QByteArrayView key);
-    /// Whether the objects under @p key are an array of references.
-    [[nodiscard]] bool holdsArrayForKey(QByteArrayView key) const;
     /// The objects that the array of references under @p key names; empty when there is no such key.
     [[nodiscard]] std::vector<ObjectRef> decodeArrayOfObjectsForKey(QByteArrayView key);
 
@@ -64,6 +61,12 @@ public:
 private:
     using Node = PropertyListTable::Index;
 
+    /// What is known of a class from its record.
+    struct KnownClass {
+        const ClassMakers *makers = nullptr; ///< null when nobody knows it or any of its superclasses
+        QString name{};                      ///< empty when the record has none, or a very long one
+    };
+
     NSKeyedUnarchiver(const QByteArray &data, const ClassTable &classes);
 
     /// The object that a value names: a UID (in the XML form a dictionary with the one key CF$UID), or a
@@ -75,8 +78,7 @@ private:
     [[nodiscard]] std::optional<Node> nodeOf(qint64 uid, Node value) const;
     [[nodiscard]] ObjectRef make(Node node);
     [[nodiscard]] ObjectRef makeInstance(Node node);
-    /// Null when nobody knows the class or any of its superclasses.
-    [[nodiscard]] const ClassMakers *makersFor(Node classRecord);
+    [[nodiscard]] const KnownClass &knownClass(Node classRecord);
     [[nodiscard]] const ClassMakers *makersNamed(const QByteArray &name) const;
 
     const ClassTable &m_classes;
@@ -86,7 +88,7 @@ private:
     Node m_current = 0; ///< the dictionary that keys are looked up in
     DecodedObjects m_objects;
     QHash<QByteArray, ClassMakers> m_substitutes;
-    QHash<Node, const ClassMakers *> m_makers;
+    QHash<Node, KnownClass> m_knownClasses;
 };
 
 } // namespace platform

@@ -5,7 +5,7 @@
 
 #include <QScopedValueRollback>
 
-#include <limits>
+#include <algorithm>
 #include <stdexcept>
 
 namespace platform {
@@ -18,6 +18,11 @@ namespace {
 
 /// What a made object takes beside its contents: itself, its reference counts, and what the allocator adds.
 constexpr quint64 costPerObject = 96;
+/// What a class takes that has been looked up: its place in a hash, and in a list before.
+constexpr quint64 costPerKnownClass = 128;
+/// No class that anybody knows has a longer name, and place-holders keep no more of theirs: a stream may give
+/// one very long name to very many classes.
+constexpr qsizetype longestClassName = 256;
 
 } // namespace
 
@@ -32,11 +37,13 @@ NSUnarchiver::NSUnarchiver(const QByteArray &data, const ClassTable &classes)
       m_scanned(m_index.bytes().firstGroup())
 {
     m_stream.offset = m_scanned;
+    m_stream.end = m_index.bytes().size();
 }
 
 void NSUnarchiver::decodeClassName(const QByteArray &inArchiveName, const QByteArray &asClassName)
 {
     m_trueNames.insert(inArchiveName, asClassName);
+    m_knownClasses.clear();
 }
 
 char NSUnarchiver::nextType()
@@ -55,7 +62,7 @@ char NSUnarchiver::nextType()
         } else if (m_index.bytes().peek(m_cursor->offset) == typedstream::EndOfObjectTag) {
             return '\0';
         }
-        m_cursor->group = typedstream::GroupCursor(m_index.readEncoding(m_cursor->offset));
+        m_cursor->group = typedstream::GroupCursor(m_index.readEncoding(m_cursor->offset), m_cursor->loops);
     }
     return m_cursor->group.item().code;
 }
@@ -88,7 +95,7 @@ ObjectRef NSUnarchiver::decodeObject()
 {
     if (expectValue("an object is missing") != '@')
         fail("a value that is no object where an object should stand");
-    m_cursor->group.advance();
+    passValue();
     const StreamIndex::Number number = readObjectNumber();
     return number == StreamIndex::none ? nullptr : object(number);
 }
@@ -103,15 +110,23 @@ ObjectRef NSUnarchiver::make(StreamIndex::Number number)
     const StreamIndex::Entry &entry = m_index.entries()[number];
     m_budget.charge(costPerObject, entry.start);
     const ClassMakers *makers = makersFor(entry.classNumber);
-    if (!makers) {
-        const QByteArrayView name =
-            entry.classNumber == StreamIndex::none ? "" : m_index.text(entry.classNumber);
-        m_budget.charge(quint64(name.size()), sizeof(char16_t), entry.start);
-        return std::make_shared<UnknownObject>(stringFromUtf8(name));
-    }
-    Cursor cursor{entry.contents, entry.firstInside, {}};
+    if (!makers)
+        return makePlaceHolder(entry.classNumber);
+    Cursor cursor{.offset = entry.contents, .end = entry.end, .nextNumber = entry.firstInside};
     const QScopedValueRollback restore(m_cursor, &cursor);
     return makers->fromStream(*this);
+}
+
+ObjectRef NSUnarchiver::makePlaceHolder(StreamIndex::Number classNumber)
+{
+    QString &name = m_knownClasses[classNumber].name;
+    if (name.isNull() && classNumber != StreamIndex::none) {
+        const QByteArrayView whole = m_index.text(classNumber);
+        const QByteArrayView archived = whole.first(std::min(whole.size(), longestClassName));
+        m_budget.charge(quint64(archived.size()), sizeof(char16_t), m_cursor->offset);
+        name = stringFromUtf8(archived);
+    }
+    return std::make_shared<UnknownObject>(name);
 }
 
 const ClassMakers *NSUnarchiver::makersFor(StreamIndex::Number classNumber)
@@ -119,25 +134,28 @@ const ClassMakers *NSUnarchiver::makersFor(StreamIndex::Number classNumber)
     // Up the chain to the first class that is known; the answer then holds for every class on the way.
     const ClassMakers *found = nullptr;
     std::vector<StreamIndex::Number> asked;
-    for (StreamIndex::Number current = classNumber; current != StreamIndex::none;
+    for (StreamIndex::Number current = classNumber; current != StreamIndex::none && !found;
          current = m_index.entries()[current].classNumber) {
-        if (const auto known = m_makers.constFind(current); known != m_makers.constEnd()) {
-            found = *known;
+        if (const auto known = m_knownClasses.constFind(current); known != m_knownClasses.constEnd()) {
+            found = known->makers;
             break;
         }
         asked.push_back(current);
-        const QByteArrayView view = m_index.text(current);
-        const QByteArray name = QByteArray::fromRawData(view.data(), view.size());
-        if (const auto entry = m_classes.constFind(m_trueNames.value(name, name));
-            entry != m_classes.constEnd()) {
-            found = &*entry;
-            break;
-        }
+        found = makersNamed(m_index.text(current));
     }
-    m_budget.charge(asked.size(), 64, 0);
+    m_budget.charge(asked.size(), costPerKnownClass, m_cursor->offset);
     for (const StreamIndex::Number number : asked)
-        m_makers.insert(number, found);
+        m_knownClasses.insert(number, {found});
     return found;
+}
+
+const ClassMakers *NSUnarchiver::makersNamed(QByteArrayView className) const
+{
+    if (className.size() > longestClassName)
+        return nullptr;
+    const QByteArray name = QByteArray::fromRawData(className.data(), className.size());
+    const auto entry = m_classes.constFind(m_trueNames.value(name, name));
+    return entry != m_classes.constEnd() ? &*entry : nullptr;
 }
 
 void NSUnarchiver::decodeValueOfObjCType(char type, quint32 &at)
@@ -152,18 +170,18 @@ qint64 NSUnarchiver::decodeInteger()
     const char code = expectValue("a number is missing");
     if (!typedstream::isIntegerCode(code))
         fail("a value that is no integer where an integer should stand");
-    m_cursor->group.advance();
-    if (typedstream::isByteCode(code)) {
-        const qint8 value = m_index.bytes().byte(m_cursor->offset);
-        return code == 'c' ? value : quint8(value);
-    }
-    const qint64 value = m_index.bytes().integer(m_cursor->offset);
+    passValue();
+    const auto &bytes = m_index.bytes();
     switch (code) {
-    case 'S': return quint16(value);
+    case 'c': return bytes.byte(m_cursor->offset);
+    case 'B':
+    case 'C': return quint8(bytes.byte(m_cursor->offset));
+    case 's': return qint16(bytes.integer(m_cursor->offset));
+    case 'S': return quint16(bytes.unsignedInteger(m_cursor->offset));
     case 'I':
-    case 'L': return quint32(value);
-    case 'Q': return value < 0 ? std::numeric_limits<qint64>::max() : value;
-    default: return value;
+    case 'L':
+    case 'Q': return bytes.unsignedInteger(m_cursor->offset);
+    default: return bytes.integer(m_cursor->offset);
     }
 }
 
@@ -172,7 +190,7 @@ double NSUnarchiver::decodeReal()
     const char code = expectValue("a number is missing");
     if (code != 'f' && code != 'd')
         return double(decodeInteger());
-    m_cursor->group.advance();
+    passValue();
     return m_index.bytes().real(m_cursor->offset, code == 'f' ? 4 : 8);
 }
 
@@ -182,7 +200,7 @@ QByteArrayView NSUnarchiver::decodeBytes()
     if (code != '+' && code != TypeEncoding::BytesCode)
         fail("a value of another type where bytes should stand");
     const TypeEncoding::Item item = m_cursor->group.item();
-    m_cursor->group.advance();
+    passValue();
     const auto &bytes = m_index.bytes();
     return bytes.view(code == '+' ? bytes.unsharedString(m_cursor->offset)
                                   : bytes.span(m_cursor->offset, item.count));
@@ -192,7 +210,7 @@ QByteArrayView NSUnarchiver::decodeCString()
 {
     if (expectValue("a C string is missing") != '*')
         fail("a value of another type where a C string should stand");
-    m_cursor->group.advance();
+    passValue();
     const qint8 head = m_index.bytes().peek(m_cursor->offset);
     if (head == NilTag) {
         ++m_cursor->offset;
@@ -209,14 +227,14 @@ void NSUnarchiver::skipValue()
 {
     switch (expectValue("a value is missing")) {
     case '@':
-        m_cursor->group.advance();
+        passValue();
         (void)readObjectNumber();
         break;
     case '*': (void)decodeCString(); break;
     case '+':
     case TypeEncoding::BytesCode: (void)decodeBytes(); break;
     case '#':
-        m_cursor->group.advance();
+        passValue();
         while (m_index.bytes().peek(m_cursor->offset) == NewTag) { // a class, then its superclass
             ++m_cursor->offset;
             ++m_cursor->nextNumber;
@@ -230,7 +248,7 @@ void NSUnarchiver::skipValue()
         break;
     case ':':
     case '%':
-        m_cursor->group.advance();
+        passValue();
         (void)m_index.readSharedString(m_cursor->offset);
         break;
     default: (void)decodeReal();
@@ -241,8 +259,8 @@ bool NSUnarchiver::nextIsObjectOfClass(QByteArrayView className)
 {
     if (nextType() != '@')
         return false;
-    Cursor ahead = *m_cursor;
-    const QScopedValueRollback restore(m_cursor, &ahead);
+    const QScopedValueRollback restoreOffset(m_cursor->offset);
+    const QScopedValueRollback restoreNumber(m_cursor->nextNumber);
     const StreamIndex::Number number = readObjectNumber();
     if (number == StreamIndex::none)
         return false;

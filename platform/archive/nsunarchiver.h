@@ -41,8 +41,7 @@ public:
     /// The type code of the next value (TypeEncoding::BytesCode for an array of bytes); NUL when there is
     /// none left.
     [[nodiscard]] char nextType();
-    /// The next value, of any integer type. Unsigned 64-bit values above the signed range are held at its
-    /// end.
+    /// The next value, of any integer type.
     [[nodiscard]] qint64 decodeInteger();
     /// The next value, of any integer or real type.
     [[nodiscard]] double decodeReal();
@@ -55,6 +54,9 @@ public:
     /// Whether the next value is an object of the class archived as @p className or of one derived from it.
     [[nodiscard]] bool nextIsObjectOfClass(QByteArrayView className);
 
+    /// How many bytes of the object that is being made have not been read: a bound for how many values it can
+    /// still hold.
+    [[nodiscard]] quint32 bytesLeft() const { return m_cursor->end - m_cursor->offset; }
     /// Charges the budget for what a class's maker is about to allocate.
     void charge(quint64 count, quint64 size) { m_budget.charge(count, size, m_cursor->offset); }
     /// Reports the object that is being made as malformed.
@@ -66,16 +68,25 @@ private:
     /// How far an object, or the stream itself, has been read.
     struct Cursor {
         quint32 offset = 0;
+        quint32 end = 0;                    ///< offset behind the object or the stream
         StreamIndex::Number nextNumber = 0; ///< what the next literal is numbered
-        typedstream::GroupCursor group;
+        typedstream::Loops loops{};
+        typedstream::GroupCursor group{};
+    };
+    /// What is known of a class that an object has been made of.
+    struct KnownClass {
+        const ClassMakers *makers = nullptr; ///< null when nobody knows it or any of its superclasses
+        QString name{};                      ///< what a place-holder gets, once there has been one
     };
 
     NSUnarchiver(const QByteArray &data, const ClassTable &classes);
 
     [[nodiscard]] const ObjectRef &object(StreamIndex::Number number);
     [[nodiscard]] ObjectRef make(StreamIndex::Number number);
-    /// Null when nobody knows the class or any of its superclasses.
+    [[nodiscard]] ObjectRef makePlaceHolder(StreamIndex::Number classNumber);
     [[nodiscard]] const ClassMakers *makersFor(StreamIndex::Number classNumber);
+    [[nodiscard]] const ClassMakers *makersNamed(QByteArrayView className) const;
+    void passValue() { m_cursor->group.advance(m_cursor->loops); }
     /// Reads what is at an object value: its number, none for nil.
     [[nodiscard]] StreamIndex::Number readObjectNumber();
     [[nodiscard]] char expectValue(const char *what);
@@ -87,7 +98,7 @@ private:
     quint32 m_scanned; ///< offset behind the last indexed group
     DecodedObjects m_objects;
     QHash<QByteArray, QByteArray> m_trueNames;
-    QHash<StreamIndex::Number, const ClassMakers *> m_makers;
+    QHash<StreamIndex::Number, KnownClass> m_knownClasses;
     Cursor m_stream;
     Cursor *m_cursor = &m_stream;
 };

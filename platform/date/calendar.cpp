@@ -76,6 +76,12 @@ void appendFormatted(QString &text, const CalendarDate &date, QStringView format
     }
 }
 
+/// What the local clock showed at @p date, as seconds since it showed the start of 2001.
+double localSeconds(const NSDate &date)
+{
+    return date.timeIntervalSinceReferenceDate() + calendarDate(date).secondsFromUtc;
+}
+
 } // namespace
 
 CalendarDate calendarDate(const NSDate &date)
@@ -106,6 +112,12 @@ std::optional<NSDate> dateFromUtc(int year, int month, int day, int hour, int mi
     const std::time_t seconds = timegm(&time);
     const NSDate date = NSDate::fromUnixTime(seconds);
     return date.unixSeconds() == seconds ? std::optional(date) : std::nullopt;
+}
+
+int calendarDaysBetween(const NSDate &start, const NSDate &end)
+{
+    constexpr double secondsPerDay = 86400;
+    return int((localSeconds(end) - localSeconds(start)) / secondsPerDay);
 }
 
 QString descriptionWithCalendarFormat(const NSDate &date, QStringView calendarFormat)

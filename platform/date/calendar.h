@@ -32,6 +32,11 @@ struct CalendarDate {
 [[nodiscard]] std::optional<NSDate> dateFromUtc(int year, int month, int day, int hour, int minute,
                                                 int second);
 
+/// The whole days from @p start to @p end as the local calendar and clock tell, a remainder cut off towards
+/// zero; negative when the end is before the start. Noon to noon is one day also when the clocks change in
+/// between, and 23:00 to 01:00 is none.
+[[nodiscard]] int calendarDaysBetween(const NSDate &start, const NSDate &end);
+
 /// @p date in local time by a calendar format, names in English whatever the locale. Codes:
 ///
 ///   %a %b %B   weekday and month short, month in full

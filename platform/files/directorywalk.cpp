@@ -23,8 +23,7 @@ std::vector<std::string> contentsOfDirectory(const std::filesystem::path &folder
     const std::unique_ptr<DIR, decltype(close)> directory(::opendir(folder.c_str()), close);
     if (!directory)
         return names;
-    while (const dirent *entry =
-               ::readdir(directory.get())) { // NOLINT(concurrency-mt-unsafe): its own stream
+    while (const dirent *entry = ::readdir(directory.get())) { // its own stream
         std::string name = entry->d_name;
         if (name != "." && name != "..")
             names.push_back(std::move(name));

@@ -13,6 +13,20 @@
 
 namespace platform {
 
+namespace {
+
+/// Gives the file at @p descriptor the mode bits of the regular file at @p path, if there is one. Not every
+/// file system takes them; then the file has those that it was made with.
+void takeOverPermissions(int descriptor, const std::filesystem::path &path)
+{
+    constexpr mode_t permissionBits = 0777;
+    struct stat status{};
+    if (::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode))
+        static_cast<void>(::fchmod(descriptor, status.st_mode & permissionBits));
+}
+
+} // namespace
+
 std::filesystem::path homeDirectory()
 {
     if (const char *home = std::getenv("HOME"); home && *home)
@@ -63,8 +77,10 @@ FileContents readWholeFile(const std::filesystem::path &path)
     // O_NONBLOCK: opening a FIFO that nobody writes to must not wait.
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status{};
-    if (!file || ::fstat(file.number(), &status) != 0)
-        return {std::nullopt, reasonOf(errno)};
+    if (!file || ::fstat(file.number(), &status) != 0) {
+        const int error = errno;
+        return {std::nullopt, reasonOf(error), error == ENOENT || error == ENOTDIR};
+    }
     if (S_ISDIR(status.st_mode))
         return {std::nullopt, reasonOf(EISDIR)};
     if (!S_ISREG(status.st_mode))
@@ -89,19 +105,23 @@ FileContents readWholeFile(const std::filesystem::path &path)
 }
 
 std::optional<std::string> writeAtomically(const std::filesystem::path &path, QByteArrayView bytes,
-                                           unsigned permissions)
+                                           const AtomicWriting &manner)
 {
+    constexpr unsigned usualPermissions = 0666;
     // Beside the target, so that the rename stays within one file system; named after the process, so that
     // leftovers of one that died can be told from those of one that is at work.
     const std::filesystem::path temporary =
         path.parent_path() / (".prattlebug-" + std::to_string(::getpid()) + ".tmp");
     ::unlink(temporary.c_str());
-    Descriptor file(
-        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
+    Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                           manner.permissions.value_or(usualPermissions)));
     if (!file)
         return reasonOf(errno);
+    if (!manner.permissions)
+        takeOverPermissions(file.number(), path);
     // Synced before the rename: after a power cut the name must not lead to a file without its contents.
-    if (!writeAll(file.number(), bytes) || ::fsync(file.number()) != 0 || !file.close() ||
+    const bool toBeSynced = manner.durability == Durability::Synced;
+    if (!writeAll(file.number(), bytes) || (toBeSynced && ::fsync(file.number()) != 0) || !file.close() ||
         ::rename(temporary.c_str(), path.c_str()) != 0) {
         const int error = errno;
         ::unlink(temporary.c_str());

@@ -56,7 +56,8 @@ struct FileIdentity {
 /// What came of reading a file: its bytes, or why there are none.
 struct FileContents {
     std::optional<QByteArray> bytes;
-    std::string error; ///< in English, without the file's name; empty when there are bytes
+    std::string error;      ///< in English, without the file's name; empty when there are bytes
+    bool isMissing = false; ///< whether that is because there is no file, or a link that leads nowhere
 };
 
 /// The largest file that readWholeFile() takes: 2 GiB less one byte.
@@ -66,11 +67,23 @@ inline constexpr qint64 largestReadableFile = (qint64(1) << 31) - 1;
 /// error at once instead of blocking.
 [[nodiscard]] FileContents readWholeFile(const std::filesystem::path &path);
 
-/// Replaces whatever stands at @p path (a symbolic link is replaced, not followed) by a file of these bytes,
-/// as one step: a reader sees the old file or the new one, and after a failure the old one still stands.
-/// @param permissions the new file's mode bits, before the process's umask.
+/// Whether a new file waits for the disk before it takes the old one's place.
+enum class Durability : quint8 {
+    Synced,   ///< also after a power cut, the old file or the new one stands there
+    Unsynced, ///< after a power cut it may be empty, on some file systems: for what can be made anew
+};
+
+struct AtomicWriting {
+    /// The new file's mode bits, before the process's umask. When not given, those of the file that it
+    /// replaces, or 0666 when there is none.
+    std::optional<unsigned> permissions = std::nullopt;
+    Durability durability = Durability::Synced;
+};
+/// Replaces whatever stands at @p path (a symbolic link is replaced, not followed; a folder is not) by a file
+/// of these bytes, as one step: a reader sees the old file or the new one, and after a failure the old one
+/// still stands.
 /// @return nothing on success, else the reason in English.
-[[nodiscard]] std::optional<std::string> writeAtomically(const std::filesystem::path &path,
-                                                         QByteArrayView bytes, unsigned permissions = 0666);
+[[nodiscard]] std::optional<std::string>
+writeAtomically(const std::filesystem::path &path, QByteArrayView bytes, const AtomicWriting &manner = {});
 
 } // namespace platform

@@ -36,16 +36,21 @@ private:
     std::vector<ObjectRef> m_objects;
 };
 
-/// A map from text to objects. Pairs whose key is no string are not kept: nothing here could ask for them.
+/// A map from text to objects. Pairs whose key is no string, or one longer than any that is asked for here,
+/// are not kept.
 class NSDictionary final : public NSObject {
 public:
+    /// The longest key of a decoded dictionary, in UTF-16 units. Keys are sorted, which must not take long
+    /// even if very many of them begin alike.
+    static constexpr qsizetype longestKey = 1024;
+
     struct Entry {
         QString key;
         ObjectRef value; ///< null where the archive holds nil
     };
 
     /// @param entries in any order; of several with one key the last one counts.
-    /// @param hasForeignKeys whether pairs were left out for a key that is no string.
+    /// @param hasForeignKeys whether pairs were left out for their keys.
     explicit NSDictionary(std::vector<Entry> entries, bool hasForeignKeys = false);
 
     /// The entries in the order of their keys' UTF-16 code units, each key once.

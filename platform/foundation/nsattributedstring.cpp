@@ -4,17 +4,26 @@
 
 namespace platform {
 
-NSAttributedString::NSAttributedString(QString string, const std::vector<Run> &runs)
-    : m_string(std::move(string))
+NSAttributedString::NSAttributedString(QString string, std::vector<Run> runs)
+    : m_string(std::move(string)), m_runs(std::move(runs))
 {
+    // In place: there can be very many.
     qsizetype uncovered = m_string.size();
-    m_runs.reserve(runs.size() + 1);
-    for (const Run &run : runs) {
+    size_t kept = 0;
+    for (Run &run : m_runs) {
         const qsizetype length = std::clamp(run.length, qsizetype(0), uncovered);
-        extendRuns(length, run.attributes);
         uncovered -= length;
+        if (length == 0)
+            continue;
+        if (kept > 0 && m_runs[kept - 1].attributes == run.attributes)
+            m_runs[kept - 1].length += length;
+        else
+            m_runs[kept++] = {length, std::move(run.attributes)};
     }
+    m_runs.resize(kept);
     extendRuns(uncovered, nullptr);
+    if (m_runs.capacity() > 2 * m_runs.size())
+        m_runs.shrink_to_fit();
 }
 
 void NSAttributedString::append(QStringView text, const AttributesRef &attributes)

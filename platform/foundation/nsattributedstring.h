@@ -36,7 +36,7 @@ public:
     /// @p string with @p runs from its start on, as an archive gives them: runs of length 0 or less are left
     /// out, one that reaches past the text is cut, neighbours with the same set become one, and text that no
     /// run covers has no attributes.
-    NSAttributedString(QString string, const std::vector<Run> &runs);
+    NSAttributedString(QString string, std::vector<Run> runs);
 
     [[nodiscard]] const QString &string() const { return m_string; }
     /// In UTF-16 units.

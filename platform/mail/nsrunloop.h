@@ -38,8 +38,8 @@ public:
 
     /// Gives the loop a timer of the default mode that fires once, @p timeInterval seconds from now.
     /// @param userInfo lent; must outlive the timer.
-    [[nodiscard]] virtual std::unique_ptr<NSTimer>
-    scheduledTimer(double timeInterval, NSTimer::Action action, CWSMTP &userInfo) = 0;
+    [[nodiscard]] virtual std::unique_ptr<NSTimer> scheduledTimer(double timeInterval, NSTimer::Action action,
+                                                                  CWSMTP &userInfo) = 0;
 
     /// Runs the loop once: waits for what comes first, a timer, an event or @p beforeDate, and handles it.
     /// @return false when the loop cannot run: nothing is left in it to wait for, or handling an event has

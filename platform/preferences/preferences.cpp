@@ -38,7 +38,7 @@ Domain &domainOf(const std::filesystem::path &path)
 PropertyList dictionaryFrom(const QByteArray &bytes)
 {
     try {
-        PropertyList list = readPropertyList(bytes);
+        const PropertyList list = readPropertyList(bytes);
         return list.kind() == PropertyListKind::Dictionary ? list : PropertyList();
     } catch (const FormatError &) {
         return {};
@@ -59,8 +59,7 @@ Existing readExisting(const std::filesystem::path &path)
         PropertyList contents = dictionaryFrom(*file.bytes);
         return {true, std::move(file.bytes), std::move(contents)};
     }
-    struct stat status{};
-    return {::stat(path.c_str(), &status) != 0 && errno == ENOENT, std::nullopt, {}};
+    return {file.isMissing, std::nullopt, {}};
 }
 
 /// Makes the folder at @p path and those above it, for the user alone, where they are missing.
@@ -80,8 +79,7 @@ public:
     explicit FolderLock(const std::filesystem::path &folder)
         : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
-        // File systems without such locks exist (some networks'); there, saving without one beats never
-        // saving.
+        // File systems without such locks exist (some networks'); there, saving without one beats not saving.
         while (m_folder && ::flock(m_folder.number(), LOCK_EX) != 0 && errno == EINTR) {
         }
     }
@@ -104,7 +102,7 @@ bool setAside(const std::filesystem::path &path, const QByteArray &bytes)
         copy = path;
         copy += ".damaged-" + std::to_string(number);
     }
-    return !writeAtomically(copy, bytes, ownerOnly);
+    return !writeAtomically(copy, bytes, {.permissions = ownerOnly});
 }
 
 /// @p contents with @p changes made to them, in the XML form.
@@ -168,7 +166,7 @@ bool CFPreferencesAppSynchronize()
         return false;
     if (existing.bytes && existing.contents.isNull() && !setAside(path, *existing.bytes))
         return false;
-    if (writeAtomically(path, merged(existing.contents, domain.changes), ownerOnly))
+    if (writeAtomically(path, merged(existing.contents, domain.changes), {.permissions = ownerOnly}))
         return false;
     domain.changes.clear();
     return true;

@@ -24,9 +24,8 @@ std::optional<qint64> integerFromReal(double value)
 {
     constexpr double limit = 9223372036854775808.0; // 2 to the power of 63
     const double cut = std::trunc(value);
-    if (!(cut >= -limit && cut < limit)) // false for NaN too
-        return std::nullopt;
-    return qint64(cut);
+    const bool fits = cut >= -limit && cut < limit; // false for NaN too
+    return fits ? std::optional(qint64(cut)) : std::nullopt;
 }
 
 std::optional<qint64> integerFromDigits(const QString &text)
@@ -46,24 +45,28 @@ std::optional<qint64> integerFromDigits(const QString &text)
 
 std::optional<bool> booleanFromPreference(const PropertyList &value)
 {
-    switch (value.kind()) {
-    case PropertyListKind::Boolean: return value.boolean();
-    case PropertyListKind::Integer: return value.integer() != 0;
-    case PropertyListKind::Real: return value.real() != 0.0;
-    case PropertyListKind::String: return booleanFromText(value.string().value());
-    default: return std::nullopt;
-    }
+    if (const auto boolean = value.boolean())
+        return boolean;
+    if (const auto integer = value.integer())
+        return *integer != 0;
+    if (const auto real = value.real())
+        return *real != 0;
+    if (const auto text = value.string())
+        return booleanFromText(*text);
+    return std::nullopt;
 }
 
 std::optional<qint64> integerFromPreference(const PropertyList &value)
 {
-    switch (value.kind()) {
-    case PropertyListKind::Boolean: return value.boolean().value() ? 1 : 0;
-    case PropertyListKind::Integer: return value.integer();
-    case PropertyListKind::Real: return integerFromReal(value.real().value());
-    case PropertyListKind::String: return integerFromDigits(value.string().value());
-    default: return std::nullopt;
-    }
+    if (const auto boolean = value.boolean())
+        return *boolean ? 1 : 0;
+    if (const auto integer = value.integer())
+        return integer;
+    if (const auto real = value.real())
+        return integerFromReal(*real);
+    if (const auto text = value.string())
+        return integerFromDigits(*text);
+    return std::nullopt;
 }
 
 } // namespace platform

@@ -13,8 +13,8 @@ namespace {
 // half a size, or for small values the value itself.
 
 constexpr QByteArrayView magic("bplist");
-constexpr QByteArrayView
-    versions("bplist0"); // 00 and 01 hold the same; what others exist are different formats
+// 00 and 01 hold the same; what others exist are different formats
+constexpr QByteArrayView versions("bplist0");
 constexpr quint64 headerSize = 8;
 
 // The trailer: 6 bytes of no interest, size of an offset, size of a reference, then 8 bytes each: number of

@@ -8,7 +8,8 @@ namespace platform {
 
 NSDate PropertyListTable::date(Index node) const
 {
-    return NSDate::fromInterval(real(node)).value(); // the readers make no node of another
+    // The readers make no Date of another interval.
+    return NSDate::fromInterval(real(node)).value();
 }
 
 QString PropertyListTable::string(Index node) const

@@ -28,8 +28,9 @@ PropertyList readPropertyList(const QByteArray &bytes)
     std::shared_ptr<const PropertyListTable> table = looksBinary(bytes) || looksXml(bytes)
                                                          ? readPropertyListTable(bytes, budget)
                                                          : readTextPropertyList(bytes, budget);
-    checkTree(*table, bytes.size());
+    const quint64 longestXml = checkTree(*table, budget);
     const PropertyListTable::Index root = table->root();
+    DecodingBudget(bytes.size()).charge(longestXml, table->offset(root));
     return {std::move(table), root};
 }
 

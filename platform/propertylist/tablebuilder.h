@@ -21,7 +21,7 @@ public:
     explicit PropertyListTableBuilder(DecodingBudget &budget) : m_budget(budget) {}
 
     /// What is open at the moment.
-    enum class Container { None, Array, Dictionary };
+    enum class Container : quint8 { None, Array, Dictionary };
     [[nodiscard]] Container open() const;
     /// How many containers are open.
     [[nodiscard]] int depth() const { return int(m_open.size()); }

@@ -1,6 +1,5 @@
 #include "platform/propertylist/treecheck.h"
 
-#include "platform/decodingbudget.h"
 #include "platform/propertylist/readers.h"
 
 #include <algorithm>
@@ -51,10 +50,9 @@ Extent extentOfScalar(const PropertyListTable &table, PropertyListTable::Index n
 
 class TreeCheck {
 public:
-    explicit TreeCheck(const PropertyListTable &table, qint64 inputSize) : m_table(table)
+    TreeCheck(const PropertyListTable &table, DecodingBudget &budget) : m_table(table)
     {
-        DecodingBudget budget(inputSize);
-        budget.charge(table.size(), sizeof(Seen), 0);
+        budget.charge(table.size(), sizeof(Seen), table.offset(table.root()));
         m_seen.resize(table.size());
     }
 
@@ -124,10 +122,9 @@ void TreeCheck::add(Seen &container, Index child, int depth)
 
 } // namespace
 
-void checkTree(const PropertyListTable &table, qint64 inputSize)
+quint64 checkTree(const PropertyListTable &table, DecodingBudget &budget)
 {
-    const Extent extent = TreeCheck(table, inputSize).check(table.root(), 0);
-    DecodingBudget(inputSize).charge(sum(extent.bytes, documentFrame), table.offset(table.root()));
+    return sum(TreeCheck(table, budget).check(table.root(), 0).bytes, documentFrame);
 }
 
 } // namespace platform

@@ -9,7 +9,7 @@ namespace platform {
 
 namespace {
 
-enum class ByteOrder { None, BigEndian, LittleEndian };
+enum class ByteOrder : quint8 { None, BigEndian, LittleEndian };
 
 ByteOrder utf16ByteOrder(const QByteArray &file)
 {

@@ -107,7 +107,7 @@ void XmlReader::startValue(QStringView name, qint64 start)
         return m_builder.begin(PropertyListKind::Array, start);
 
     // The name is gone with the next token.
-    enum { String, Integer, Real, True, False, Date, Data } kind{};
+    enum : quint8 { String, Integer, Real, True, False, Date, Data } kind{};
     if (name == u"string")
         kind = String;
     else if (name == u"integer")

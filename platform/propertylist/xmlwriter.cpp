@@ -45,33 +45,39 @@ QByteArrayView escaped(QChar c)
     }
 }
 
+/// Whether @p c is one byte, itself, in the document.
 bool isPlain(QChar c)
 {
     const char16_t unit = c.unicode();
-    return unit >= 0x20 ? unit < 0xD800 && unit != u'&' && unit != u'<' && unit != u'>'
+    return unit >= 0x20 ? unit < 0x80 && unit != u'&' && unit != u'<' && unit != u'>'
                         : unit == u'\t' || unit == u'\n';
+}
+
+void appendPlain(QByteArray &bytes, QStringView text)
+{
+    const qsizetype before = bytes.size();
+    bytes.resize(before + text.size());
+    std::transform(text.begin(), text.end(), bytes.data() + before,
+                   [](QChar c) { return char(c.unicode()); });
 }
 
 void appendEscaped(QByteArray &bytes, QStringView text)
 {
-    qsizetype at = 0;
-    while (at < text.size()) {
-        qsizetype end = at;
-        while (end < text.size() && isPlain(text[end]))
-            ++end;
-        if (end > at)
-            bytes += text.sliced(at, end - at).toUtf8();
-        at = end;
-        if (at == text.size())
-            return;
-        if (const QByteArrayView escape = escaped(text[at]); !escape.empty()) {
-            bytes += escape;
-            ++at;
-            continue;
+    while (!text.isEmpty()) {
+        const auto plainEnd = std::find_if_not(text.begin(), text.end(), isPlain);
+        appendPlain(bytes, text.first(plainEnd - text.begin()));
+        text = text.sliced(plainEnd - text.begin());
+
+        qsizetype special = 0; // beyond ASCII, or unfit
+        while (special < text.size() && !isPlain(text[special]) && escaped(text[special]).empty())
+            ++special;
+        appendUtf8(bytes, withoutCharactersUnfitForXml(text.first(special)));
+        text = text.sliced(special);
+
+        if (!text.isEmpty() && !isPlain(text.front())) {
+            bytes += escaped(text.front());
+            text = text.sliced(1);
         }
-        const qsizetype units = isUnfitForXml(text, at) ? 0 : text[at].isSurrogate() ? 2 : 1;
-        appendUtf8(bytes, units == 0 ? QStringView(u"\uFFFD") : text.sliced(at, units));
-        at += std::max(units, qsizetype(1));
     }
 }
 
@@ -111,26 +117,25 @@ void XMLPropertyListWriter::boolean(bool value)
 
 void XMLPropertyListWriter::integer(qint64 value)
 {
-    line("<integer>" + QByteArray::number(value) + "</integer>");
+    std::array<char, 20> digits{}; // as many as the smallest has with its sign
+    const char *end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    line("<integer>", QByteArrayView(digits.data(), end), "</integer>");
 }
 
 void XMLPropertyListWriter::real(double value)
 {
-    std::array<char, 32> digits{}; // the longest has 24
-    QByteArrayView shown;
     if (std::isnan(value))
-        shown = "nan";
-    else if (std::isinf(value))
-        shown = value > 0 ? "+infinity" : "-infinity";
-    else
-        shown = QByteArrayView(digits.data(),
-                               std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
-    line("<real>" + shown.toByteArray() + "</real>");
+        return line("<real>nan</real>");
+    if (std::isinf(value))
+        return line(value > 0 ? "<real>+infinity</real>" : "<real>-infinity</real>");
+    std::array<char, 32> digits{}; // the longest has 24
+    const char *end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    line("<real>", QByteArrayView(digits.data(), end), "</real>");
 }
 
 void XMLPropertyListWriter::date(const NSDate &value)
 {
-    line("<date>" + utf8FromString(utcDescription(value)) + "</date>");
+    line("<date>", utf8FromString(utcDescription(value)), "</date>");
 }
 
 void XMLPropertyListWriter::data(QByteArrayView value)
@@ -152,31 +157,37 @@ void XMLPropertyListWriter::string(QStringView value)
 // Recursion goes as deep as the list, which its reader has bounded.
 void XMLPropertyListWriter::value(const PropertyList &value)
 {
-    switch (value.kind()) {
-    case PropertyListKind::Null: return string({});
-    case PropertyListKind::Boolean: return boolean(value.boolean().value());
-    case PropertyListKind::Integer: return integer(value.integer().value());
-    case PropertyListKind::Real: return real(value.real().value());
-    case PropertyListKind::Date: return date(value.date().value());
-    case PropertyListKind::Data: return data(value.data().value());
-    case PropertyListKind::String: return string(value.string().value());
-    case PropertyListKind::UID:
-        beginDictionary();
-        key(u"CF$UID");
-        integer(value.uid().value());
-        return endDictionary();
-    case PropertyListKind::Array:
+    if (value.kind() == PropertyListKind::Array) {
         beginArray();
         for (quint32 i = 0; i < value.count(); ++i)
             this->value(value.at(i));
-        return endArray();
-    case PropertyListKind::Dictionary:
+        endArray();
+    } else if (value.kind() == PropertyListKind::Dictionary) {
         beginDictionary();
         for (quint32 i = 0; i < value.count(); ++i) {
             key(value.keyAt(i));
             this->value(value.valueAt(i));
         }
-        return endDictionary();
+        endDictionary();
+    } else if (const auto heldString = value.string()) {
+        string(*heldString);
+    } else if (const auto heldInteger = value.integer()) {
+        integer(*heldInteger);
+    } else if (const auto heldDate = value.date()) {
+        date(*heldDate);
+    } else if (const auto heldReal = value.real()) {
+        real(*heldReal);
+    } else if (const auto heldBoolean = value.boolean()) {
+        boolean(*heldBoolean);
+    } else if (const auto heldData = value.data()) {
+        data(*heldData);
+    } else if (const auto heldUid = value.uid()) {
+        beginDictionary();
+        key(u"CF$UID");
+        integer(*heldUid);
+        endDictionary();
+    } else { // Null
+        string({});
     }
 }
 
@@ -213,10 +224,12 @@ void XMLPropertyListWriter::text(QByteArrayView openingTag, QStringView content,
     m_bytes += closingTag;
 }
 
-void XMLPropertyListWriter::line(QByteArrayView content)
+void XMLPropertyListWriter::line(QByteArrayView opening, QByteArrayView content, QByteArrayView closing)
 {
     indent();
+    m_bytes += opening;
     m_bytes += content;
+    m_bytes += closing;
     m_bytes += '\n';
 }
 

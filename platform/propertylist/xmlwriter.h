@@ -41,7 +41,7 @@ private:
     void end(QByteArrayView openingTag, QByteArrayView closingTag, QByteArrayView emptyTag);
     void indent() { m_bytes.append(m_depth, '\t'); }
     void text(QByteArrayView openingTag, QStringView content, QByteArrayView closingTag);
-    void line(QByteArrayView content);
+    void line(QByteArrayView opening, QByteArrayView content = {}, QByteArrayView closing = {});
 
     QByteArray m_bytes;
     qsizetype m_depth = 0; // containers that are open

@@ -9,12 +9,11 @@ namespace platform {
 std::optional<QString> stringFromCharset(QByteArrayView bytes, const char *charset)
 {
     const iconv_t converter = iconv_open("UTF-16LE", charset);
-    if (converter == iconv_t(-1)) // NOLINT(performance-no-int-to-ptr): how iconv reports failure
+    if (converter == iconv_t(-1)) // how iconv reports failure
         return std::nullopt;
     QString text;
     std::array<char16_t, 256> buffer{};
-    auto *input =
-        const_cast<char *>(bytes.data()); // NOLINT(cppcoreguidelines-pro-type-const-cast): iconv only reads
+    auto *input = const_cast<char *>(bytes.data()); // iconv only reads
     auto left = size_t(bytes.size());
     while (left > 0) {
         auto *output = reinterpret_cast<char *>(buffer.data());

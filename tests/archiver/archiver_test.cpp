@@ -10,7 +10,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-using platform::NSFileHandle;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -25,6 +24,7 @@ public:
     std::vector<SavePanel> panels;
     std::vector<Alert> alerts;
     std::vector<qsizetype> progress; ///< the maximum, then the values
+    std::vector<bool> wholeMboxes;   ///< what showOutcome() was told
     std::vector<std::filesystem::path> revealed;
 
     std::optional<std::filesystem::path> runSavePanel(const SavePanel &panel) override
@@ -37,6 +37,12 @@ public:
     void startProgress(qsizetype maximum) override { progress = {maximum}; }
     void showProgress(qsizetype value) override { progress.push_back(value); }
     void showEntry(const std::filesystem::path & /*entry*/) override {}
+    void showOutcome(const QString & /*summary*/, bool mboxIsWhole) override
+    {
+        EXPECT_EQ(alerts.size(), wholeMboxes.size())
+            << "the outcome stands there when the last alert is shown";
+        wholeMboxes.push_back(mboxIsWhole);
+    }
     void reveal(const std::filesystem::path &path) override { revealed.push_back(path); }
 };
 
@@ -114,6 +120,7 @@ TEST_F(Archiver, MakesAnEmptyMboxOfAnEmptyFolder)
     EXPECT_EQ(desktop.alerts[0].button, QStringLiteral("OK"));
     EXPECT_THAT(desktop.revealed, ElementsAre(home() / "Out" / "Prattlebug Archive mbox"));
     EXPECT_EQ(archiver.summary(), QStringLiteral("0 chats archived."));
+    EXPECT_THAT(desktop.wholeMboxes, ElementsAre(true));
 }
 
 TEST_F(Archiver, ArchivesEverythingAtEveryDepthAndCountsIt)
@@ -188,6 +195,7 @@ TEST_F(Archiver, GoesThroughWithTheRunWhenTheMboxCannotBeMade)
     write("Out", "an ordinary file");
     archiver.beginArchiving();
     EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
+    EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));
     EXPECT_EQ(archiver.counts().notWritten, 1);
     EXPECT_EQ(read(home() / "Out"), "an ordinary file");
     ASSERT_EQ(desktop.alerts.size(), 1U);
@@ -213,6 +221,7 @@ TEST_F(Archiver, KeepsOnlyWholeMessagesWhenTheDiskFills)
     std::signal(SIGXFSZ, previous);
 
     EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
+    EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));
     EXPECT_EQ(archiver.counts().notWritten, 2);
     EXPECT_EQ(archiver.counts().archived, 3) << "a short one still fits behind";
     EXPECT_EQ(messagesInMbox(), 3);

@@ -54,6 +54,33 @@ TEST_F(Calendar, FormatsEveryCode)
               QLatin1String("12AM"));
 }
 
+TEST_F(Calendar, CountsWholeDaysAsTheLocalClockShowsThem)
+{
+    const auto utc = [](int month, int day, int hour, int minute = 0, int second = 0) {
+        return dateFromUtc(2005, month, day, hour, minute, second).value();
+    };
+    const struct {
+        const char *what;
+        NSDate start;
+        NSDate end;
+        int days;
+    } table[] = {
+        {"1 March 23:00 to 2 March 01:00", utc(3, 2, 7), utc(3, 2, 9), 0},
+        {"noon to noon", utc(3, 1, 20), utc(3, 11, 20), 10},
+        {"noon to a second before noon", utc(3, 1, 20), utc(3, 11, 19, 59, 59), 9},
+        {"noon to noon, 23 hours", utc(4, 2, 20), utc(4, 3, 19), 1},
+        {"noon to noon, 25 hours", utc(10, 29, 19), utc(10, 30, 20), 1},
+        {"noon to 11:30, 24 and a half hours", utc(10, 29, 19), utc(10, 30, 19, 30), 0},
+        {"36 hours back", utc(3, 3, 8), utc(3, 1, 20), -1},
+        {"an hour back", utc(3, 2, 9), utc(3, 2, 8), 0},
+        {"over a year", utc(1, 1, 8), dateFromUtc(2006, 1, 1, 8, 0, 0).value(), 365},
+        {"the whole calendar", NSDate::fromInterval(-63113904000.0).value(),
+         NSDate::fromInterval(252423993599.0).value(), 3652058},
+    };
+    for (const auto &row : table)
+        EXPECT_EQ(platform::calendarDaysBetween(row.start, row.end), row.days) << row.what;
+}
+
 TEST_F(Calendar, CutsPartsOfASecondDownwardsOnBothSidesOfEveryEpoch)
 {
     const NSDate before1970 = NSDate::fromUnixTime(-1, 500'000'000);

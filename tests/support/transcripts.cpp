@@ -45,7 +45,8 @@ QByteArray dictionary(const QByteArray &pairs)
 
 } // namespace
 
-QByteArray keyedTranscript(const std::vector<TestMessage> &messages, const QByteArray &participant)
+QByteArray keyedTranscript(const std::vector<TestMessage> &messages,
+                           const std::vector<QByteArray> &participants)
 {
     Objects objects;
     const QByteArray arrayClass = objects.addClass("NSArray");
@@ -78,9 +79,11 @@ QByteArray keyedTranscript(const std::vector<TestMessage> &messages, const QByte
                                        pair("Flags", "<integer>5</integer>")));
     }
     const QByteArray messageList = addArray(list);
-    const QByteArray participants = addArray(addPresentity("AIM", participant));
+    QByteArray others;
+    for (const QByteArray &participant : participants)
+        others += addPresentity("AIM", participant);
     const QByteArray root =
-        addArray(objects.addText("AIM") + objects.addText("") + messageList + participants);
+        addArray(objects.addText("AIM") + objects.addText("") + messageList + addArray(others));
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" +
            dictionary(pair("$archiver", "<string>NSKeyedArchiver</string>") +
                       pair("$version", "<integer>100000</integer>") +

@@ -19,7 +19,7 @@ struct TestMessage {
 
 /// The bytes of an .ichat transcript, a keyed archive in XML form.
 [[nodiscard]] QByteArray keyedTranscript(const std::vector<TestMessage> &messages,
-                                         const QByteArray &participant = "kimlee");
+                                         const std::vector<QByteArray> &participants = {"kimlee"});
 
 /// A message in memory.
 [[nodiscard]] std::shared_ptr<const VORAInstantMessage>

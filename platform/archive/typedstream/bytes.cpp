@@ -19,7 +19,7 @@ Bytes::Bytes(QByteArrayView bytes) : m_bytes(bytes)
         throw FormatError(0, "not a typed stream: its version is not 4");
     if (byte(offset) != littleEndianSignature.size())
         throw FormatError(1, "not a typed stream: no signature");
-    const QByteArrayView signature = view(span(offset, littleEndianSignature.size()));
+    const QByteArrayView signature = view(span(offset, quint32(littleEndianSignature.size())));
     if (signature != littleEndianSignature && signature != bigEndianSignature)
         throw FormatError(2, "not a typed stream: no signature");
     m_bigEndian = signature == bigEndianSignature;
@@ -27,20 +27,18 @@ Bytes::Bytes(QByteArrayView bytes) : m_bytes(bytes)
     m_firstGroup = offset;
 }
 
-Span Bytes::span(quint32 &offset, qint64 length) const
+Span Bytes::span(quint32 &offset, quint32 length) const
 {
-    if (length < 0)
-        throw FormatError(offset, "a negative length");
     if (offset > size() || length > size() - offset)
         throw FormatError(offset, "a length that reaches past the end of the stream");
-    const Span found{offset, quint32(length)};
-    offset += quint32(length);
+    const Span found{offset, length};
+    offset += length;
     return found;
 }
 
 quint64 Bytes::fixedWidth(quint32 &offset, int width) const
 {
-    const Span digits = span(offset, width);
+    const Span digits = span(offset, quint32(width));
     quint64 value = 0;
     for (int i = 0; i < width; ++i) {
         const quint32 position = digits.offset + quint32(m_bigEndian ? i : width - 1 - i);
@@ -49,17 +47,29 @@ quint64 Bytes::fixedWidth(quint32 &offset, int width) const
     return value;
 }
 
+int Bytes::integerWidth(quint32 &offset) const
+{
+    const qint8 head = peek(offset);
+    if (head > lastReservedTag)
+        return 1;
+    if (head != Integer2Tag && head != Integer4Tag)
+        throw FormatError(offset, "a tag where an integer should stand");
+    ++offset;
+    return head == Integer2Tag ? 2 : 4;
+}
+
 qint64 Bytes::integer(quint32 &offset) const
 {
-    const quint32 start = offset;
-    const qint8 head = byte(offset);
-    if (head > lastReservedTag)
-        return head;
-    if (head == Integer2Tag)
-        return qint16(fixedWidth(offset, 2));
-    if (head == Integer4Tag)
-        return qint32(fixedWidth(offset, 4));
-    throw FormatError(start, "a tag where an integer should stand");
+    switch (const int width = integerWidth(offset)) {
+    case 1: return byte(offset);
+    case 2: return qint16(fixedWidth(offset, width));
+    default: return qint32(fixedWidth(offset, width));
+    }
+}
+
+quint32 Bytes::unsignedInteger(quint32 &offset) const
+{
+    return quint32(fixedWidth(offset, integerWidth(offset)));
 }
 
 double Bytes::real(quint32 &offset, int width) const
@@ -76,7 +86,7 @@ Span Bytes::unsharedString(quint32 &offset) const
 {
     if (peek(offset) == NilTag)
         return span(++offset, 0);
-    const qint64 length = integer(offset);
+    const quint32 length = unsignedInteger(offset);
     return span(offset, length);
 }
 

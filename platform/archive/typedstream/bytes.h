@@ -55,15 +55,19 @@ public:
         return value;
     }
     /// The next @p length bytes.
-    [[nodiscard]] Span span(quint32 &offset, qint64 length) const;
-    /// An integer of 1 to 4 bytes, sign extended.
+    [[nodiscard]] Span span(quint32 &offset, quint32 length) const;
+    /// An integer of 1 to 4 bytes, taken as a signed one.
     [[nodiscard]] qint64 integer(quint32 &offset) const;
+    /// The same taken as an unsigned one: behind the tag of 2 bytes, FF FF is 65535.
+    [[nodiscard]] quint32 unsignedInteger(quint32 &offset) const;
     /// A real of @p width bytes (4 or 8), or an integer, which is how integral values are written.
     [[nodiscard]] double real(quint32 &offset, int width) const;
-    /// A length and as many bytes; nil counts as none.
+    /// A length, which is unsigned, and as many bytes; nil counts as none.
     [[nodiscard]] Span unsharedString(quint32 &offset) const;
 
 private:
+    /// How many bytes the integer at @p offset has, whose tag this passes; 1 for the ones without.
+    [[nodiscard]] int integerWidth(quint32 &offset) const;
     /// An unsigned integer of @p width bytes.
     [[nodiscard]] quint64 fixedWidth(quint32 &offset, int width) const;
 

@@ -6,48 +6,58 @@
 
 namespace platform::typedstream {
 
+/// The loops that are being read, the innermost last. One list serves all cursors that are at work inside one
+/// another, so that a place deep down in a stream costs no memory of its own.
+struct Loop {
+    quint32 begin, end; ///< items of the body
+    quint32 left;       ///< rounds not finished yet, the present one included
+};
+using Loops = std::vector<Loop>;
+
 /// Walks the values of one group: the items of its type encoding in order, loops as often as they say.
+///
+/// Every call takes the same list of loops. While another cursor that was begun later with that list is not
+/// at its end, this one must not be used.
 class GroupCursor {
 public:
     /// No group: at the end.
     GroupCursor() = default;
     /// At the first value of a group of this encoding, which must outlive the cursor.
-    explicit GroupCursor(const TypeEncoding &encoding) : m_items(&encoding.items()) { enterLoops(); }
+    GroupCursor(const TypeEncoding &encoding, Loops &loops)
+        : m_items(&encoding.items()), m_outerLoops(quint32(loops.size()))
+    {
+        enterLoops(loops);
+    }
 
     /// Whether all values have been passed.
     [[nodiscard]] bool atEnd() const { return !m_items || m_next == m_items->size(); }
     /// The value that stands next; there must be one. Never the head of a loop.
     [[nodiscard]] const TypeEncoding::Item &item() const { return (*m_items)[m_next]; }
     /// Passes that value.
-    void advance()
+    void advance(Loops &loops)
     {
         ++m_next;
-        while (!m_loops.empty() && m_next == m_loops.back().end) {
-            if (--m_loops.back().left > 0)
-                m_next = m_loops.back().begin;
+        while (loops.size() > m_outerLoops && m_next == loops.back().end) {
+            if (--loops.back().left > 0)
+                m_next = loops.back().begin;
             else
-                m_loops.pop_back();
+                loops.pop_back();
         }
-        enterLoops();
+        enterLoops(loops);
     }
 
 private:
-    struct Loop {
-        quint32 begin, end; ///< items of the body
-        quint32 left;       ///< rounds not finished yet, the present one included
-    };
-
-    void enterLoops()
+    void enterLoops(Loops &loops)
     {
         while (!atEnd() && item().code == TypeEncoding::LoopCode) {
-            m_loops.push_back({m_next + 1, item().end, item().count});
+            loops.push_back({m_next + 1, item().end, item().count});
             ++m_next;
         }
     }
 
     const std::vector<TypeEncoding::Item> *m_items = nullptr;
     quint32 m_next = 0;
-    std::vector<Loop> m_loops;
+    quint32 m_outerLoops = 0; ///< how many of the loops are not this cursor's
 };
 
 } // namespace platform::typedstream

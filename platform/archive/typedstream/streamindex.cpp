@@ -19,12 +19,12 @@ quint32 StreamIndex::scanGroup(quint32 offset)
 {
     m_offset = offset;
     pushFrame(none);
-    m_frames.back().group = GroupCursor(encoding(scanSharedString()));
+    beginGroup(m_frames.back());
     while (!m_frames.empty()) {
         Frame &frame = m_frames.back();
         if (!frame.group.atEnd()) {
             const TypeEncoding::Item item = frame.group.item();
-            frame.group.advance();
+            frame.group.advance(m_loops);
             scanValue(item); // may push a frame
         } else if (frame.object == none) {
             m_frames.pop_back();
@@ -35,7 +35,7 @@ quint32 StreamIndex::scanGroup(quint32 offset)
             entry.complete = true;
             m_frames.pop_back();
         } else {
-            frame.group = GroupCursor(encoding(scanSharedString()));
+            beginGroup(frame);
         }
     }
     return m_offset;
@@ -170,7 +170,7 @@ const TypeEncoding &StreamIndex::encoding(quint32 stringNumber)
 
 StreamIndex::Number StreamIndex::addEntry(Kind kind, quint32 start)
 {
-    m_budget.charge(growingCost<Entry>(), start);
+    m_budget.charge(sizeof(Entry) + sizeof(Entry) / 8, start);
     m_entries.push_back({.kind = kind, .start = start});
     return Number(m_entries.size() - 1);
 }
@@ -182,6 +182,16 @@ void StreamIndex::pushFrame(Number object)
         ++m_framesCharged;
     }
     m_frames.push_back({object, {}});
+}
+
+void StreamIndex::beginGroup(Frame &frame)
+{
+    const TypeEncoding &next = encoding(scanSharedString());
+    if (const size_t most = m_loops.size() + TypeEncoding::greatestNesting; most > m_loopsCharged) {
+        m_budget.charge(most - m_loopsCharged, growingCost<Loop>(), m_offset);
+        m_loopsCharged = most;
+    }
+    frame.group = GroupCursor(next, m_loops);
 }
 
 const TypeEncoding &StreamIndex::readEncoding(quint32 &offset)

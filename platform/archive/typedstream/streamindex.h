@@ -42,7 +42,7 @@ public:
     StreamIndex(QByteArrayView bytes, DecodingBudget &budget) : m_bytes(bytes), m_budget(budget) {}
 
     [[nodiscard]] const Bytes &bytes() const { return m_bytes; }
-    [[nodiscard]] const std::vector<Entry> &entries() const { return m_entries; }
+    [[nodiscard]] const std::deque<Entry> &entries() const { return m_entries; }
 
     /// Indexes the group at @p offset, which stands outside of every object, with all that it holds. To be
     /// called for one group after the other, from bytes().firstGroup() on.
@@ -85,15 +85,18 @@ private:
     [[nodiscard]] const TypeEncoding &encoding(quint32 stringNumber);
     Number addEntry(Kind kind, quint32 start);
     void pushFrame(Number object);
+    void beginGroup(Frame &frame);
 
     Bytes m_bytes;
     DecodingBudget &m_budget;
     quint32 m_offset = 0; ///< while scanning
     std::vector<SharedString> m_strings;
-    std::vector<Entry> m_entries;
+    std::deque<Entry> m_entries;          ///< there can be one for every three bytes: no list that doubles
     std::deque<TypeEncoding> m_encodings; ///< stable: cursors point into it
     std::vector<Frame> m_frames;
+    Loops m_loops; ///< of all frames
     size_t m_framesCharged = 0;
+    size_t m_loopsCharged = 0;
 };
 
 } // namespace platform::typedstream

@@ -8,7 +8,6 @@ namespace platform::typedstream {
 
 namespace {
 
-constexpr int greatestNesting = 32;
 /// How many empty arrays of bytes one encoding may name: the only values that take no bytes of the stream.
 constexpr int mostEmptyItems = 16;
 
@@ -37,9 +36,9 @@ private:
         return m_text[m_position++];
     }
 
-    void parseType(int depth) // NOLINT(misc-no-recursion): no deeper than greatestNesting
+    void parseType(int depth) // no deeper than greatestNesting
     {
-        if (depth > greatestNesting)
+        if (depth > TypeEncoding::greatestNesting)
             fail("type encodings nested too deep");
         const char code = next();
         switch (code) {
@@ -61,7 +60,7 @@ private:
         }
     }
 
-    void parseStruct(int depth) // NOLINT(misc-no-recursion)
+    void parseStruct(int depth)
     {
         while (peek() != '=' && peek() != '}')
             next(); // the struct's name
@@ -83,7 +82,7 @@ private:
         }
     }
 
-    void parseArray(int depth) // NOLINT(misc-no-recursion)
+    void parseArray(int depth)
     {
         quint64 count = 0;
         while (peek() >= '0' && peek() <= '9') {

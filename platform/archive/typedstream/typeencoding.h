@@ -22,12 +22,14 @@ public:
     };
     static constexpr char BytesCode = '[';
     static constexpr char LoopCode = '(';
+    /// How deep arrays and structs may be nested.
+    static constexpr int greatestNesting = 32;
 
     /// Parses @p text. Codes: `@ # * : % +`, the integers `c C B s S i I l L q Q`, the reals `f d`, `[NT]`,
     /// `{name=TT}`;
     /// `!` (a value left out) and the qualifiers `r n N o O R V A` are skipped.
     /// @param offset where in the stream the encoding stands, for errors.
-    /// @throws FormatError for anything else, and for nesting more than 32 deep.
+    /// @throws FormatError for anything else, and for nesting deeper than greatestNesting.
     TypeEncoding(QByteArrayView text, qint64 offset);
 
     [[nodiscard]] const std::vector<Item> &items() const { return m_items; }

@@ -1,0 +1,104 @@
+#include "VORAChatLog.h"
+
+#include "VORAHostFlags.h"
+
+#include "platform/log/nslog.h"
+#include "platform/scripting/nsapplescript.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace {
+
+constexpr QStringView documentCountScript = u"tell application \"iChat\" to get the number of documents";
+
+/// Whether iChat has a window for the chat with %1: yes or no.
+constexpr QStringView openWindowScript =
+    u"tell application \"iChat\"\n copy documents to foo\n\trepeat with i from 1 to number of items in foo\n"
+    u" if name of item i of foo is \"Chatting with %1 et al.\""
+    u" or name of item i of foo is \"Instant Messages with %1\""
+    u" or name of item i of foo is \"Chatting with %1\""
+    u" or name of item i of foo is \"Chat with %1\" then \n"
+    u" return yes\nend if\nend repeat\nreturn no\nend tell";
+
+/// Counts the words of messages, those of each text once: a small file can name one large text many times.
+class WordCounter {
+public:
+    explicit WordCounter(std::span<const WordSet *const> sets) : m_sets(sets) {}
+
+    /// One count for each set.
+    const std::vector<qint64> &counts(const VORAInstantMessage &message)
+    {
+        const auto [entry, isNew] = m_counted.try_emplace(message.string()->string().constData());
+        if (isNew) {
+            entry->second.resize(m_sets.size());
+            message.countWords(m_sets, entry->second);
+        }
+        return entry->second;
+    }
+
+private:
+    std::span<const WordSet *const> m_sets;
+    std::unordered_map<const QChar *, std::vector<qint64>> m_counted; // by the text, which copies share
+};
+
+} // namespace
+
+qint64 VORAChatLog::NumberOfSpeakers() const
+{
+    return qint64(m_participants.size()) + 1;
+}
+
+bool VORAChatLog::NameInSpeakerList(const QString &name) const
+{
+    return std::any_of(m_participants.begin(), m_participants.end(),
+                       [&name](const auto &participant) { return participant->rawName() == name; });
+}
+
+std::vector<VORAChatLog::WordCounts> VORAChatLog::countWords(std::span<const WordSet *const> inSets) const
+{
+    std::vector<WordCounts> totals(inSets.size());
+    WordCounter counter(inSets);
+    for (const auto &message : m_messages) {
+        if (message->isStatusMessage())
+            continue; // it has no words, and its name need not be looked up
+        const std::optional<QString> speaker = message->Speaker();
+        if (!speaker)
+            continue;
+        const auto side =
+            *speaker == m_primaryOtherParty ? &WordCounts::byOtherParty : &WordCounts::byUsersSide;
+        const std::vector<qint64> &counts = counter.counts(*message);
+        for (size_t i = 0; i < totals.size(); ++i)
+            totals[i].*side += counts[i];
+    }
+    return totals;
+}
+
+qint64 VORAChatLog::CountWordsForUserInSet(const WordSet *set) const
+{
+    return countWords({&set, 1}).front().byUsersSide;
+}
+
+qint64 VORAChatLog::CountWordsForOthersInSet(const WordSet *set) const
+{
+    return countWords({&set, 1}).front().byOtherParty;
+}
+
+bool VORAChatLog::isLikelyEndOfChat() const
+{
+    if (!VORAHostFlags::iChatRunning)
+        return true;
+    if (NumberOfSpeakers() > 2) {
+        platform::NSLog(u"multiparty chat, checking documents");
+        const auto reply =
+            platform::NSAppleScript::initWithSource(documentCountScript.toString()).executeAndReturnError();
+        bool isNumber = false;
+        const int documents = reply ? reply->toInt(&isNumber) : 0;
+        return isNumber && documents == 0;
+    }
+    QString name = m_primaryOtherParty;
+    name.replace(u'"', QStringLiteral("\\\""));
+    const auto reply = platform::NSAppleScript::initWithSource(openWindowScript.toString().arg(name))
+                           .executeAndReturnError();
+    return reply && reply->startsWith(u'n');
+}

@@ -1,0 +1,234 @@
+#include "archiver/window/archiverwindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QFontInfo>
+#include <QIcon>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr int pictureSize = 64;
+constexpr int margin = 20;
+constexpr int barHeight = 14;
+constexpr qint64 wholeInterval = 250; // milliseconds
+
+/// A bar counts in int; a folder of more entries than that is not worth a second kind of bar.
+int barValue(qsizetype value)
+{
+    return int(std::min<qsizetype>(value, std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
+ArchiverWindow::ArchiverWindow()
+    : m_archiveAction(new QAction(tr("&Archive Chats…"), this)), m_archiveButton(new QPushButton),
+      m_progressBar(new QProgressBar), m_skipChatsButton(new QCheckBox), m_line(new QLabel)
+{
+    setWindowTitle(tr("Prattlebug Archiver"));
+
+    m_archiveAction->setShortcut(QKeySequence::Save);
+    m_archiveButton->setObjectName(QStringLiteral("archiveButton"));
+    m_archiveButton->setText(m_archiveAction->text());
+    m_archiveButton->setAccessibleDescription(tr("Asks where to save, then archives all chats."));
+    m_archiveButton->setDefault(true);
+    connect(m_archiveButton, &QPushButton::clicked, m_archiveAction, &QAction::trigger);
+
+    m_skipChatsButton->setObjectName(QStringLiteral("skipChatsButton"));
+    m_skipChatsButton->setText(tr("&Skip chats from after Prattlebug was set up"));
+    m_skipChatsButton->setToolTip(tr("Leaves out every transcript that was created after the folder "
+                                     "“iChats (Prattlebugged)” was."));
+
+    m_progressBar->setObjectName(QStringLiteral("progressBar"));
+    m_progressBar->setAccessibleName(tr("Progress"));
+    m_progressBar->setTextVisible(false);
+    m_progressBar->setFixedHeight(barHeight);
+    m_progressBar->setRange(0, 1);
+    m_progressBar->setValue(0);
+
+    m_line->setObjectName(QStringLiteral("line"));
+    m_line->setTextFormat(Qt::PlainText); // file names are no markup
+    m_line->setWordWrap(true);
+    m_line->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+    m_line->setText(tr("Ready."));
+
+    addMenus();
+    layOut();
+    m_archiveButton->setFocus();
+}
+
+void ArchiverWindow::addMenus()
+{
+    QMenu *file = menuBar()->addMenu(tr("&File"));
+    file->addAction(m_archiveAction);
+    file->addSeparator();
+    QAction *quit = file->addAction(QIcon::fromTheme(QStringLiteral("application-exit")), tr("&Quit"));
+    quit->setShortcut(QKeySequence::Quit);
+    quit->setMenuRole(QAction::QuitRole);
+    connect(quit, &QAction::triggered, qApp, &QApplication::quit);
+
+    QMenu *help = menuBar()->addMenu(tr("&Help"));
+    QAction *contents =
+        help->addAction(QIcon::fromTheme(QStringLiteral("help-contents")), tr("Prattlebug Archiver &Help"));
+    contents->setShortcut(QKeySequence::HelpContents);
+    connect(contents, &QAction::triggered, this, &ArchiverWindow::showHelp);
+    help->addSeparator();
+    QAction *about =
+        help->addAction(QIcon::fromTheme(QStringLiteral("help-about")), tr("&About Prattlebug Archiver"));
+    about->setMenuRole(QAction::AboutRole);
+    connect(about, &QAction::triggered, this, &ArchiverWindow::showAbout);
+    QAction *aboutQt = help->addAction(tr("About &Qt"));
+    aboutQt->setMenuRole(QAction::AboutQtRole);
+    connect(aboutQt, &QAction::triggered, qApp, &QApplication::aboutQt);
+}
+
+void ArchiverWindow::layOut()
+{
+    auto *icon = new QLabel;
+    icon->setPixmap(picture());
+    auto *headline = new QLabel(tr("Archive your chats"));
+    QFont large = headline->font();
+    large.setPointSizeF(QFontInfo(large).pointSizeF() * 1.5); // a theme may give pixels instead
+    large.setBold(true);
+    headline->setFont(large);
+    auto *explanation =
+        new QLabel(tr("Writes every chat that Prattlebug keeps into one mbox file, which your mail "
+                      "program can import."));
+    explanation->setWordWrap(true);
+
+    auto *words = new QVBoxLayout;
+    words->addWidget(headline);
+    words->addWidget(explanation);
+    words->addStretch();
+    auto *header = new QHBoxLayout;
+    header->setSpacing(margin);
+    header->addWidget(icon, 0, Qt::AlignTop);
+    header->addLayout(words, 1);
+
+    m_archiveButton->setMinimumSize(m_archiveButton->sizeHint() + QSize(margin, margin / 2));
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(m_archiveButton);
+
+    // Room for the longest outcome: nothing is laid out again while the command runs.
+    m_line->setMinimumHeight(2 * m_line->fontMetrics().lineSpacing());
+
+    auto *content = new QWidget;
+    auto *column = new QVBoxLayout(content);
+    column->setContentsMargins(margin, margin, margin, margin);
+    column->addLayout(header);
+    column->addSpacing(margin / 2);
+    column->addWidget(m_skipChatsButton);
+    column->addSpacing(margin / 2);
+    column->addWidget(m_progressBar);
+    column->addWidget(m_line);
+    column->addStretch();
+    column->addLayout(buttons);
+    setCentralWidget(content);
+    setTabOrder(m_skipChatsButton, m_archiveButton);
+
+    const int textWidth = 60 * fontMetrics().averageCharWidth();
+    setMinimumWidth(textWidth + pictureSize + 3 * margin);
+    resize(minimumWidth(), sizeHint().height());
+}
+
+QPixmap ArchiverWindow::picture() const
+{
+    return QApplication::windowIcon().pixmap(QSize(pictureSize, pictureSize), devicePixelRatioF());
+}
+
+bool ArchiverWindow::skipChats() const
+{
+    return m_skipChatsButton->isChecked();
+}
+
+void ArchiverWindow::setArchiving(bool archiving)
+{
+    m_archiveAction->setEnabled(!archiving);
+    m_archiveButton->setEnabled(!archiving);
+    m_skipChatsButton->setEnabled(!archiving);
+    if (!archiving)
+        m_archiveButton->setFocus(); // a control that is off has none
+    m_sinceWhole.start();
+    repaint();
+}
+
+void ArchiverWindow::repaintAtOnce(QWidget &changed)
+{
+    if (m_sinceWhole.isValid() && m_sinceWhole.hasExpired(wholeInterval)) {
+        m_sinceWhole.start();
+        repaint();
+    } else {
+        changed.repaint();
+    }
+}
+
+void ArchiverWindow::startProgress(qsizetype maximum)
+{
+    // A range of 0 to 0 would be Qt's sign for "no idea how long".
+    m_progressBar->setRange(0, std::max(1, barValue(maximum)));
+    m_progressBar->setValue(maximum > 0 ? 0 : 1);
+    repaintAtOnce(*m_progressBar);
+}
+
+void ArchiverWindow::showProgress(qsizetype value)
+{
+    m_progressBar->setValue(std::min(barValue(value), m_progressBar->maximum()));
+    repaintAtOnce(*m_progressBar);
+}
+
+void ArchiverWindow::showEntry(const QString &text)
+{
+    m_line->setText(m_line->fontMetrics().elidedText(text, Qt::ElideMiddle, m_line->contentsRect().width()));
+    repaintAtOnce(*m_line);
+}
+
+void ArchiverWindow::showOutcome(const QString &text)
+{
+    m_line->setText(text);
+    repaintAtOnce(*m_line);
+}
+
+void ArchiverWindow::showHelp()
+{
+    showText(
+        tr("Prattlebug Archiver Help"),
+        tr("<p>Prattlebug keeps a copy of your iChat chats in the folder <i>Documents/iChats "
+           "(Prattlebugged)</i> of your home folder. This program only reads them.</p>"
+           "<ol><li>Press <b>Archive Chats…</b>, and say what folder to make for the archive, and where. "
+           "When you name a folder that is there already, the archive in it is made anew.</li>"
+           "<li>Import the file <i>Prattlebug Archive mbox</i>, which is shown to you at the end, into your "
+           "mail program. Every chat is a message, addressed from you to you.</li></ol>"
+           "<p>With <b>Skip chats from after Prattlebug was set up</b>, only those chats are archived whose "
+           "transcripts are older than that folder.</p>"));
+}
+
+void ArchiverWindow::showAbout()
+{
+    showText(tr("About Prattlebug Archiver"),
+             tr("<h3>Prattlebug Archiver %1</h3>"
+                "<p>Turns the iChat chats that Prattlebug keeps into one mbox file that any mail program "
+                "imports.</p>")
+                 .arg(QStringLiteral(PRATTLEBUG_VERSION)));
+}
+
+void ArchiverWindow::showText(const QString &title, const QString &html)
+{
+    QMessageBox box(this);
+    box.setWindowTitle(title);
+    box.setIconPixmap(picture());
+    box.setTextFormat(Qt::RichText);
+    box.setText(html);
+    box.addButton(tr("Close"), QMessageBox::RejectRole);
+    box.exec();
+}

@@ -1,0 +1,25 @@
+#include "galleries/pagetemplate.h"
+
+#include "platform/files/files.h"
+
+namespace galleries {
+
+std::optional<PageTemplate> PageTemplate::read(const std::filesystem::path &path)
+{
+    platform::FileContents file = platform::readWholeFile(path);
+    if (!file.bytes)
+        return std::nullopt;
+    return PageTemplate(std::move(*file.bytes));
+}
+
+QByteArray PageTemplate::page(std::span<const Replacement> replacements) const
+{
+    platform::FileText text = m_text;
+    for (const auto &[token, value] : replacements) {
+        if (!text.replace(token, value, largestPage))
+            return {};
+    }
+    return text.bytes();
+}
+
+} // namespace galleries

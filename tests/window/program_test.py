@@ -1,0 +1,271 @@
+"""Uses the installed program as somebody at the desktop does: program_test.py ARCHIVER COMPANION"""
+
+import fcntl
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+from threading import Thread
+from urllib.parse import unquote
+
+from desktop import Application, Desktop, wait_for
+
+SOURCE = Path(__file__).resolve().parents[2]
+WINDOW = "Prattlebug Archiver"
+PANEL = "Generated mbox File"
+MESSAGE = "After the Prattlebug Archiver has finished processing, import this file into your mail program."
+COMPLETE = "Import Complete"
+COMPLETE_TEXT = "The archive file is ready to be imported into your mail client."
+ERROR = "Archiver Error"
+ERROR_TEXT = ("You must have Prattlebug set up in order to use this program. Please go to the Prattlebug preferences "
+              "and click Start to finish setup.")
+
+
+def everything_in(folder):
+    return sorted((path.relative_to(folder), path.read_bytes() if path.is_file() else None)
+                  for path in folder.rglob("*"))
+
+
+def without_writing_times(mbox):
+    """The bytes of an mbox without the moment of archiving, which stands in its separator lines."""
+    return re.sub(rb"(?m)^(From \S* )\w{3} \w{3} [ \d]\d \d\d:\d\d:\d\d \d{4}$", rb"\1", mbox)
+
+
+class WindowTest(unittest.TestCase):
+    def setUp(self):
+        self.desktop = the_desktop
+        folder = tempfile.TemporaryDirectory(prefix="prattlebug-window-")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.home = self.folder / "home"
+        self.transcripts = self.home / "Documents" / "iChats (Prattlebugged)"
+        self.output = self.home / "Prattlebug Archive"
+        self.mbox = self.output / "Prattlebug Archive mbox"
+
+    def set_up_samples(self):
+        subprocess.run([SOURCE / "scripts" / "sample-home.sh", self.home], check=True)
+
+    def start(self, **options):
+        application = Application(self.desktop, archiver, self.home, **options)
+        self.addCleanup(application.close)
+        return application
+
+    def companions_mbox(self, *options):
+        folder = self.folder / "companion"
+        subprocess.run([companion, "--home", self.home, "archive", "--quiet", *options, folder], check=True,
+                       stdout=subprocess.DEVNULL)
+        return (folder / "Prattlebug Archive mbox").read_bytes()
+
+    def check_mbox(self, *options):
+        self.assertEqual(without_writing_times(self.mbox.read_bytes()),
+                         without_writing_times(self.companions_mbox(*options)))
+
+    def dismiss_completion(self, application):
+        """Waits for the alert at the end, and gives what the window's line says meanwhile."""
+        alert = application.wait_for_window(COMPLETE)
+        self.assertIn(COMPLETE_TEXT, alert.labels())
+        line = application.window.labels()[-1]
+        bar = application.window.find("progress bar")
+        self.assertEqual(bar.value, bar.maximum)
+        alert.find("push button", "OK").click()
+        application.wait_for_window(WINDOW)
+        return line
+
+
+class ArchivingTest(WindowTest):
+    def test_from_the_button_to_the_end(self):
+        self.set_up_samples()
+        subprocess.run([companion, "--home", self.home, "prefs", "emailAddress", "sam@example.org"], check=True)
+        application = self.start()
+        application.window.find("push button", "Archive Chats…").click()
+        panel = application.wait_for_window(PANEL)
+        self.assertIn(MESSAGE, panel.labels())
+        self.assertEqual(panel.find("text", "Name:").text, "Prattlebug Archive")
+        self.assertEqual(panel.find("combo box").name, str(self.home))
+        panel.find("push button", "Save").click()
+        line = self.dismiss_completion(application)
+        self.assertRegex(line, r"^18 chats archived, \d+ entries that are no transcripts\.$")
+        self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.mbox}"])
+        self.assertEqual(self.mbox.read_bytes().count(b"\nTo: sam@example.org\n"), 18)
+        self.check_mbox()
+        self.desktop.press("ctrl+q")
+        self.assertEqual(application.process.wait(), 0)
+
+    def test_twice_with_the_same_name(self):
+        self.set_up_samples()
+        application = self.start()
+        for _ in range(2):
+            self.desktop.press("Return")
+            application.wait_for_window(PANEL)
+            self.desktop.press("Return")
+            self.dismiss_completion(application)
+            self.desktop.next_shown()
+            self.assertEqual([path.name for path in self.output.iterdir()], [self.mbox.name])
+            self.check_mbox()
+            self.mbox.write_bytes(b"left over\n" * 100_000)
+            (self.transcripts / "Gus on 2005-04-02 at 09.12.chat").unlink(missing_ok=True)
+
+    def test_another_name_in_another_folder(self):
+        self.set_up_samples()
+        (self.home / "Mail").mkdir()
+        application = self.start()
+        self.desktop.press("ctrl+s")
+        application.wait_for_window(PANEL)
+        self.desktop.type("Old")
+        self.desktop.press("Tab", "Tab", "Tab", "End", "Return", "shift+Tab", "shift+Tab", "shift+Tab", "End")
+        self.desktop.type(" chats")
+        self.desktop.press("Return")
+        self.dismiss_completion(application)
+        self.mbox = self.home / "Mail" / "Old chats" / "Prattlebug Archive mbox"
+        self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.mbox}"])
+        self.check_mbox()
+
+    def test_cancelled(self):
+        self.set_up_samples()
+        before = everything_in(self.home)
+        application = self.start()
+        application.window.find("push button", "Archive Chats…").click()
+        application.wait_for_window(PANEL).find("push button", "Cancel").click()
+        application.wait_for_window(WINDOW)
+        self.desktop.press("Return")
+        application.wait_for_window(PANEL)
+        self.desktop.press("Escape")
+        application.wait_for_window(WINDOW)
+        self.assertEqual(everything_in(self.home), before)
+        self.assertEqual(application.window.labels()[-1], "Ready.")
+
+    def test_without_a_transcript_folder(self):
+        self.home.mkdir()
+        before = everything_in(self.home)
+        application = self.start()
+        application.window.find("push button", "Archive Chats…").click()
+        alert = application.wait_for_window(ERROR)
+        self.assertIn(ERROR_TEXT, alert.labels())
+        self.assertEqual([w.name for w in alert.descendants() if w.role == "push button"], ["Cancel"])
+        alert.find("push button", "Cancel").click()
+        application.wait_for_window(WINDOW)
+        self.assertEqual(everything_in(self.home), before)
+
+    def test_with_the_check_box(self):
+        self.set_up_samples()
+        subprocess.run(["touch", "-d", "2005-06-01", self.transcripts], check=True)
+        application = self.start()
+        application.window.find("check box").click()
+        wait_for(lambda: application.window.find("check box").has_state("CHECKED"), "the check mark")
+        self.desktop.press("ctrl+s")
+        application.wait_for_window(PANEL)
+        self.desktop.press("Return")
+        line = self.dismiss_completion(application)
+        self.desktop.next_shown()
+        self.assertRegex(line, r"^9 chats archived, .*\b\d+ passed over as new\.$")
+        self.check_mbox("--skip-new")
+
+    def test_empty_transcript_folder(self):
+        self.transcripts.mkdir(parents=True)
+        application = self.start()
+        self.desktop.press("Return")
+        application.wait_for_window(PANEL)
+        self.desktop.press("Return")
+        self.assertEqual(self.dismiss_completion(application), "0 chats archived.")
+        self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.mbox}"])
+        self.assertEqual(self.mbox.read_bytes(), b"")
+
+    def test_file_in_the_way(self):
+        self.set_up_samples()
+        self.output.write_bytes(b"no folder\n")
+        application = self.start()
+        self.desktop.press("Return")
+        panel = application.wait_for_window(PANEL)
+        self.assertIn("A file of this name is there already: no archive can be made.", panel.labels())
+        self.desktop.press("Return")
+        self.assertRegex(self.dismiss_completion(application), "The mbox could not be written whole.$")
+        self.assertEqual(self.output.read_bytes(), b"no folder\n")
+        self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.output}"])
+
+    def test_at_work(self):
+        """Holds the program in the middle of its work: its console log goes into a pipe that nobody empties."""
+        self.transcripts.mkdir(parents=True)
+        for number in range(400):
+            (self.transcripts / f"Entry {number}, whose name helps to fill the pipe").touch()
+        reading, writing = os.pipe()
+        self.addCleanup(os.close, reading)
+        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        application = self.start(stderr=writing)
+        os.close(writing)
+        bar_x, bar_y, bar_width, bar_height = application.window.find("progress bar").place
+        start = bar_x + 6, bar_y + bar_height // 2
+        end = bar_x + bar_width - 6, bar_y + bar_height // 2
+        empty = self.desktop.pixel(*start)
+        button = application.window.find("push button", "Archive Chats…").place
+        icon = application.window.find("image").place
+        headline = self.desktop.region(icon)
+        self.desktop.press("Return")
+        application.wait_for_window(PANEL)
+        self.assertNotEqual(self.desktop.region(icon), headline, "the panel covers it")
+        self.desktop.press("Return")
+
+        wait_for(lambda: self.desktop.pixel(*start) != empty, "the bar to move")
+        while self.desktop.region(icon) != headline:  # whatever the panel uncovers is drawn again
+            os.read(reading, 512)
+            time.sleep(0.02)
+        self.assertEqual(self.desktop.pixel(*end), empty, "still at work")
+
+        # Neither clicks nor keys of this time start a second run.
+        x, y, width, height = button
+        self.desktop.xdotool("mousemove", str(x + width // 2), str(y + height // 2), "click", "--repeat", "3", "1")
+        self.desktop.press("Return", "ctrl+s")
+        Thread(target=lambda: [None for _ in iter(lambda: os.read(reading, 65536), b"")], daemon=True).start()
+        self.assertEqual(self.dismiss_completion(application), "0 chats archived, 400 entries that are no transcripts.")
+        self.desktop.next_shown()
+        self.desktop.press("F1")
+        application.wait_for_window("Prattlebug Archiver Help")
+        self.assertNotIn(PANEL, application.windows())
+
+
+class DesktopTest(WindowTest):
+    def test_folder_is_opened_without_a_file_manager_on_the_bus(self):
+        self.desktop.tell_services("leave")
+        self.addCleanup(self.desktop.tell_services, "return")
+        self.transcripts.mkdir(parents=True)
+        commands = self.folder / "commands"
+        commands.mkdir()
+        opened = self.folder / "opened"
+        (commands / "xdg-open").write_text(f"#!/bin/sh\necho \"$1\" >'{opened}.new'; mv '{opened}.new' '{opened}'\n")
+        (commands / "xdg-open").chmod(0o755)
+        application = self.start(PATH=f"{commands}:{os.environ['PATH']}")
+        self.desktop.press("Return")
+        application.wait_for_window(PANEL)
+        self.desktop.press("Return")
+        self.dismiss_completion(application)
+        wait_for(opened.exists, "the folder to be opened")
+        self.assertEqual(unquote(opened.read_text().strip()), f"file://{self.output}")
+
+    def background(self, application):
+        x, y, width, height = application.window.place
+        return sum(self.desktop.pixel(x + width // 2, y + height - 4)) / 3
+
+    def test_follows_the_appearance(self):
+        self.home.mkdir()
+        self.addCleanup(self.desktop.tell_services, "light")
+        application = self.start()
+        wait_for(lambda: self.background(application) > 200, "light colours")
+        self.desktop.tell_services("dark")
+        wait_for(lambda: self.background(application) < 80, "dark colours")
+        application.close()
+        application = self.start()
+        wait_for(lambda: self.background(application) < 80, "dark colours from the start")
+        self.desktop.tell_services("light")
+        wait_for(lambda: self.background(application) > 200, "light colours again")
+
+
+if __name__ == "__main__":
+    archiver, companion = sys.argv[1:3]
+    the_desktop = Desktop()
+    try:
+        unittest.main(argv=[sys.argv[0], "-v", *sys.argv[3:]])
+    finally:
+        the_desktop.close()

@@ -1,0 +1,152 @@
+#include "archiver/window/savepanel.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class SavePanelTest : public testing::Test {
+protected:
+    SavePanelTest() : m_home(fs::path(m_temporary.path().toStdString()) / "home")
+    {
+        for (const char *folder : {"Desktop/Deep", "Mail", ".hidden", "Not text \xff"})
+            fs::create_directories(m_home / folder);
+        std::ofstream(m_home / "A file") << "here already\n";
+        fs::create_directory_symlink(m_home / "Mail", m_home / "Letters");
+        qputenv("HOME", QByteArray::fromStdString(m_home.native()));
+    }
+
+    ~SavePanelTest() override
+    {
+        std::error_code ignored;
+        fs::remove_all(m_home, ignored); // Qt does not see the folder whose name is no text
+    }
+
+    [[nodiscard]] std::unique_ptr<SavePanel> makePanel() const
+    {
+        auto panel = std::make_unique<SavePanel>(
+            DesktopInterface::SavePanel{QStringLiteral("The title"), QStringLiteral("The message"),
+                                        QStringLiteral("Archive"), m_home},
+            nullptr);
+        panel->open();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(panel.get()));
+        return panel;
+    }
+
+    [[nodiscard]] static QStringList listed(const SavePanel &panel)
+    {
+        QStringList names;
+        const auto *list = panel.findChild<QListWidget *>();
+        for (int row = 0; row < list->count(); ++row)
+            names += list->item(row)->text();
+        return names;
+    }
+
+    QTemporaryDir m_temporary;
+    fs::path m_home;
+};
+
+TEST_F(SavePanelTest, proposesTheNameInTheHomeFolder)
+{
+    const auto panel = makePanel();
+    EXPECT_EQ(panel->windowTitle(), QStringLiteral("The title"));
+    QStringList labels;
+    for (const QLabel *label : panel->findChildren<QLabel *>())
+        labels += label->text();
+    EXPECT_TRUE(labels.contains(QStringLiteral("The message")));
+    EXPECT_EQ(panel->path(), m_home / "Archive");
+    EXPECT_EQ(listed(*panel), QStringList({QStringLiteral("Desktop"), QStringLiteral("Letters"),
+                                           QStringLiteral("Mail"), QStringLiteral("Not text \uFFFD")}));
+    EXPECT_TRUE(panel->findChild<QLineEdit *>()->hasFocus());
+    QTest::keyClick(panel->focusWidget(), Qt::Key_Return);
+    EXPECT_EQ(panel->result(), QDialog::Accepted);
+    EXPECT_FALSE(panel->isVisible());
+}
+
+TEST_F(SavePanelTest, takesTheNameOfAFolderThatIsThereAlready)
+{
+    const auto panel = makePanel();
+    panel->findChild<QLineEdit *>()->setText(QStringLiteral("Mail"));
+    QTest::keyClick(panel->focusWidget(), Qt::Key_Return);
+    EXPECT_EQ(panel->result(), QDialog::Accepted);
+    EXPECT_FALSE(panel->isVisible());
+    EXPECT_EQ(panel->path(), m_home / "Mail");
+}
+
+TEST_F(SavePanelTest, isDismissedByEscape)
+{
+    const auto panel = makePanel();
+    QTest::keyClick(panel->focusWidget(), Qt::Key_Escape);
+    EXPECT_EQ(panel->result(), QDialog::Rejected);
+    EXPECT_FALSE(panel->isVisible());
+}
+
+TEST_F(SavePanelTest, walksTheFoldersByKeyboard)
+{
+    const auto panel = makePanel();
+    auto *list = panel->findChild<QListWidget *>();
+    list->setFocus();
+    list->setCurrentRow(0);
+    QTest::keyClick(list, Qt::Key_Return);
+    EXPECT_TRUE(panel->isVisible()) << "Return in the list enters a folder and saves nothing";
+    EXPECT_EQ(panel->path(), m_home / "Desktop" / "Archive");
+    EXPECT_EQ(listed(*panel), QStringList(QStringLiteral("Deep")));
+
+    QTest::keyClick(list, Qt::Key_Backspace);
+    EXPECT_EQ(panel->path(), m_home / "Archive");
+    EXPECT_EQ(list->currentItem()->text(), QStringLiteral("Desktop"));
+    QTest::keyClick(list, Qt::Key_End);
+    QTest::keyClick(list, Qt::Key_Return);
+    EXPECT_EQ(panel->path(), m_home / "Not text \xff" / "Archive") << "a folder goes by its bytes";
+    QTest::keyClick(list, Qt::Key_Return); // there is no folder in it to enter
+    EXPECT_EQ(panel->path(), m_home / "Not text \xff" / "Archive");
+
+    QTest::keyClick(list, Qt::Key_Up, Qt::AltModifier); // presses a button, which takes its time
+    EXPECT_TRUE(QTest::qWaitFor([&] { return panel->path() == m_home / "Archive"; }));
+    for (int level = 0; level < 100; ++level)
+        QTest::keyClick(list, Qt::Key_Backspace);
+    EXPECT_EQ(panel->path(), "/Archive");
+}
+
+TEST_F(SavePanelTest, takesPathsAndTellsWhatTheyLeadTo)
+{
+    struct Case {
+        const char *name;
+        std::optional<fs::path> path;
+        const char *tells; ///< a word of what the panel says
+    };
+    for (const Case &expected : {
+             Case{"", std::nullopt, ""},
+             Case{"   ", std::nullopt, ""},
+             Case{"New", m_home / "New", "Makes"},
+             Case{"Zo\xC3\xAB", m_home / "Zo\xC3\xAB", "Makes"},
+             Case{"Mail/New", m_home / "Mail" / "New", "Makes"},
+             Case{"~/Mail/New", m_home / "Mail" / "New", "Makes"},
+             Case{"~", m_home, "replaced"},
+             Case{"Mail", m_home / "Mail", "replaced"},
+             Case{"Mail/", m_home / "Mail/", "replaced"},
+             Case{"/nowhere/New", "/nowhere/New", "There is no folder /nowhere"},
+             Case{"A file", m_home / "A file", "A file of this name"},
+         }) {
+        const auto panel = makePanel();
+        panel->findChild<QLineEdit *>()->setText(QString::fromUtf8(expected.name));
+        EXPECT_EQ(panel->path(), expected.path) << expected.name;
+        EXPECT_EQ(panel->findChild<QPushButton *>()->isEnabled(), expected.path.has_value()) << expected.name;
+        QString told;
+        for (const QLabel *label : panel->findChildren<QLabel *>())
+            told += label->text() + u'\n';
+        EXPECT_THAT(told.toStdString(), testing::HasSubstr(expected.tells)) << expected.name;
+    }
+}
+
+} // namespace
