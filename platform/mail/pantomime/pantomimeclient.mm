@@ -1,4 +1,5 @@
-// Two worlds meet here whose classes share their names: platform::NSRunLoop is ours, ::NSRunLoop the library's.
+// Two worlds meet here whose classes share their names. The library's that have a namesake of ours go by another name,
+// which is given to them below.
 
 #include "platform/mail/pantomime/pantomimeclient.h"
 
@@ -15,6 +16,12 @@
 
 #include <objc/runtime.h>
 #include <sys/socket.h>
+
+@compatibility_alias LibraryDate NSDate;
+@compatibility_alias LibraryObject NSObject;
+@compatibility_alias LibraryRunLoop NSRunLoop;
+@compatibility_alias LibrarySMTP CWSMTP;
+@compatibility_alias LibraryTimer NSTimer;
 
 namespace {
 
@@ -56,11 +63,16 @@ QByteArray bytesFrom(NSData *data)
     return data ? QByteArray(static_cast<const char *>([data bytes]), qsizetype([data length])) : QByteArray();
 }
 
+CWTCPConnection *connectionOf(LibrarySMTP *smtp)
+{
+    return static_cast<CWTCPConnection *>(static_cast<id>([smtp connection]));
+}
+
 /// Runs the thread's run loop once. An exception of the library ends here, as a loop that cannot run.
-bool runOnce(::NSDate *until)
+bool runOnce(LibraryDate *until)
 {
     @try {
-        return [[::NSRunLoop currentRunLoop] runMode:::NSDefaultRunLoopMode beforeDate:until];
+        return [[LibraryRunLoop currentRunLoop] runMode: ::NSDefaultRunLoopMode beforeDate:until];
     } @catch (NSException *exception) {
         platform::NSLog(QStringLiteral("The mail library has failed: ") +
                         QString::fromUtf8([[exception reason] UTF8String]));
@@ -95,7 +107,7 @@ bool runOnce(::NSDate *until)
 @interface PrattlebugEvents : NSObject
 {
 @public
-    platform::PantomimeExchange *exchange;
+    void *owner; // the exchange; the runtime would try to describe a C++ type to itself
 }
 @end
 
@@ -116,7 +128,7 @@ public:
     /// Does @p request as soon as the server has introduced itself: the library would do it at once, and speak
     /// out of turn to a server that takes its time.
     void ask(std::function<void()> request);
-    [[nodiscard]] ::CWSMTP *smtp() const { return m_smtp; }
+    [[nodiscard]] LibrarySMTP *smtp() const { return m_smtp; }
     /// The reply that ended the exchange, before that the latest.
     [[nodiscard]] QByteArray reply() const { return m_ending ? m_reply : bytesFrom([m_smtp lastResponse]); }
     [[nodiscard]] std::optional<Ending> ending() const { return m_ending; }
@@ -156,9 +168,9 @@ private:
     void stopPatience();
 
     MailServer m_server;
-    ::CWSMTP *m_smtp;
+    LibrarySMTP *m_smtp;
     PrattlebugEvents *m_events;
-    ::NSTimer *m_patience = nil;
+    LibraryTimer *m_patience = nil;
     CWSMTPDelegate *m_delegate = nullptr;
 
     Opening m_opening = Opening::NotStarted;
@@ -177,61 +189,66 @@ private:
 } // namespace platform
 
 @implementation PrattlebugEvents
+static platform::PantomimeExchange *exchangeOf(PrattlebugEvents *events)
+{
+    return static_cast<platform::PantomimeExchange *>(events->owner);
+}
+
 - (void)connectionEstablished:(NSNotification *)notification
 {
-    exchange->established();
+    exchangeOf(self)->established();
 }
 - (void)connectionLost:(NSNotification *)notification
 {
-    exchange->lost();
+    exchangeOf(self)->lost();
 }
 - (void)connectionTerminated:(NSNotification *)notification
 {
-    exchange->terminated();
+    exchangeOf(self)->terminated();
 }
 - (void)connectionTimedOut:(NSNotification *)notification
 {
-    exchange->timedOut();
+    exchangeOf(self)->timedOut();
 }
 - (void)serviceInitialized:(NSNotification *)notification
 {
-    exchange->initialized();
+    exchangeOf(self)->initialized();
 }
 - (void)service:(CWService *)service receivedData:(NSData *)data
 {
-    exchange->received(QByteArrayView(static_cast<const char *>([data bytes]), qsizetype([data length])));
+    exchangeOf(self)->received(QByteArrayView(static_cast<const char *>([data bytes]), qsizetype([data length])));
 }
 - (void)service:(CWService *)service sentData:(NSData *)data
 {
-    exchange->sent();
+    exchangeOf(self)->sent();
 }
 - (void)authenticationCompleted:(NSNotification *)notification
 {
-    exchange->authenticationCompleted();
+    exchangeOf(self)->authenticationCompleted();
 }
 - (void)authenticationFailed:(NSNotification *)notification
 {
-    exchange->end(platform::PantomimeExchange::Ending::LoginFailed, exchange->reply());
+    exchangeOf(self)->end(platform::PantomimeExchange::Ending::LoginFailed, exchangeOf(self)->reply());
 }
 - (void)messageSent:(NSNotification *)notification
 {
-    exchange->end(platform::PantomimeExchange::Ending::Sent, exchange->reply());
+    exchangeOf(self)->end(platform::PantomimeExchange::Ending::Sent, exchangeOf(self)->reply());
 }
 - (void)messageNotSent:(NSNotification *)notification
 {
-    exchange->end(platform::PantomimeExchange::Ending::NotSent, exchange->reply());
+    exchangeOf(self)->end(platform::PantomimeExchange::Ending::NotSent, exchangeOf(self)->reply());
 }
-- (void)patienceIsOver:(::NSTimer *)timer
+- (void)patienceIsOver:(LibraryTimer *)timer
 {
-    exchange->patienceIsOver();
+    exchangeOf(self)->patienceIsOver();
 }
 - (void)proceed
 {
-    exchange->proceed();
+    exchangeOf(self)->proceed();
 }
 - (void)turnedAway
 {
-    exchange->turnedAway();
+    exchangeOf(self)->turnedAway();
 }
 @end
 
@@ -242,7 +259,7 @@ PantomimeExchange::PantomimeExchange(const MailServer &server, const MailEnvelop
 {
     const Pool pool;
     m_events = [[PrattlebugEvents alloc] init];
-    m_events->exchange = this;
+    m_events->owner = this;
 
     PrattlebugMessage *message = [[[PrattlebugMessage alloc] init] autorelease];
     QByteArrayView bytes(envelope.message);
@@ -252,7 +269,7 @@ PantomimeExchange::PantomimeExchange(const MailServer &server, const MailEnvelop
     [message setFrom:addressFrom(envelope.sender)];
     [message addRecipient:addressFrom(envelope.recipient)];
 
-    m_smtp = [[::CWSMTP alloc] initWithName:stringFrom(server.host) port:server.port];
+    m_smtp = [[LibrarySMTP alloc] initWithName:stringFrom(server.host) port:server.port];
     [m_smtp setDelegate:m_events];
     [m_smtp setMessage:message]; // its recipients too: with others set, the library would not ask for its bytes
     [m_smtp setConnectionTimeout:farOffLimit];
@@ -264,13 +281,13 @@ PantomimeExchange::~PantomimeExchange()
 {
     const Pool pool;
     stopPatience();
-    [NSObject cancelPreviousPerformRequestsWithTarget:m_events];
+    [LibraryObject cancelPreviousPerformRequestsWithTarget:m_events];
     m_delegate = nullptr;
     const bool serverListens = m_opening == Opening::Done && m_ending != Ending::TimedOut;
     if (m_connected && serverListens) {
         m_ending = m_ending.value_or(Ending::NotSent);
         [m_smtp close]; // QUIT; the server's answer terminates the connection
-        ::NSDate *until = [::NSDate dateWithTimeIntervalSinceNow:secondsToLeave];
+        LibraryDate *until = [LibraryDate dateWithTimeIntervalSinceNow:secondsToLeave];
         while (m_connected && [until timeIntervalSinceNow] > 0 && runOnce(until)) {
         }
         stopPatience();
@@ -299,7 +316,7 @@ int PantomimeExchange::connect()
     }
     while (m_opening == Opening::UnderWay) {
         const Pool turn;
-        if (!runOnce([::NSDate distantFuture]))
+        if (!runOnce([LibraryDate distantFuture]))
             giveUp(QStringLiteral("The run loop does not run."));
     }
     return m_opening == Opening::Done ? 0 : -1;
@@ -331,7 +348,7 @@ void PantomimeExchange::established()
     // The library says so of every connection in the background, made or refused.
     sockaddr_storage peer{};
     socklen_t size = sizeof peer;
-    if (getpeername([[m_smtp connection] fd], reinterpret_cast<sockaddr *>(&peer), &size) != 0) {
+    if (getpeername([connectionOf(m_smtp) fd], reinterpret_cast<sockaddr *>(&peer), &size) != 0) {
         giveUp(QStringLiteral("The server refuses the connection."));
         return;
     }
@@ -362,21 +379,23 @@ void PantomimeExchange::initialized()
 
 void PantomimeExchange::startEncryption()
 {
-    for (NSString *capability in [m_smtp capabilities]) {
-        if ([capability caseInsensitiveCompare:@"STARTTLS"] == NSOrderedSame) {
-            m_encryption = Encryption::Asked;
-            m_line.clear();
-            [m_smtp startTLS];
-            return;
-        }
+    NSArray *capabilities = [m_smtp capabilities];
+    bool offered = false;
+    for (NSUInteger i = 0; i < [capabilities count]; ++i)
+        offered |= [[capabilities objectAtIndex:i] caseInsensitiveCompare:@"STARTTLS"] == NSOrderedSame;
+    if (!offered) {
+        giveUp(QStringLiteral("The server offers no encryption."));
+        return;
     }
-    giveUp(QStringLiteral("The server offers no encryption."));
+    m_encryption = Encryption::Asked;
+    m_line.clear();
+    [m_smtp startTLS];
 }
 
 QString PantomimeExchange::certificateProblem() const
 {
     const QString none = QStringLiteral("No encrypted connection has come about.");
-    CWTCPConnection *connection = static_cast<CWTCPConnection *>([m_smtp connection]);
+    CWTCPConnection *connection = connectionOf(m_smtp);
     if (![connection isSSL])
         return none; // the library goes on in clear after a failed handshake
 
@@ -422,7 +441,7 @@ void PantomimeExchange::received(QByteArrayView data)
     // The two lines that the library passes over when they say no: the greeting, and the reply to STARTTLS.
     const bool greeting = !m_introduced && m_encryption != Encryption::Asked;
     const bool encryptionReply = m_encryption == Encryption::Asked &&
-                                 ![static_cast<CWTCPConnection *>([m_smtp connection]) isSSL];
+                                 ![connectionOf(m_smtp) isSSL];
     if (!greeting && !encryptionReply)
         return;
     if (m_line.contains('\n')) {
@@ -511,7 +530,7 @@ void PantomimeExchange::cutOff(const QString &problem)
 {
     if (m_problem.isEmpty())
         m_problem = problem;
-    ::shutdown([[m_smtp connection] fd], SHUT_RDWR);
+    ::shutdown([connectionOf(m_smtp) fd], SHUT_RDWR);
 }
 
 void PantomimeExchange::patienceIsOver()
@@ -527,7 +546,7 @@ void PantomimeExchange::restartPatience()
 {
     stopPatience();
     if (!m_ending)
-        m_patience = [::NSTimer scheduledTimerWithTimeInterval:NSTimeInterval(m_server.patience.count())
+        m_patience = [LibraryTimer scheduledTimerWithTimeInterval:NSTimeInterval(m_server.patience.count())
                                                         target:m_events
                                                       selector:@selector(patienceIsOver:)
                                                       userInfo:nil
@@ -572,14 +591,16 @@ int PantomimeClient::connect()
 
 void PantomimeClient::authenticate(const QString &username, const QString &password, const QString &mechanism)
 {
-    m_exchange->ask([smtp = m_exchange->smtp(), username, password, mechanism] {
+    LibrarySMTP *smtp = m_exchange->smtp();
+    m_exchange->ask([=] {
         [smtp authenticate:stringFrom(username) password:stringFrom(password) mechanism:stringFrom(mechanism)];
     });
 }
 
 void PantomimeClient::sendMessage()
 {
-    m_exchange->ask([smtp = m_exchange->smtp()] { [smtp sendMessage]; });
+    LibrarySMTP *smtp = m_exchange->smtp();
+    m_exchange->ask([=] { [smtp sendMessage]; });
 }
 
 QByteArray PantomimeClient::lastResponse() const
@@ -601,18 +622,12 @@ QString PantomimeClient::problem() const
 
 // The run loop and its timers
 
-namespace {
-
-class LoopTimer;
-
-} // namespace
-
 @interface PrattlebugTimerTarget : NSObject
 {
 @public
-    LoopTimer *timer; // null when there is none any more
+    void *owner; // the timer; null when there is none any more
 }
-- (void)fire:(::NSTimer *)nsTimer;
+- (void)fire:(LibraryTimer *)nsTimer;
 @end
 
 namespace {
@@ -623,8 +638,8 @@ public:
         : NSTimer(userInfo), m_action(std::move(action)), m_target([[PrattlebugTimerTarget alloc] init])
     {
         const Pool pool;
-        m_target->timer = this;
-        m_timer = [[::NSTimer scheduledTimerWithTimeInterval:timeInterval
+        m_target->owner = this;
+        m_timer = [[LibraryTimer scheduledTimerWithTimeInterval:timeInterval
                                                       target:m_target
                                                     selector:@selector(fire:)
                                                     userInfo:nil
@@ -632,7 +647,7 @@ public:
     }
     ~LoopTimer() override
     {
-        m_target->timer = nullptr;
+        m_target->owner = nullptr;
         [m_timer invalidate];
         [m_timer release];
         [m_target release];
@@ -647,7 +662,7 @@ public:
 private:
     Action m_action;
     PrattlebugTimerTarget *m_target;
-    ::NSTimer *m_timer;
+    LibraryTimer *m_timer;
 };
 
 class CurrentRunLoop final : public platform::NSRunLoop {
@@ -661,18 +676,18 @@ public:
     bool runMode(platform::NSRunLoopMode /*the only one*/, const platform::NSDate &beforeDate) override
     {
         const Pool pool;
-        return runOnce([::NSDate dateWithTimeIntervalSinceReferenceDate:beforeDate.timeIntervalSinceReferenceDate()]);
+        return runOnce([LibraryDate dateWithTimeIntervalSinceReferenceDate:beforeDate.timeIntervalSinceReferenceDate()]);
     }
 };
 
 } // namespace
 
 @implementation PrattlebugTimerTarget
-- (void)fire:(::NSTimer *)nsTimer
+- (void)fire:(LibraryTimer *)nsTimer
 {
     [[self retain] autorelease];
-    if (timer)
-        timer->fire();
+    if (owner)
+        static_cast<LoopTimer *>(owner)->fire();
 }
 @end
 
