@@ -16,9 +16,9 @@ constexpr QByteArrayView boundary("=_prattlebug_chat");
 
 constexpr qsizetype longestLine = 76;
 
-bool isPrintableAscii(char32_t c)
+bool isPrintableAscii(QChar c)
 {
-    return c >= U' ' && c <= U'~';
+    return c >= u' ' && c <= u'~';
 }
 
 /// @p text as encoded words (RFC 2047), each whole characters, on lines of their own.
@@ -33,7 +33,7 @@ QByteArray encodedWords(const QString &text)
         words += "=?utf-8?B?" + bytes.toBase64() + "?=";
         bytes.clear();
     };
-    for (const char32_t character : text.toUcs4()) {
+    for (const char32_t character : text.toStdU32String()) {
         const QByteArray next = platform::utf8FromString(QString::fromUcs4(&character, 1));
         if (bytes.size() + next.size() > mostBytes)
             finishWord();
@@ -50,9 +50,8 @@ QByteArray subjectField(QString subject)
             c = u' ';
     }
     constexpr QByteArrayView name("Subject: ");
-    const QList<uint> characters = subject.toUcs4();
     const bool canStand = name.size() + subject.size() <= longestLine &&
-                          std::all_of(characters.begin(), characters.end(), isPrintableAscii) &&
+                          std::all_of(subject.cbegin(), subject.cend(), isPrintableAscii) &&
                           !subject.contains(QStringLiteral("=?")) && subject == subject.trimmed();
     return name.toByteArray() + (canStand ? subject.toLatin1() : encodedWords(subject));
 }

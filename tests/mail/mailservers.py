@@ -2,10 +2,15 @@
 
 import asyncio
 import contextlib
+import logging
 import socket
 import threading
+import warnings
 
 from aiosmtpd.smtp import SMTP, AuthResult
+
+warnings.filterwarnings("ignore", module="aiosmtpd")
+logging.getLogger("mail.log").setLevel(logging.ERROR)  # it warns of what the tests are about
 
 
 class Handler:
@@ -14,7 +19,7 @@ class Handler:
     def __init__(self, answers):
         self.answers = answers
         self.received = []  # envelopes
-        self.logins = []    # name and password
+        self.logins = []    # mechanism, name and password
         self.encrypted = [] # for each envelope, whether it came over an encrypted connection
 
     async def answer(self, command, server, usual):
@@ -39,7 +44,7 @@ class Handler:
 
 async def hang_up(server):
     server.transport.abort()
-    return "250 OK"
+    return "451 Nobody hears this"
 
 
 async def say_nothing(server):
@@ -56,7 +61,8 @@ def mail_server(answers=None, login=None, **settings):
     if login:
         def authenticator(server, session, envelope, mechanism, data):
             handler.logins.append((mechanism, data.login, data.password))
-            return AuthResult(success=(data.login, data.password) == login)
+            # What is not handled, the server answers by itself.
+            return AuthResult(success=(data.login, data.password) == login, handled=False)
         settings.update(authenticator=authenticator, auth_required=True, auth_require_tls="tls_context" in settings)
     loop = asyncio.new_event_loop()
     started = threading.Event()

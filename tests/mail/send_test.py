@@ -103,13 +103,12 @@ class Send(CompanionTest):
         self.assertEqual(self.preferences()["subjectNumber"], 5)
 
     def test_a_refusal_is_told_in_the_servers_words(self):
-        long_reply = "554 5.6.0 " + "No mail from here, and %s %d none of this kind. " * 60 + "Désolé"
-        long_reply = long_reply.encode().decode("latin-1")  # a character for each byte
+        long_reply = "554 5.6.0 " + "No mail from here, and %s %d none of this kind. " * 60 + "Sorry."
         for answers, reply in (
                 ({"MAIL": "550 5.7.1 No such sender"}, "550 5.7.1 No such sender"),
                 ({"RCPT": "550 5.1.1 No such user"}, "550 5.1.1 No such user"),
                 ({"RCPT": "550-There is\r\n550 5.1.1 no such user"}, "550 5.1.1 no such user"),
-                ({"DATA": long_reply.encode("latin-1").decode()}, long_reply),
+                ({"DATA": long_reply}, long_reply),
                 ({"RCPT": "421 Closing for the night"}, "421 Closing for the night"),
         ):
             self.prefer()
@@ -150,7 +149,7 @@ class Send(CompanionTest):
         for command in ("MAIL", "RCPT", "DATA"):
             for answer, options, reason in (
                     (hang_up, [], "The connection has been lost."),
-                    (say_nothing, ["--timeout", "1"], "The server has not answered for 1 seconds."),
+                    (say_nothing, ["--timeout", "1"], "The server has been silent for 1 s."),
             ):
                 self.prefer()
                 with mail_server({command: answer}) as server:
@@ -162,7 +161,7 @@ class Send(CompanionTest):
     def test_an_unreachable_server(self):
         with unused_port() as port:
             for host, reason in (("127.0.0.1", "The server refuses the connection."),
-                                 ("no-such-host.invalid", "There is no such host.")):
+                                 ("x" * 64, "There is no such host.")):
                 self.prefer()
                 errors = self.send(port, host=host, code=1)
                 self.assert_reported(2, "SMTP unreachable", errors, "Unable to connect to mail server.",
@@ -222,7 +221,7 @@ class Send(CompanionTest):
     def test_encrypts_to_a_trusted_server_alone(self):
         login = {"emailNeedsUsername": 1, "emailUsername": "sam", "emailPassword": LOGIN[1].decode()}
         own, own_settings = self.certificate("127.0.0.1", "localhost")
-        _, other_settings = self.certificate("mail.example.org")
+        others, other_settings = self.certificate("mail.example.org")
         self.prefer(**login)
         with mail_server(login=LOGIN, **own_settings) as server:
             for host in ("127.0.0.1", "localhost"):
@@ -235,10 +234,9 @@ class Send(CompanionTest):
             errors = self.send(server.port, "--starttls", code=1)
             self.assert_reported(2, "SMTP unreachable", errors)
             self.assertIn("certificate", errors.splitlines()[-1])
-        both = self.write("both.pem", b"".join(open(self.path(name), "rb").read() for name in ("127.0.0.1.pem", "mail.example.org.pem")))
         self.prefer(**login)
         with mail_server(login=LOGIN, **other_settings) as other:
-            errors = self.send(other.port, "--starttls", "--ca-file", both, code=1)
+            errors = self.send(other.port, "--starttls", "--ca-file", others, code=1)
             self.assert_reported(2, "SMTP unreachable", errors)
             self.assertIn("name", errors.splitlines()[-1])
         self.prefer(**login)

@@ -539,7 +539,7 @@ void PantomimeExchange::patienceIsOver()
     if (m_introduced && !m_asked)
         restartPatience(); // it is the server that waits
     else
-        giveUp(QStringLiteral("The server has not answered for %1 seconds.").arg(m_server.patience.count()));
+        giveUp(QStringLiteral("The server has been silent for %1 s.").arg(m_server.patience.count()));
 }
 
 void PantomimeExchange::restartPatience()
