@@ -81,6 +81,8 @@ QString failureOf(const PantomimeClient &client, const platform::MailServer &ser
     const auto with = [](const QString &sentence, const QString &more) {
         return more.isEmpty() ? sentence + u'.' : sentence + QStringLiteral(": ") + more;
     };
+    if (!client.ending() && client.problem().isEmpty())
+        return QStringLiteral("The mail library has failed."); // the console log has the reason
     if (!client.ending())
         return with(QStringLiteral("No connection to the mail server ") + name, client.problem());
     switch (*client.ending()) {

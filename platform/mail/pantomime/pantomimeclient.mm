@@ -284,17 +284,20 @@ PantomimeExchange::~PantomimeExchange()
     [LibraryObject cancelPreviousPerformRequestsWithTarget:m_events];
     m_delegate = nullptr;
     const bool serverListens = m_opening == Opening::Done && m_ending != Ending::TimedOut;
-    if (m_connected && serverListens) {
-        m_ending = m_ending.value_or(Ending::NotSent);
-        [m_smtp close]; // QUIT; the server's answer terminates the connection
-        LibraryDate *until = [LibraryDate dateWithTimeIntervalSinceNow:secondsToLeave];
-        while (m_connected && [until timeIntervalSinceNow] > 0 && runOnce(until)) {
+    @try {
+        if (m_connected && serverListens) {
+            m_ending = m_ending.value_or(Ending::NotSent);
+            [m_smtp close]; // QUIT; the server's answer terminates the connection
+            LibraryDate *until = [LibraryDate dateWithTimeIntervalSinceNow:secondsToLeave];
+            while (m_connected && [until timeIntervalSinceNow] > 0 && runOnce(until)) {
+            }
         }
-        stopPatience();
+        [m_smtp setDelegate:nil];
+        if (m_connected)
+            [m_smtp cancelRequest];
+    } @catch (NSException *exception) {
+        [m_smtp setDelegate:nil]; // closed by the system then
     }
-    [m_smtp setDelegate:nil];
-    if (m_connected)
-        [m_smtp cancelRequest];
     [m_smtp release];
     [m_events release];
 }
