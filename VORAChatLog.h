@@ -125,6 +125,12 @@ public:
     /// is escaped.
     [[nodiscard]] bool isLikelyEndOfChat() const;
 
+    /// Appends one entry for each link of the chat to the text file at @p path, which must be there: the
+    /// preference `bookmarkEntry` with its four "%@" filled with the link, the link again, the sender's
+    /// display name and the local time, "Mon March 7, 03:03PM". Nothing is put between entries. Without the
+    /// preference, or when the file cannot be read or written, the file stays as it was.
+    void ExtendURLLog(const std::filesystem::path &path) const;
+
     // Delivery by e-mail (VORAChatLog+Mail.cpp)
 
     /// Drives the exchange that sends the message @p client has been set up with: connects, and one second

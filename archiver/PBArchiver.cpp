@@ -98,6 +98,7 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         ++(outcome == VORAChatLog::Outcome::Unreadable ? m_counts.unreadable : m_counts.notTranscripts);
         return;
     }
+    VORALogGenerator::GenerateLinkFiles(chatLog.get());
     VORALogGenerator::UpdateStatistics(*chatLog);
     const bool written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
     ++(written ? m_counts.archived : m_counts.notWritten);

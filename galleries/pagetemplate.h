@@ -20,7 +20,7 @@ class PageTemplate {
 public:
     /// The largest page that is made, in bytes. Text that is put in is searched for later tokens, so a name
     /// such as "____LINKS" can stand for more than any browser shows.
-    static constexpr qsizetype largestPage = qsizetype(1) << 30;
+    static constexpr qsizetype largestPage = qsizetype(1) << 28;
 
     /// The template at @p path; nothing when it cannot be read.
     [[nodiscard]] static std::optional<PageTemplate> read(const std::filesystem::path &path);

@@ -2,6 +2,8 @@
 
 #include "platform/files/files.h"
 #include "platform/formaterror.h"
+#include "platform/propertylist/scalartext.h"
+#include "platform/text/encoding.h"
 
 namespace galleries {
 
@@ -15,6 +17,13 @@ platform::PropertyList readPropertyListFile(const std::filesystem::path &path)
     } catch (const platform::FormatError &) {
         return {};
     }
+}
+
+std::optional<platform::NSDate> storedDate(const platform::PropertyList &value)
+{
+    if (const auto text = value.string())
+        return platform::dateFromDescription(platform::utf8FromString(*text)).date;
+    return value.date();
 }
 
 } // namespace galleries

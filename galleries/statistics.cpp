@@ -65,7 +65,7 @@ Statistics Statistics::load()
     if (!platform::fileExists(path))
         return startingAt(NSDate::now());
     const PropertyList store = readPropertyListFile(path);
-    std::optional<NSDate> start = store[startDateKey].date();
+    std::optional<NSDate> start = storedDate(store[startDateKey]);
     if (!start) {
         const auto created = platform::creationTime(supportFolder());
         start = created ? created->date() : NSDate::now();

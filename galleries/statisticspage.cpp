@@ -1,9 +1,9 @@
 #include "galleries/statisticspage.h"
 
+#include "galleries/pagefile.h"
 #include "galleries/supportfolder.h"
 
 #include "platform/date/calendar.h"
-#include "platform/files/files.h"
 
 #include <array>
 #include <charconv>
@@ -91,9 +91,8 @@ void writeStatisticsPage(const Statistics &statistics)
     const std::optional<PageTemplate> pageTemplate = PageTemplate::read(statisticsTemplatePath());
     if (!pageTemplate)
         return;
-    const QByteArray page = pageTemplate->page(statisticsReplacements(statistics));
-    if (!page.isNull())
-        (void)platform::writeAtomically(statisticsPagePath(), page); // nobody is told when it fails
+    writePage({QStringLiteral("stats"), QStringLiteral(".html")},
+              pageTemplate->page(statisticsReplacements(statistics)));
 }
 
 } // namespace galleries

@@ -49,11 +49,6 @@ std::filesystem::path statisticsTemplatePath()
     return supportFolder() / statisticsTemplateName;
 }
 
-std::filesystem::path statisticsPagePath()
-{
-    return supportFolder() / "stats.html";
-}
-
 std::filesystem::path curseListPath()
 {
     return supportFolder() / "curses.plist";

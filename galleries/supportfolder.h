@@ -26,7 +26,6 @@ inline constexpr char statisticsTemplateName[] = "statstemplate.html";
 
 [[nodiscard]] std::filesystem::path statisticsStorePath();
 [[nodiscard]] std::filesystem::path statisticsTemplatePath();
-[[nodiscard]] std::filesystem::path statisticsPagePath();
 [[nodiscard]] std::filesystem::path curseListPath();
 [[nodiscard]] std::filesystem::path netspeakListPath();
 

@@ -89,7 +89,7 @@ private:
 /// Never fails: what is no card is passed over, so that a file that is no vCard at all gives no cards. A card
 /// whose END is missing goes on to the next card or the end of the file. The card of an AGENT inside another
 /// one is no card of its own. Takes time and memory in proportion to the bytes. RFC 6350, RFC 2426 and the
-/// vCard 2.1 specification of 1996.
+/// vCard 2.1, of 1996.
 [[nodiscard]] std::vector<ABPerson> readVCards(const QByteArray &bytes);
 
 } // namespace platform

@@ -30,7 +30,7 @@ struct ContentLine {
 };
 
 /// Cuts a vCard file's bytes (ASCII or a superset of it) into content lines: RFC 6350, section 3, and the
-/// vCard 2.1 specification, sections 2.1.1 to 2.1.4. Takes time in proportion to the bytes, whatever they
+/// vCard 2.1, sections 2.1.1 to 2.1.4. Takes time in proportion to the bytes, whatever they
 /// hold.
 ///
 /// Physical lines end with CRLF, LF or CR. One that starts with a blank or tab belongs to the line before; a

@@ -6,10 +6,12 @@
 #include "platform/archive/nskeyedunarchiver.h"
 #include "platform/archive/nsunarchiver.h"
 #include "platform/foundation/scalars.h"
+#include "platform/propertylist/nextstep.h"
 #include "platform/text/encoding.h"
 
 #include <QtEndian>
 
+#include <algorithm>
 #include <array>
 
 namespace platform {
@@ -34,7 +36,7 @@ bool nextIsReal(NSUnarchiver &coder)
 /// A font's name in its old serialised form: a type code, a byte length, the bytes, padding.
 std::optional<QString> fontName(QByteArrayView serialized)
 {
-    constexpr quint32 eightBitText = 5; // NeXTSTEP's; in practice ASCII
+    constexpr quint32 eightBitText = 5; // NeXTSTEP's encoding
     constexpr quint32 utf16Text = 6;    // with a byte-order mark
     constexpr qsizetype headerLength = 8;
     if (serialized.size() < headerLength)
@@ -45,11 +47,15 @@ std::optional<QString> fontName(QByteArrayView serialized)
     if (length > quint64(rest.size()))
         return std::nullopt;
     const QByteArrayView text = rest.first(length);
-    if (type == eightBitText)
-        return QString::fromLatin1(text);
-    if (type != utf16Text || length < 2 || length % 2 != 0)
+    if (type == eightBitText) {
+        QString name(text.size(), Qt::Uninitialized);
+        std::transform(text.begin(), text.end(), name.begin(),
+                       [](char c) { return QChar(characterFromNextStep(quint8(c))); });
+        return name;
+    }
+    const bool littleEndian = text.startsWith("\xFF\xFE");
+    if (type != utf16Text || length % 2 != 0 || (!littleEndian && !text.startsWith("\xFE\xFF")))
         return std::nullopt;
-    const bool littleEndian = quint8(text[0]) == 0xFF && quint8(text[1]) == 0xFE;
     QString name(text.size() / 2 - 1, Qt::Uninitialized);
     if (littleEndian)
         qFromLittleEndian<quint16>(text.data() + 2, name.size(), name.data());

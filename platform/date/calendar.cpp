@@ -127,6 +127,27 @@ QString descriptionWithCalendarFormat(const NSDate &date, QStringView calendarFo
     return text;
 }
 
+std::optional<CalendarMonth> calendarMonth(QStringView text)
+{
+    constexpr qsizetype mostDigits = 5;
+
+    const qsizetype blank = text.indexOf(u' ');
+    const QStringView digits = text.sliced(blank + 1);
+    if (blank < 0 || digits.isEmpty() || digits.size() > mostDigits)
+        return std::nullopt;
+    int year = 0;
+    for (const QChar digit : digits) {
+        if (digit < u'0' || digit > u'9')
+            return std::nullopt;
+        year = year * 10 + (digit.unicode() - u'0');
+    }
+    for (size_t i = 0; i < monthNames.size(); ++i) {
+        if (text.first(blank) == QLatin1String(monthNames[i]))
+            return CalendarMonth{year, int(i) + 1};
+    }
+    return std::nullopt;
+}
+
 QString utcDescription(const NSDate &date)
 {
     QString text;

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <compare>
 #include <optional>
 
 namespace platform {
@@ -51,6 +52,17 @@ struct CalendarDate {
 ///
 /// Any other code stands for itself.
 [[nodiscard]] QString descriptionWithCalendarFormat(const NSDate &date, QStringView calendarFormat);
+
+/// A month of a year, as the calendar format "%B %Y" shows it; earlier ones compare less.
+struct CalendarMonth {
+    int year = 1;  ///< 0 to 10000, as in CalendarDate
+    int month = 1; ///< 1 to 12
+
+    friend auto operator<=>(const CalendarMonth &, const CalendarMonth &) = default;
+};
+/// The month that @p text names in the calendar format "%B %Y": "March 2005". Nothing when it is not of that
+/// form.
+[[nodiscard]] std::optional<CalendarMonth> calendarMonth(QStringView text);
 
 /// The UTC form of @p date with whole seconds, "2005-03-01T21:07:45Z", as XML property lists write it.
 [[nodiscard]] QString utcDescription(const NSDate &date);

@@ -17,7 +17,7 @@ constexpr double latest = 252423993600.0;         // 10000-01-01 00:00:00 UTC, i
 
 std::optional<NSDate> NSDate::fromInterval(double secondsSince2001)
 {
-    if (!(secondsSince2001 >= earliest && secondsSince2001 < latest)) // false for NaN too
+    if (std::isnan(secondsSince2001) || secondsSince2001 < earliest || secondsSince2001 >= latest)
         return std::nullopt;
     return NSDate(secondsSince2001);
 }

@@ -33,6 +33,8 @@ public:
     /// one key "CF$UID".
     void value(const PropertyList &value);
 
+    /// Bytes written so far.
+    [[nodiscard]] qsizetype size() const { return m_bytes.size(); }
     /// The document, complete; call once, after the value is complete.
     [[nodiscard]] QByteArray finish();
 

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 
+#include <ostream>
 #include <vector>
 
 /// An archive that tries to take more memory or time than its size allows. It need not be well formed.
@@ -9,6 +10,8 @@ struct HostileArchive {
     const char *name;
     /// Makes one of about @p size bytes.
     QByteArray (*make)(qsizetype size);
+
+    friend void PrintTo(const HostileArchive &archive, std::ostream *stream) { *stream << archive.name; }
 };
 
 [[nodiscard]] const std::vector<HostileArchive> &hostileStreams();

@@ -256,6 +256,5 @@ TEST(UnknownClasses, OfAKeyedArchiveMayBeNestedVeryDeep)
     for (int i = 0; i < veryDeep; ++i)
         odd = archive.addInstance({"Odd"}, {{"next", Value::ofUid(odd)}});
     const int root = archive.array({odd, inside});
-    for (const QByteArray &bytes : {archive.xml(root), archive.binary(root)})
-        EXPECT_EQ(decodeKeyed(bytes).text(), "( \"<Odd>\", inside )");
+    EXPECT_EQ(decodeKeyed(archive.binary(root)).text(), "( \"<Odd>\", inside )");
 }

@@ -163,6 +163,7 @@ TEST_F(StatisticsTest, BeginAnewFromAStoreOfTheWrongShape)
         {"", "2", "April 5, 2004"},
         {"{ usertextcount = 5; }", "7", "April 5, 2004"},
         {"{ usertextcount = 5; startDate = \"2004-01-01\"; }", "7", "April 5, 2004"},
+        {"{ usertextcount = 5; startDate = \"2004-02-01 12:00:00 +0000\"; }", "7", "February 1, 2004"},
         {"{ usertextcount = (5); startDate = <*D2004-02-01 12:00:00 +0000>; }", "2", "February 1, 2004"},
         {"<plist><dict><key>usertextcount</key><real>5.9</real></dict></plist>", "7", "April 5, 2004"},
         {"<plist><dict><key>usertextcount</key><real>nan</real></dict></plist>", "2", "April 5, 2004"},

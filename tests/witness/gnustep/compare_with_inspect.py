@@ -5,45 +5,14 @@ WITNESS: it was not built) or where it cannot run because there is no display an
 """
 
 import json
-import math
 import os
 import shutil
 import subprocess
 import sys
 import tempfile
 
-SKIPPED = 77
-
-
-def is_number(value):
-    # A boolean counts: archives hold YES and NO as numbers or as booleans.
-    return isinstance(value, (int, float))
-
-
-def differences(expected, actual, where):
-    """Yields a line for each place where the two JSON values differ."""
-    if is_number(expected) and is_number(actual):
-        if isinstance(expected, float) or isinstance(actual, float):
-            same = math.isclose(expected, actual, rel_tol=1e-12, abs_tol=1e-9)
-        else:
-            same = expected == actual
-        if not same:
-            yield f"{where}: {expected!r} was archived, {actual!r} was read"
-    elif isinstance(expected, dict) and isinstance(actual, dict):
-        for key in expected.keys() | actual.keys():
-            if key not in actual:
-                yield f"{where}: {key!r} was not read"
-            elif key not in expected:
-                yield f"{where}: {key!r} was read, but never archived"
-            else:
-                yield from differences(expected[key], actual[key], f"{where}.{key}")
-    elif isinstance(expected, list) and isinstance(actual, list):
-        if len(expected) != len(actual):
-            yield f"{where}: {len(expected)} elements were archived, {len(actual)} were read"
-        for index, (one, other) in enumerate(zip(expected, actual)):
-            yield from differences(one, other, f"{where}[{index}]")
-    elif type(expected) is not type(actual) or expected != actual:
-        yield f"{where}: {expected!r} was archived, {actual!r} was read"
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), ".."))
+from compare import SKIPPED, differences, inspect  # noqa: E402 (the folder has to be known first)
 
 
 def archive(witness, folder):
@@ -58,11 +27,6 @@ def archive(witness, folder):
     environment = {**os.environ, "HOME": folder, "LC_ALL": "C.UTF-8"}
     # Only its output counts: the display's back end complains of cursors on the other stream.
     run = subprocess.run(command, env=environment, stdout=subprocess.PIPE, check=True, timeout=120)
-    return json.loads(run.stdout)
-
-
-def inspect(prattlebug, path):
-    run = subprocess.run([prattlebug, "inspect", path], stdout=subprocess.PIPE, check=True, timeout=60)
     return json.loads(run.stdout)
 
 
