@@ -23,7 +23,7 @@
 /// Loaded whole, from one file, and never changed afterwards; the file is only read. Every rendering is made
 /// afresh on each call, with display names as the address book gives them at that moment. Delivery by e-mail
 /// alone has a state, which is apart from the transcript.
-class VORAChatLog : public platform::CWSMTPDelegate {
+class VORAChatLog final : public platform::CWSMTPDelegate {
 public:
     using Messages = std::vector<std::shared_ptr<const VORAInstantMessage>>;
     using Participants = std::vector<std::shared_ptr<const VORAPresentity>>;

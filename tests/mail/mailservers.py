@@ -9,7 +9,6 @@ import warnings
 
 from aiosmtpd.smtp import SMTP, AuthResult
 
-warnings.filterwarnings("ignore", module="aiosmtpd")
 logging.getLogger("mail.log").setLevel(logging.ERROR)  # it warns of what the tests are about
 
 
@@ -64,13 +63,19 @@ def mail_server(answers=None, login=None, **settings):
             # What is not handled, the server answers by itself.
             return AuthResult(success=(data.login, data.password) == login, handled=False)
         settings.update(authenticator=authenticator, auth_required=True, auth_require_tls="tls_context" in settings)
+
+    def protocol():
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore")  # a login without encryption is what some tests are about
+            return SMTP(handler, loop=loop, **settings)
+
     loop = asyncio.new_event_loop()
     started = threading.Event()
 
     def run():
         asyncio.set_event_loop(loop)
         server = loop.run_until_complete(
-            loop.create_server(lambda: SMTP(handler, loop=loop, **settings), "127.0.0.1", 0))
+            loop.create_server(protocol, "127.0.0.1", 0))
         handler.port = server.sockets[0].getsockname()[1]
         started.set()
         loop.run_forever()

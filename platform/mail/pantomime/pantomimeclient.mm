@@ -1,5 +1,5 @@
-// Two worlds meet here whose classes share their names. The library's that have a namesake of ours go by another name,
-// which is given to them below.
+// Two worlds meet here whose classes share their names. The library's that have a namesake of ours go by
+// another name, which is given to them below.
 
 #include "platform/mail/pantomime/pantomimeclient.h"
 
@@ -45,6 +45,20 @@ private:
     NSAutoreleasePool *m_pool;
 };
 
+/// To be called before the library is used. It would look for the user's settings in the home folder that the
+/// password file names, whatever HOME says, and lock them; this has it find none.
+void prepareLibrary()
+{
+    static const bool prepared = [] {
+        const Pool pool;
+        NSMutableDictionary *configuration = [[GNUstepConfig(nil) mutableCopy] autorelease];
+        [configuration setObject:@"/dev/null" forKey:@"GNUSTEP_USER_DEFAULTS_DIR"];
+        GNUstepConfig(configuration);
+        return true;
+    }();
+    static_cast<void>(prepared);
+}
+
 NSString *stringFrom(const QString &text)
 {
     return [NSString stringWithUTF8String:platform::utf8FromString(text).constData()];
@@ -60,7 +74,8 @@ CWInternetAddress *addressFrom(const QByteArray &address)
 
 QByteArray bytesFrom(NSData *data)
 {
-    return data ? QByteArray(static_cast<const char *>([data bytes]), qsizetype([data length])) : QByteArray();
+    return data ? QByteArray(static_cast<const char *>([data bytes]), qsizetype([data length]))
+                : QByteArray();
 }
 
 CWTCPConnection *connectionOf(LibrarySMTP *smtp)
@@ -83,8 +98,7 @@ bool runOnce(LibraryDate *until)
 } // namespace
 
 /// The message as bytes that are not to be touched: the library would take it apart and write it anew.
-@interface PrattlebugMessage : CWMessage
-{
+@interface PrattlebugMessage : CWMessage {
 @public
     NSData *bytes;
 }
@@ -102,10 +116,9 @@ bool runOnce(LibraryDate *until)
 }
 @end
 
-/// Receives the library's events. It has no methods for the refusal of the sender and of a recipient: only then does
-/// the library send messageNotSent: for these too.
-@interface PrattlebugEvents : NSObject
-{
+/// Receives the library's events. It has no methods for the refusal of the sender and of a recipient: only
+/// then does the library send messageNotSent: for these too.
+@interface PrattlebugEvents : NSObject {
 @public
     void *owner; // the exchange; the runtime would try to describe a C++ type to itself
 }
@@ -125,8 +138,8 @@ public:
 
     void setDelegate(CWSMTPDelegate *delegate) { m_delegate = delegate; }
     [[nodiscard]] int connect();
-    /// Does @p request as soon as the server has introduced itself: the library would do it at once, and speak
-    /// out of turn to a server that takes its time.
+    /// Does @p request as soon as the server has introduced itself: the library would do it at once, and
+    /// speak out of turn to a server that takes its time.
     void ask(std::function<void()> request);
     [[nodiscard]] LibrarySMTP *smtp() const { return m_smtp; }
     /// The reply that ended the exchange, before that the latest.
@@ -216,7 +229,8 @@ static platform::PantomimeExchange *exchangeOf(PrattlebugEvents *events)
 }
 - (void)service:(CWService *)service receivedData:(NSData *)data
 {
-    exchangeOf(self)->received(QByteArrayView(static_cast<const char *>([data bytes]), qsizetype([data length])));
+    exchangeOf(self)->received(
+        QByteArrayView(static_cast<const char *>([data bytes]), qsizetype([data length])));
 }
 - (void)service:(CWService *)service sentData:(NSData *)data
 {
@@ -257,6 +271,7 @@ namespace platform {
 PantomimeExchange::PantomimeExchange(const MailServer &server, const MailEnvelope &envelope)
     : m_server(server), m_encryption(server.encrypted ? Encryption::Wanted : Encryption::None)
 {
+    prepareLibrary();
     const Pool pool;
     m_events = [[PrattlebugEvents alloc] init];
     m_events->owner = this;
@@ -271,7 +286,8 @@ PantomimeExchange::PantomimeExchange(const MailServer &server, const MailEnvelop
 
     m_smtp = [[LibrarySMTP alloc] initWithName:stringFrom(server.host) port:server.port];
     [m_smtp setDelegate:m_events];
-    [m_smtp setMessage:message]; // its recipients too: with others set, the library would not ask for its bytes
+    // The recipients are the message's too: with others set, the library would not ask for its bytes.
+    [m_smtp setMessage:message];
     [m_smtp setConnectionTimeout:farOffLimit];
     [m_smtp setReadTimeout:farOffLimit];
     [m_smtp setWriteTimeout:farOffLimit];
@@ -281,7 +297,6 @@ PantomimeExchange::~PantomimeExchange()
 {
     const Pool pool;
     stopPatience();
-    [LibraryObject cancelPreviousPerformRequestsWithTarget:m_events];
     m_delegate = nullptr;
     const bool serverListens = m_opening == Opening::Done && m_ending != Ending::TimedOut;
     @try {
@@ -298,6 +313,7 @@ PantomimeExchange::~PantomimeExchange()
     } @catch (NSException *exception) {
         [m_smtp setDelegate:nil]; // closed by the system then
     }
+    [LibraryObject cancelPreviousPerformRequestsWithTarget:m_events];
     [m_smtp release];
     [m_events release];
 }
@@ -308,8 +324,8 @@ int PantomimeExchange::connect()
     m_opening = Opening::UnderWay;
     restartPatience();
     @try {
-        // The library's resolver for connections in the background asks name servers by itself. This one asks the
-        // system, and leaves the answer where the other finds it.
+        // The library's resolver for connections in the background asks name servers by itself. This one asks
+        // the system, and leaves the answer where the other finds it.
         if ([[CWDNSManager singleInstance] addressesForName:stringFrom(m_server.host) background:NO])
             [m_smtp connectInBackgroundAndNotify];
         else
@@ -397,12 +413,13 @@ void PantomimeExchange::startEncryption()
 
 QString PantomimeExchange::certificateProblem() const
 {
-    const QString none = QStringLiteral("No encrypted connection has come about.");
+    QString none = QStringLiteral("No encrypted connection has come about.");
     CWTCPConnection *connection = connectionOf(m_smtp);
     if (![connection isSSL])
         return none; // the library goes on in clear after a failed handshake
 
-    // The library checks no certificate, and where it can be told to, it gets the names wrong. So down to the session.
+    // The library checks no certificate, and where it can be told to, it gets the names wrong. So down to the
+    // session.
     const Ivar handleVariable = class_getInstanceVariable([connection class], "_ssl");
     id handle = handleVariable ? object_getIvar(connection, handleVariable) : nil;
     const Ivar sessionVariable = handle ? class_getInstanceVariable([handle class], "session") : nullptr;
@@ -413,11 +430,12 @@ QString PantomimeExchange::certificateProblem() const
     gnutls_certificate_credentials_t trusted = [[session credentials] credentials];
     gnutls_certificate_set_x509_system_trust(trusted);
     if (!m_server.certificates.empty() &&
-        gnutls_certificate_set_x509_trust_file(trusted, m_server.certificates.c_str(), GNUTLS_X509_FMT_PEM) <= 0)
+        gnutls_certificate_set_x509_trust_file(trusted, m_server.certificates.c_str(), GNUTLS_X509_FMT_PEM) <=
+            0)
         return QStringLiteral("The file of authorities to trust holds none.");
     unsigned status = 0;
-    const int result = gnutls_certificate_verify_peers3(session->session,
-                                                        m_server.host.toLatin1().constData(), &status);
+    const int result =
+        gnutls_certificate_verify_peers3(session->session, m_server.host.toLatin1().constData(), &status);
     if (result != GNUTLS_E_SUCCESS)
         return QStringLiteral("The server's certificate could not be checked: ") +
                QString::fromUtf8(gnutls_strerror(result));
@@ -443,8 +461,7 @@ void PantomimeExchange::received(QByteArrayView data)
     }
     // The two lines that the library passes over when they say no: the greeting, and the reply to STARTTLS.
     const bool greeting = !m_introduced && m_encryption != Encryption::Asked;
-    const bool encryptionReply = m_encryption == Encryption::Asked &&
-                                 ![connectionOf(m_smtp) isSSL];
+    const bool encryptionReply = m_encryption == Encryption::Asked && ![connectionOf(m_smtp) isSSL];
     if (!greeting && !encryptionReply)
         return;
     if (m_line.contains('\n')) {
@@ -550,10 +567,10 @@ void PantomimeExchange::restartPatience()
     stopPatience();
     if (!m_ending)
         m_patience = [LibraryTimer scheduledTimerWithTimeInterval:NSTimeInterval(m_server.patience.count())
-                                                        target:m_events
-                                                      selector:@selector(patienceIsOver:)
-                                                      userInfo:nil
-                                                       repeats:NO];
+                                                           target:m_events
+                                                         selector:@selector(patienceIsOver:)
+                                                         userInfo:nil
+                                                          repeats:NO];
 }
 
 void PantomimeExchange::stopPatience()
@@ -571,6 +588,7 @@ void PantomimeExchange::doLater(SEL selector)
 
 bool PantomimeClient::canEncrypt()
 {
+    prepareLibrary();
     const Pool pool;
     return [NSFileHandle sslClass] != Nil && [CWTCPConnection instancesRespondToSelector:@selector(startSSL)];
 }
@@ -596,7 +614,9 @@ void PantomimeClient::authenticate(const QString &username, const QString &passw
 {
     LibrarySMTP *smtp = m_exchange->smtp();
     m_exchange->ask([=] {
-        [smtp authenticate:stringFrom(username) password:stringFrom(password) mechanism:stringFrom(mechanism)];
+        [smtp authenticate:stringFrom(username)
+                  password:stringFrom(password)
+                 mechanism:stringFrom(mechanism)];
     });
 }
 
@@ -625,8 +645,7 @@ QString PantomimeClient::problem() const
 
 // The run loop and its timers
 
-@interface PrattlebugTimerTarget : NSObject
-{
+@interface PrattlebugTimerTarget : NSObject {
 @public
     void *owner; // the timer; null when there is none any more
 }
@@ -643,10 +662,10 @@ public:
         const Pool pool;
         m_target->owner = this;
         m_timer = [[LibraryTimer scheduledTimerWithTimeInterval:timeInterval
-                                                      target:m_target
-                                                    selector:@selector(fire:)
-                                                    userInfo:nil
-                                                     repeats:NO] retain];
+                                                         target:m_target
+                                                       selector:@selector(fire:)
+                                                       userInfo:nil
+                                                        repeats:NO] retain];
     }
     ~LoopTimer() override
     {
@@ -679,7 +698,8 @@ public:
     bool runMode(platform::NSRunLoopMode /*the only one*/, const platform::NSDate &beforeDate) override
     {
         const Pool pool;
-        return runOnce([LibraryDate dateWithTimeIntervalSinceReferenceDate:beforeDate.timeIntervalSinceReferenceDate()]);
+        return runOnce(
+            [LibraryDate dateWithTimeIntervalSinceReferenceDate:beforeDate.timeIntervalSinceReferenceDate()]);
     }
 };
 
@@ -696,6 +716,7 @@ public:
 
 platform::NSRunLoop &platform::currentRunLoop()
 {
+    prepareLibrary();
     static CurrentRunLoop loop; // without a state: it stands for that of whichever thread asks
     return loop;
 }
