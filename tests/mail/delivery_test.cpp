@@ -130,7 +130,10 @@ protected:
     }
     void thenEvent(void (CWSMTPDelegate::*event)())
     {
-        loop.steps.emplace_back([this, event] { (client.delegate->*event)(); });
+        loop.steps.emplace_back([this, event] {
+            CWSMTPDelegate &delegate = *client.delegate;
+            (delegate.*event)();
+        });
     }
     /// The failure that the preference pane is told of: code, text and number of failures.
     [[nodiscard]] static std::string report()

@@ -51,7 +51,7 @@ void prepareLibrary()
 {
     static const bool prepared = [] {
         const Pool pool;
-        NSMutableDictionary *configuration = [[GNUstepConfig(nil) mutableCopy] autorelease];
+        NSMutableDictionary *configuration = GNUstepConfig(nil);
         [configuration setObject:@"/dev/null" forKey:@"GNUSTEP_USER_DEFAULTS_DIR"];
         GNUstepConfig(configuration);
         return true;
