@@ -225,7 +225,7 @@ class Send(CompanionTest):
         self.prefer(**login)
         with mail_server(login=LOGIN, **own_settings) as server:
             for host in ("127.0.0.1", "localhost"):
-                self.send(server.port, "--starttls", "--ca-file", own, host=host)
+                self.assertEqual(self.send(server.port, "--starttls", "--ca-file", own, host=host), "")
                 self.assert_message(server.received[-1], KIM, "[IM] Kim Lee")
             self.assertEqual(server.encrypted, [True, True])
         self.assert_nothing_reported()

@@ -45,15 +45,21 @@ private:
     NSAutoreleasePool *m_pool;
 };
 
-/// To be called before the library is used. It would look for the user's settings in the home folder that the
-/// password file names, whatever HOME says, and lock them; this has it find none.
+void passOver(NSString * /*message*/) {}
+
+/// To be called before the library is used.
 void prepareLibrary()
 {
     static const bool prepared = [] {
         const Pool pool;
+        // It would look for the user's settings in the home folder that the password file names, whatever
+        // HOME says, and lock them. So it finds none.
         NSMutableDictionary *configuration = GNUstepConfig(nil);
         [configuration setObject:@"/dev/null" forKey:@"GNUSTEP_USER_DEFAULTS_DIR"];
         GNUstepConfig(configuration);
+        // It would write to standard error what surprises it, such as the connection that Pantomime encrypts.
+        // What fails is told by events.
+        _NSLog_printf_handler = passOver;
         return true;
     }();
     static_cast<void>(prepared);
