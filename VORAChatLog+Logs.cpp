@@ -2,6 +2,7 @@
 
 #include "platform/date/calendar.h"
 #include "platform/files/files.h"
+#include "platform/log/nslog.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/filetext.h"
 #include "platform/text/format.h"
@@ -10,15 +11,41 @@
 
 namespace {
 
-/// The records that @p record makes of the messages that somebody sent.
+/// What each link or file weighs beside its text: about what an entry of a store takes.
+constexpr qsizetype entryWeight = 64;
+
+qsizetype weightOf(const LinkRecord &record)
+{
+    qsizetype weight = 0;
+    for (const QString &url : record.urls)
+        weight += url.size() + entryWeight;
+    return weight;
+}
+
+qsizetype weightOf(const ImageRecord &record)
+{
+    return qsizetype(record.images.size()) * entryWeight;
+}
+
+/// The records that @p record makes of the messages that somebody sent; none when they weigh too much.
 template <class Record>
-std::vector<Record> gathered(const VORAChatLog::Messages &messages,
-                             Record (VORAInstantMessage::*record)() const)
+std::vector<Record> gathered(const VORAChatLog &chatLog, Record (VORAInstantMessage::*record)() const)
 {
     std::vector<Record> records;
-    for (const auto &message : messages) {
-        if (!message->isStatusMessage())
-            records.push_back((message.get()->*record)());
+    qsizetype weight = 0;
+    for (const auto &message : chatLog.messages()) {
+        if (message->isStatusMessage())
+            continue;
+        records.push_back((message.get()->*record)());
+        weight += weightOf(records.back());
+        if (records.back().speaker)
+            weight += records.back().speaker->size();
+        if (weight > VORAChatLog::largestGathering) {
+            platform::NSLog(QStringLiteral("The chat with %1 is too large for its links and files to be "
+                                           "gathered.")
+                                .arg(chatLog.primaryOtherParty()));
+            return {};
+        }
     }
     return records;
 }
@@ -27,12 +54,12 @@ std::vector<Record> gathered(const VORAChatLog::Messages &messages,
 
 std::vector<LinkRecord> VORAChatLog::GatheredURLs() const
 {
-    return gathered(m_messages, &VORAInstantMessage::allURLs);
+    return gathered(*this, &VORAInstantMessage::allURLs);
 }
 
 std::vector<ImageRecord> VORAChatLog::GatheredImages() const
 {
-    return gathered(m_messages, &VORAInstantMessage::allImages);
+    return gathered(*this, &VORAInstantMessage::allImages);
 }
 
 void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const

@@ -1,5 +1,6 @@
 #include "VORAChatLog.h"
 
+#include "platform/addressbook/addressbook.h"
 #include "platform/appkit/nscolor.h"
 #include "platform/appkit/nsfilewrapper.h"
 #include "platform/appkit/nsfont.h"
@@ -9,7 +10,9 @@
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
-#include <numeric>
+#include <array>
+#include <charconv>
+#include <string_view>
 
 using platform::NSAttributedString;
 using platform::NSDictionary;
@@ -29,99 +32,108 @@ void logTooLarge(const QString &otherParty)
     platform::NSLog(QStringLiteral("The chat with %1 is too large to be rendered.").arg(otherParty));
 }
 
-// Tags of one attribute each. Nothing when its value is not of a kind that has one.
-
-std::optional<QString> colorTag(const NSDictionary &attributes)
+void appendNumber(QString &text, int number)
 {
-    const auto value = attributes.objectForKey(platform::NSForegroundColorAttributeName);
-    const auto *color = dynamic_cast<const platform::NSColor *>(value.get());
-    if (!color || !color->deviceRGB())
-        return std::nullopt;
-    QString tag = QStringLiteral("<font color=\"#");
-    for (const double component : *color->deviceRGB())
-        tag += QString::number(int(component * 255), 16).rightJustified(2, u'0');
-    return tag + QStringLiteral("\">");
-}
-
-std::optional<QString> fontTag(const NSDictionary &attributes)
-{
-    const auto value = attributes.objectForKey(platform::NSFontAttributeName);
-    const auto *font = dynamic_cast<const platform::NSFont *>(value.get());
-    if (!font)
-        return std::nullopt;
-    return QStringLiteral("<font face=\"") + font->fontName() + QStringLiteral("\" point-size=\"") +
-           QString::number(int(font->pointSize())) + QStringLiteral("\">");
-}
-
-std::optional<QString> linkTag(const NSDictionary &attributes)
-{
-    const auto value = attributes.objectForKey(platform::NSLinkAttributeName);
-    QString target;
-    if (const auto *url = dynamic_cast<const platform::NSURL *>(value.get()))
-        target = url->absoluteString();
-    else if (const auto *string = dynamic_cast<const platform::NSString *>(value.get()))
-        target = string->string();
-    else
-        return std::nullopt;
-    return QStringLiteral("<a href=\"") + target + QStringLiteral("\">");
-}
-
-std::optional<QString> attachmentText(const NSDictionary &attributes)
-{
-    const auto value = attributes.objectForKey(platform::NSAttachmentAttributeName);
-    const auto *attachment = dynamic_cast<const platform::NSTextAttachment *>(value.get());
-    if (!attachment)
-        return std::nullopt;
-    const auto &wrapper = attachment->fileWrapper();
-    if (!wrapper || !wrapper->preferredFilename())
-        return QStringLiteral("[attached item]");
-    return u'[' + *wrapper->preferredFilename() + u']';
+    std::array<char, 12> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    text += QLatin1StringView(digits.data(), end - digits.data());
 }
 
 /// Writes a rich text as HTML, run after run.
 ///
-/// The position table covers the run at hand alone, since nothing is ever inserted into an earlier one: the
-/// cost stays linear in the text, however many runs it has.
+/// The position table covers the run at hand alone, since nothing is ever inserted into an earlier one, and
+/// there only its start and its end, since nothing is inserted anywhere else: the cost stays linear in the
+/// text, however many runs it has. What a run's attributes insert at one place is gathered first and goes in
+/// as one piece.
 class RichTextWriter {
 public:
     explicit RichTextWriter(QString &document) : m_document(document) {}
 
     void writeRun(QStringView characters, const platform::AttributesRef &attributes)
     {
-        m_positions.resize(size_t(characters.size()) + 1);
-        std::iota(m_positions.begin(), m_positions.end(), m_document.size());
+        std::array<qsizetype, 2> positions{m_document.size(), m_document.size() + characters.size()};
         m_document += characters;
         if (!attributes)
             return;
-        // In the alphabetical order of the attributes' names.
-        if (const auto text = attachmentText(*attributes)) {
-            m_document[m_positions.front()] = u' ';
-            insertAtStart(*text);
+        m_atStart.resize(0); // keeps its memory, as clear() would not
+        m_atEnd.resize(0);
+        for (const NSDictionary::Entry &attribute : attributes->entries()) {
+            if (attribute.key == platform::NSAttachmentAttributeName)
+                addAttachment(attribute.value.get(), m_document[positions[0]]);
+            else if (attribute.key == platform::NSForegroundColorAttributeName)
+                addColor(attribute.value.get());
+            else if (attribute.key == platform::NSFontAttributeName)
+                addFont(attribute.value.get());
+            else if (attribute.key == platform::NSLinkAttributeName)
+                addLink(attribute.value.get());
         }
-        if (const auto tag = colorTag(*attributes))
-            enclose(*tag, fontClose);
-        if (const auto tag = fontTag(*attributes))
-            enclose(*tag, fontClose);
-        if (const auto tag = linkTag(*attributes))
-            enclose(*tag, u"</a>");
+        InsertStringAndTrackIndices(m_document, positions, m_atStart, 0, positions.size());
+        InsertStringAndTrackIndices(m_document, positions, m_atEnd, 1, positions.size());
     }
 
 private:
-    void insertAtStart(QStringView text) { insert(text, 0); }
+    // One attribute each. Nothing is added for a value that is not of the attribute's kind.
 
-    void enclose(QStringView open, QStringView close)
+    void addAttachment(const platform::NSObject *value, QChar &character)
     {
-        insertAtStart(open);
-        insert(close, qsizetype(m_positions.size()) - 1);
+        const auto *attachment = dynamic_cast<const platform::NSTextAttachment *>(value);
+        if (!attachment)
+            return;
+        character = u' ';
+        const auto &wrapper = attachment->fileWrapper();
+        m_atStart += u'[';
+        m_atStart += wrapper && wrapper->preferredFilename() ? QStringView(*wrapper->preferredFilename())
+                                                             : QStringView(u"attached item");
+        m_atStart += u']';
     }
 
-    void insert(QStringView text, qsizetype index)
+    void addColor(const platform::NSObject *value)
     {
-        InsertStringAndTrackIndices(m_document, m_positions, text, index, qsizetype(m_positions.size()));
+        const auto *color = dynamic_cast<const platform::NSColor *>(value);
+        if (!color || !color->deviceRGB())
+            return;
+        constexpr std::u16string_view hexDigits = u"0123456789abcdef";
+        std::array<char16_t, 6> digits{};
+        size_t place = 0;
+        for (const double component : *color->deviceRGB()) {
+            const auto level = size_t(component * 255);
+            digits[place++] = hexDigits[level / 16];
+            digits[place++] = hexDigits[level % 16];
+        }
+        m_atStart += QStringView(u"<font color=\"#");
+        m_atStart += QStringView(digits);
+        m_atStart += QStringView(u"\">");
+        m_atEnd += fontClose;
+    }
+
+    void addFont(const platform::NSObject *value)
+    {
+        const auto *font = dynamic_cast<const platform::NSFont *>(value);
+        if (!font)
+            return;
+        m_atStart += QStringView(u"<font face=\"");
+        m_atStart += font->fontName();
+        m_atStart += QStringView(u"\" point-size=\"");
+        appendNumber(m_atStart, int(font->pointSize()));
+        m_atStart += QStringView(u"\">");
+        m_atEnd += fontClose;
+    }
+
+    void addLink(const platform::NSObject *value)
+    {
+        const auto *url = dynamic_cast<const platform::NSURL *>(value);
+        const auto *string = dynamic_cast<const platform::NSString *>(value);
+        if (!url && !string)
+            return;
+        m_atStart += QStringView(u"<a href=\"");
+        m_atStart += url ? url->absoluteString() : string->string();
+        m_atStart += QStringView(u"\">");
+        m_atEnd += QStringView(u"</a>");
     }
 
     QString &m_document;
-    std::vector<qsizetype> m_positions;
+    QString m_atStart; ///< what goes before the run at hand
+    QString m_atEnd;
 };
 
 } // namespace
@@ -143,6 +155,7 @@ QString VORAChatLog::PlainChatLog() const
 {
     if (isTooLargeToRender())
         return {};
+    const platform::ABAddressBook::Reading reading;
     QString text;
     for (const auto &message : m_messages) {
         if (message->isStatusMessage())
@@ -162,6 +175,7 @@ NSAttributedString VORAChatLog::RichChatLog() const
     NSAttributedString text;
     if (isTooLargeToRender())
         return text;
+    const platform::ABAddressBook::Reading reading;
     for (const auto &message : m_messages) {
         if (message->isStatusMessage())
             continue;
@@ -182,7 +196,7 @@ QByteArray VORAChatLog::HTMLChatLog() const
     if (rich.length() == 0)
         return {};
     QString document = documentHead.toString();
-    document.reserve(document.size() + rich.length() * 2);
+    document.reserve(document.size() + rich.length() * 4); // what fonts and colours make of usual chats
     RichTextWriter writer(document);
     qsizetype start = 0;
     for (const NSAttributedString::Run &run : rich.runs()) {

@@ -90,10 +90,24 @@ public:
 
     // Links and attached files (VORAChatLog+Logs.cpp)
 
+    /// The most that is gathered from one chat: the UTF-16 units of all links and of each record's speaker,
+    /// each link or file counting 64 more. A small file can name one large message many times; of a chat that
+    /// has more nothing is gathered, and a message in the console log says so.
+    static constexpr qsizetype largestGathering = VORAInstantMessage::largestGathering;
+
     /// One record for each message that is no status message, in order, also for those without links.
     [[nodiscard]] std::vector<LinkRecord> GatheredURLs() const;
     /// The same for attached files.
     [[nodiscard]] std::vector<ImageRecord> GatheredImages() const;
+
+    /// Appends an entry for each link of the chat, in order, to the text file at @p path: the preference
+    /// bookmarkEntry as a format (platform::filledFormat()) with the link, the link again, the sender's name
+    /// and the date, "Mon March 7, 03:03PM". The entries stand as UTF-8, or as UTF-16 in a file that begins
+    /// with its byte-order mark; the rest of the file stays as it is.
+    ///
+    /// The file is replaced as one step. It stays untouched when it cannot be read, so none is made, or when
+    /// the preference is missing or no string; no failure is told.
+    void ExtendURLLog(const std::filesystem::path &path) const;
 
     // Analysis (VORAChatLog+Analysis.cpp)
 
@@ -124,12 +138,6 @@ public:
     /// script a backslash stands before each double quote of the other party's name; nothing else in the name
     /// is escaped.
     [[nodiscard]] bool isLikelyEndOfChat() const;
-
-    /// Appends one entry for each link of the chat to the text file at @p path, which must be there: the
-    /// preference `bookmarkEntry` with its four "%@" filled with the link, the link again, the sender's
-    /// display name and the local time, "Mon March 7, 03:03PM". Nothing is put between entries. Without the
-    /// preference, or when the file cannot be read or written, the file stays as it was.
-    void ExtendURLLog(const std::filesystem::path &path) const;
 
     // Delivery by e-mail (VORAChatLog+Mail.cpp)
 

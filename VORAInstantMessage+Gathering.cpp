@@ -7,7 +7,7 @@ using platform::NSAttributedString;
 namespace {
 
 /// Calls @p take with the values of one attribute along @p text, each once per stretch of the very same
-/// object: text without the attribute in between does not end a stretch.
+/// object: text without the attribute in between does not end a stretch. Ends when it returns false.
 template <class Take>
 void walkValues(const NSAttributedString &text, QStringView attributeName, Take take)
 {
@@ -17,7 +17,8 @@ void walkValues(const NSAttributedString &text, QStringView attributeName, Take 
             run.attributes ? run.attributes->objectForKey(attributeName) : nullptr;
         if (!value || value == last)
             continue;
-        take(*value);
+        if (!take(*value))
+            return;
         last = value;
     }
 }
@@ -39,11 +40,16 @@ LinkRecord VORAInstantMessage::allURLs() const
     LinkRecord record;
     if (!startRecord(record))
         return record;
-    walkValues(*m_string, platform::NSLinkAttributeName, [&record](const platform::NSObject &value) {
+    qsizetype size = 0;
+    walkValues(*m_string, platform::NSLinkAttributeName, [&](const platform::NSObject &value) {
         if (const auto *string = dynamic_cast<const platform::NSString *>(&value))
             record.urls.push_back(string->string());
         else if (const auto *url = dynamic_cast<const platform::NSURL *>(&value))
             record.urls.push_back(url->absoluteString());
+        else
+            return true;
+        size += record.urls.back().size();
+        return size <= largestGathering;
     });
     return record;
 }
@@ -57,6 +63,7 @@ ImageRecord VORAInstantMessage::allImages() const
         const auto *attachment = dynamic_cast<const platform::NSTextAttachment *>(&value);
         if (attachment && attachment->fileWrapper())
             record.images.push_back(attachment->fileWrapper());
+        return true;
     });
     return record;
 }

@@ -1,5 +1,7 @@
 #include "VORAInstantMessage.h"
 
+#include <QStringBuilder>
+
 using platform::NSAttributedString;
 using platform::NSCoder;
 using platform::NSDate;
@@ -54,7 +56,7 @@ QString VORAInstantMessage::PlainString() const
 {
     if (!m_string)
         return {};
-    return Speaker().value_or(QString()) + QStringLiteral(": ") + m_string->string() + u'\n';
+    return Speaker().value_or(QString()) % QStringView(u": ") % m_string->string() % u'\n';
 }
 
 NSAttributedString VORAInstantMessage::LoggedString() const

@@ -80,6 +80,10 @@ public:
     // and not again when the very same object comes back with nothing but plain text between; distinct
     // objects are taken each, also when they are equal.
 
+    /// Relative URLs are resolved each by itself, so that a short text can have links without end: what is
+    /// gathered of one message ends with the link that passes this many UTF-16 units.
+    static constexpr qsizetype largestGathering = qsizetype(1) << 26;
+
     [[nodiscard]] LinkRecord allURLs() const;
     [[nodiscard]] ImageRecord allImages() const;
 

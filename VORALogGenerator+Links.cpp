@@ -7,16 +7,38 @@
 #include "platform/files/files.h"
 #include "platform/log/nslog.h"
 
+#include <set>
+
 using galleries::LinkStore;
 
 namespace {
 
-void fold(const VORAChatLog &chatLog, LinkStore &store)
+/// More people than ever sent links in one chat. Every page lists every speaker, so that one forged chat with
+/// a hundred thousand of them would fill the disk with pages.
+constexpr size_t mostSpeakersOfAChat = 1000;
+
+void add(const std::vector<LinkRecord> &records, LinkStore &store)
 {
-    for (const LinkRecord &record : chatLog.GatheredURLs()) {
+    for (const LinkRecord &record : records) {
         if (!record.urls.empty())
             store.add(*record.speaker, *record.time, record.urls);
     }
+}
+
+void fold(const VORAChatLog &chatLog, LinkStore &store)
+{
+    const std::vector<LinkRecord> records = chatLog.GatheredURLs();
+    std::set<QString> speakers;
+    for (const LinkRecord &record : records) {
+        if (!record.urls.empty())
+            speakers.insert(*record.speaker);
+    }
+    if (speakers.size() <= mostSpeakersOfAChat)
+        add(records, store);
+    else
+        platform::NSLog(QStringLiteral("The links of the chat with %1 come from too many people and have "
+                                       "been left out.")
+                            .arg(chatLog.primaryOtherParty()));
     store.sort();
 }
 

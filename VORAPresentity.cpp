@@ -12,6 +12,7 @@
 using platform::ABAddressBook;
 using platform::NSAttributedString;
 using platform::NSCoder;
+using platform::NSDictionary;
 using platform::NSString;
 
 namespace {
@@ -66,10 +67,13 @@ std::optional<QString> VORAPresentity::Name() const
 
 NSAttributedString VORAPresentity::RichName() const
 {
-    const auto font = platform::convertFont({QStringLiteral("Helvetica"), 12.0}, platform::NSFontTrait::Bold);
-    const auto attributes =
-        std::make_shared<const platform::NSDictionary>(std::vector<platform::NSDictionary::Entry>{
+    // Made once: it never changes, and a chat asks for it with every message.
+    static const platform::AttributesRef attributes = [] {
+        const auto font =
+            platform::convertFont({QStringLiteral("Helvetica"), 12.0}, platform::NSFontTrait::Bold);
+        return std::make_shared<const NSDictionary>(std::vector<NSDictionary::Entry>{
             {platform::NSFontAttributeName.toString(), std::make_shared<platform::NSFont>(font)}});
+    }();
     NSAttributedString name;
     name.append(Name().value_or(QString()), attributes);
     return name;

@@ -72,6 +72,13 @@ void ConsoleHost::beep()
         write(stderr, "\a");
 }
 
+void ConsoleHost::dialog(const QString &message)
+{
+    eraseBar();
+    printError(message);
+    drawBar();
+}
+
 void ConsoleHost::showProgress(qsizetype value, qsizetype maximum)
 {
     if (m_quiet || !m_terminal)

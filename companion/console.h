@@ -26,6 +26,8 @@ public:
 
     void consoleLine(QByteArrayView line) override;
     void beep() override;
+    /// A line on standard error, also when quiet.
+    void dialog(const QString &message) override;
 
     /// Shows the bar at @p value of @p maximum; a value past the maximum shows it full.
     void showProgress(qsizetype value, qsizetype maximum);

@@ -30,7 +30,8 @@ cat <<TXT
 
 The mbox above holds the sample chats; any mail program imports it, and this opens it here:
     mutt -f "$home/Prattlebug Archive/Prattlebug Archive mbox"
-How much was said in them is told by this page, for any browser:
+Every link in them, and how much was said, are on these pages, for any browser:
+    $home/Library/Prattlebug/Links.html
     $home/Library/Prattlebug/stats.html
 For your own chats, put the transcripts into ~/Documents/iChats (Prattlebugged) and run:
     "$prattlebug" archive ~/"Prattlebug Archive"

@@ -20,4 +20,4 @@ find "$transcripts" -name '* on ????-??-?? at ??.??*' | while read -r file; do
     touch -d "$date" "$file"
 done
 cp "$samples/me.vcf" "$samples/contacts.vcf" "$support/"
-cp "$top/resources/statstemplate.html" "$top/resources/curses.plist" "$top/resources/netspeak.plist" "$support/"
+cp "$top/resources/linktemplate.html" "$top/resources/statstemplate.html" "$top/resources/curses.plist" "$top/resources/netspeak.plist" "$support/"

@@ -1,6 +1,9 @@
 #include "platform/addressbook/addressbook.h"
 
+#include <QStringBuilder>
+
 #include <chrono>
+#include <utility>
 
 namespace platform {
 
@@ -27,7 +30,7 @@ std::optional<QString> ABPerson::fullName() const
 {
     if (!firstName || !lastName)
         return std::nullopt;
-    return *firstName + u' ' + *lastName;
+    return *firstName % u' ' % *lastName; // one allocation: asked for with every message
 }
 
 ABAddressBook &ABAddressBook::sharedAddressBook()
@@ -52,15 +55,34 @@ bool ABAddressBook::CardFile::update(const std::filesystem::path &current)
     return true;
 }
 
+ABAddressBook::Reading::Reading()
+{
+    ABAddressBook &book = sharedAddressBook();
+    if (book.m_readings++ == 0)
+        ++book.m_readingsSoFar;
+}
+
+ABAddressBook::Reading::~Reading()
+{
+    --sharedAddressBook().m_readings;
+}
+
+bool ABAddressBook::update(CardFile &file, const char *name) const
+{
+    if (m_readings > 0 && std::exchange(file.reading, m_readingsSoFar) == m_readingsSoFar)
+        return false;
+    return file.update(folder() / name);
+}
+
 const ABPerson *ABAddressBook::me()
 {
-    m_me.update(folder() / "me.vcf");
+    update(m_me, "me.vcf");
     return m_me.cards.empty() ? nullptr : &m_me.cards.front();
 }
 
 const std::vector<const ABPerson *> &ABAddressBook::recordsMatchingAimName(const QString &screenName)
 {
-    if (m_contacts.update(folder() / "contacts.vcf")) {
+    if (update(m_contacts, "contacts.vcf")) {
         m_recordsByAimName.clear();
         for (const ABPerson &person : m_contacts.cards) {
             for (const QString &name : person.aimNames)

@@ -34,12 +34,24 @@ struct ABPerson {
 ///
 /// `Library/Prattlebug/me.vcf` holds the user's own card (its first one), `Library/Prattlebug/contacts.vcf`
 /// everybody else's, in file order. Each request asks the file's identity and reads it again when it has
-/// changed, so that a change shows in the next request. A missing, unreadable or malformed file counts as one
+/// changed, so that a change shows in the next request; whoever asks for many names at a time holds a Reading
+/// meanwhile. A missing, unreadable or malformed file counts as one
 /// without cards; a malformed card in a file is passed over.
 class ABAddressBook {
 public:
     /// The address book of the current home folder.
     [[nodiscard]] static ABAddressBook &sharedAddressBook();
+
+    /// While one exists, the address book stays as its first request in that time finds it: a rendering asks
+    /// for thousands of names, and should call nobody by two of them. They may be nested; the outermost
+    /// counts.
+    class Reading {
+    public:
+        Reading();
+        ~Reading();
+        Reading(const Reading &) = delete;
+        Reading &operator=(const Reading &) = delete;
+    };
 
     /// The user's own card, or null. Valid until the next request.
     [[nodiscard]] const ABPerson *me();
@@ -58,6 +70,7 @@ private:
         std::filesystem::path path;
         std::optional<FileIdentity> identity; ///< nothing when there is no file
         bool holds = false;                   ///< whether an equal identity means equal cards
+        quint64 reading = 0;                  ///< the last Reading that asked for it, by number; 0 for none
         std::vector<ABPerson> cards;
 
         /// Reads the file at @p current unless `cards` still are what it holds. @return whether they were
@@ -65,8 +78,13 @@ private:
         bool update(const std::filesystem::path &current);
     };
 
+    /// update() of the card file @p name, unless the Reading at hand has asked for it already.
+    bool update(CardFile &file, const char *name) const;
+
     CardFile m_me;
     CardFile m_contacts;
+    int m_readings = 0;          ///< how many are nested now
+    quint64 m_readingsSoFar = 0; ///< the number of the outermost one
     /// The records that bear each AIM name, in the order of the file; pointers into m_contacts.
     QHash<QString, std::vector<const ABPerson *>> m_recordsByAimName;
 };

@@ -1,24 +1,44 @@
 #include "platform/text/encoding.h"
 
+#include <algorithm>
+
 namespace platform {
 
 namespace {
 
 constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
 
-/// A copy in which each surrogate without its partner is U+FFFD.
-QString withoutLoneSurrogates(QStringView text)
+/// Whether a surrogate is among the @p block code units at @p units. Of a fixed length and without a way out
+/// in the middle, so that compilers look at many at a time.
+constexpr qsizetype block = 32;
+bool holdsSurrogate(const char16_t *units)
 {
-    QString repaired = text.toString();
-    for (qsizetype i = 0; i < repaired.size(); ++i) {
-        if (!repaired[i].isSurrogate())
+    unsigned found = 0;
+    for (qsizetype i = 0; i < block; ++i)
+        found |= unsigned((units[i] & 0xF800) == 0xD800);
+    return found != 0;
+}
+
+/// Where the first surrogate without its partner stands at or after @p from; the text's length when none
+/// does.
+qsizetype indexOfLoneSurrogate(QStringView text, qsizetype from)
+{
+    qsizetype i = from;
+    while (i < text.size()) {
+        const qsizetype end = std::min(i + block, text.size());
+        if (end - i == block && !holdsSurrogate(text.utf16() + i)) {
+            i = end;
             continue;
-        if (repaired[i].isHighSurrogate() && i + 1 < repaired.size() && repaired[i + 1].isLowSurrogate())
+        }
+        for (; i < end; ++i) {
+            if (!text[i].isSurrogate())
+                continue;
+            if (!text[i].isHighSurrogate() || i + 1 == text.size() || !text[i + 1].isLowSurrogate())
+                return i;
             ++i;
-        else
-            repaired[i] = QChar::ReplacementCharacter;
+        }
     }
-    return repaired;
+    return text.size();
 }
 
 } // namespace
@@ -33,7 +53,13 @@ QString stringFromUtf8(QByteArrayView bytes)
 
 QByteArray utf8FromString(QStringView text)
 {
-    return text.isValidUtf16() ? text.toUtf8() : withoutLoneSurrogates(text).toUtf8();
+    qsizetype lone = indexOfLoneSurrogate(text, 0);
+    if (lone == text.size())
+        return text.toUtf8();
+    QString repaired = text.toString();
+    for (; lone < text.size(); lone = indexOfLoneSurrogate(text, lone + 1))
+        repaired[lone] = QChar::ReplacementCharacter;
+    return repaired.toUtf8();
 }
 
 void appendUtf8(QByteArray &bytes, QStringView text)

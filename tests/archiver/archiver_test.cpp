@@ -1,13 +1,12 @@
 #include "archiver/PBArchiver.h"
 
+#include "tests/support/fulldisk.h"
 #include "tests/support/testhome.h"
 #include "tests/support/transcripts.h"
 
 #include <gmock/gmock.h>
 
-#include <csignal>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 using testing::ElementsAre;
@@ -209,16 +208,10 @@ TEST_F(Archiver, KeepsOnlyWholeMessagesWhenTheDiskFills)
         addChat("Kim on " + std::to_string(i) + ".ichat", 0, QByteArray(2000, 'x'));
     addChat("Short on x.ichat");
 
-    // A limit on the size of files stands in for the end of the disk: two large chats fit and the third does
-    // not.
-    rlimit unlimited{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    const rlimit small{10'000, unlimited.rlim_max};
-    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    archiver.beginArchiving();
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    std::signal(SIGXFSZ, previous);
+    {
+        const FullDisk twoChatsFit(10'000);
+        archiver.beginArchiving();
+    }
 
     EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
     EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));

@@ -8,31 +8,11 @@ import sys
 from pathlib import Path
 
 sys.path.append(os.path.join(os.path.dirname(__file__), "../support"))
-from browser import open_browser, set_colors, set_size  # noqa: E402
+from browser import contrasts, open_browser, set_colors, set_size  # noqa: E402
 from companion import SAMPLES, CompanionTest, main  # noqa: E402
 
 RESOURCES = os.path.join(SAMPLES, "../resources")
 SUPPORT = "Library/Prattlebug"
-
-# Of every element with text of its own, the contrast of that text with what is behind it (WCAG 2, relative luminance).
-CONTRASTS = """
-const channels = color => color.match(/[\\d.]+/g).map(Number);
-const luminance = color => {
-    const [r, g, b] = channels(color).slice(0, 3).map(c => (c /= 255) <= 0.03928 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
-    return 0.2126 * r + 0.7152 * g + 0.0722 * b;
-};
-const isTransparent = color => channels(color)[3] === 0;
-const behind = element => {
-    while (element && isTransparent(getComputedStyle(element).backgroundColor)) element = element.parentElement;
-    return element ? getComputedStyle(element).backgroundColor : "rgb(255, 255, 255)";
-};
-return [...document.body.querySelectorAll("*")]
-    .filter(element => [...element.childNodes].some(node => node.nodeType === 3 && node.data.trim()))
-    .map(element => {
-        const [a, b] = [getComputedStyle(element).color, behind(element)].map(luminance);
-        return [element.textContent, (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05)];
-    });
-"""
 
 # The share of its track that each bar takes.
 BARS = """
@@ -98,7 +78,7 @@ class StatisticsPage(CompanionTest):
         for scheme in ("light", "dark"):
             set_colors(browser, scheme)
             backgrounds.add(browser.execute_script("return getComputedStyle(document.body).backgroundColor"))
-            for text, contrast in browser.execute_script(CONTRASTS):
+            for text, contrast in contrasts(browser):
                 self.assertGreaterEqual(contrast, 4.5, f"{scheme}: {text}")
             for width in (320, 1280):
                 set_size(browser, width, 900)

@@ -1,5 +1,6 @@
 #include "VORALogGenerator.h"
 
+#include "tests/support/fulldisk.h"
 #include "tests/support/testhome.h"
 #include "tests/support/transcripts.h"
 
@@ -190,6 +191,35 @@ TEST_F(Links, StayAsTheyWereInAStoreThatCannotBeRead)
         VORALogGenerator::GenerateLinkFiles(chatLog.get());
     EXPECT_EQ(reportedFailures(), 4) << "there is no support folder";
     EXPECT_EQ(beeps(), 2) << "once more after the count was cleared";
+}
+
+TEST_F(Links, AreWhollyOldOrWhollyNewOnAFullDisk)
+{
+    write("Library/Prattlebug/linktemplate.html", "____LINKS" + QByteArray(50'000, ' '));
+    const auto foldLinksOf = [](const char *speaker) {
+        const auto chatLog = chat({{speaker, local(2006, 1, 1), {QString(10'000, u'x')}}});
+        VORALogGenerator::GenerateLinkFiles(chatLog.get());
+    };
+    foldLinksOf("Ann");
+    const auto storeOfAnn = store();
+    const auto pageOfAnn = page("Links.html");
+    {
+        const FullDisk nothingFits(5'000);
+        foldLinksOf("Bob");
+    }
+    EXPECT_TRUE(store() == storeOfAnn);
+    EXPECT_TRUE(page("Links.html") == pageOfAnn);
+    EXPECT_EQ(platform::CFPreferencesCopyAppValue(u"errorStatus").integer(), 1);
+    EXPECT_EQ(reportedFailures(), 1);
+    {
+        const FullDisk theStoreFits(40'000);
+        foldLinksOf("Bob");
+    }
+    EXPECT_EQ(galleries::LinkStore::load(home() / storeName)->total(), 2);
+    EXPECT_TRUE(page("Links.html") == pageOfAnn);
+    const auto folder = std::filesystem::directory_iterator(home() / "Library/Prattlebug");
+    EXPECT_EQ(std::distance(begin(folder), end(folder)), 4)
+        << "store, template and two pages of Ann, no parts";
 }
 
 TEST_F(Links, ExtendABookmarkLog)

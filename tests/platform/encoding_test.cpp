@@ -22,3 +22,18 @@ TEST(Encoding, ReplacesWhatIsNoText)
     EXPECT_EQ(stringFromUtf8("a\xFFz"), QStringLiteral("a\uFFFDz"));
     EXPECT_TRUE(stringFromUtf8("\xED\xA0\x80").isValidUtf16()) << "an encoded surrogate is malformed UTF-8";
 }
+
+TEST(Encoding, TellsPairsFromLoneSurrogatesWhereverTheyStand)
+{
+    for (qsizetype before = 0; before < 70; ++before) {
+        const QString start(before, u'x');
+        const QString end(70 - before, u'y');
+        const QByteArray encodedStart(before, 'x');
+        const QByteArray encodedEnd(70 - before, 'y');
+        EXPECT_EQ(utf8FromString(start + QStringLiteral("\U0001F600") + end),
+                  encodedStart + "\xF0\x9F\x98\x80" + encodedEnd);
+        for (const char16_t lone : {u'\xD83D', u'\xDE00'})
+            EXPECT_EQ(utf8FromString(start + QChar(lone) + end), encodedStart + "\xEF\xBF\xBD" + encodedEnd);
+        EXPECT_EQ(utf8FromString(start + QChar(u'\xD83D')), encodedStart + "\xEF\xBF\xBD");
+    }
+}

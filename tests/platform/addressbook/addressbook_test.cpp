@@ -99,6 +99,27 @@ TEST_F(AddressBook, ShowsEachChangeInTheNextRequest)
     EXPECT_EQ(matching(kim), QString());
 }
 
+TEST_F(AddressBook, StaysAsItIsDuringAReading)
+{
+    write("contacts.vcf", card("Kim", "Lee", "X-AIM:kim"));
+    {
+        const ABAddressBook::Reading reading;
+        EXPECT_EQ(matching(QStringLiteral("kim")), QStringLiteral("Kim Lee"));
+        EXPECT_EQ(me(), QStringLiteral("nobody"));
+        write("contacts.vcf", card("Kim", "Lee-Novak", "X-AIM:kim"));
+        write("me.vcf", card("Robin", "Ashby", "X-AIM:robin"));
+        {
+            const ABAddressBook::Reading nested;
+            EXPECT_EQ(matching(QStringLiteral("kim")), QStringLiteral("Kim Lee"));
+        }
+        EXPECT_EQ(matching(QStringLiteral("kim")), QStringLiteral("Kim Lee"));
+        EXPECT_EQ(me(), QStringLiteral("nobody"));
+    }
+    EXPECT_EQ(matching(QStringLiteral("kim")), QStringLiteral("Kim Lee-Novak"));
+    const ABAddressBook::Reading next;
+    EXPECT_EQ(me(), QStringLiteral("Robin Ashby"));
+}
+
 TEST_F(AddressBook, KeepsWhatHasNotChanged)
 {
     write("contacts.vcf", card("Kim", "Lee", "X-AIM:kimlee"));
