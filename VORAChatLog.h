@@ -6,6 +6,8 @@
 #include "platform/date/nsdate.h"
 #include "platform/foundation/collections.h"
 #include "platform/foundation/nsattributedstring.h"
+#include "platform/mail/cwsmtp.h"
+#include "platform/mail/nsrunloop.h"
 
 #include <QByteArray>
 #include <QString>
@@ -19,8 +21,9 @@
 /// One transcript file held in memory: its messages and participants, and the name of the other party.
 ///
 /// Loaded whole, from one file, and never changed afterwards; the file is only read. Every rendering is made
-/// afresh on each call, with display names as the address book gives them at that moment.
-class VORAChatLog {
+/// afresh on each call, with display names as the address book gives them at that moment. Delivery by e-mail
+/// alone has a state, which is apart from the transcript.
+class VORAChatLog final : public platform::CWSMTPDelegate {
 public:
     using Messages = std::vector<std::shared_ptr<const VORAInstantMessage>>;
     using Participants = std::vector<std::shared_ptr<const VORAPresentity>>;
@@ -143,6 +146,32 @@ public:
     /// is escaped.
     [[nodiscard]] bool isLikelyEndOfChat() const;
 
+    // Delivery by e-mail (VORAChatLog+Mail.cpp)
+
+    /// Drives the exchange that sends the message @p client has been set up with: connects, and one second
+    /// later logs in, if the preferences ask for it, or sends at once. Every failure is written to the
+    /// console log and reported to the preference pane; no second attempt is made.
+    ///
+    /// Both arguments are lent. The caller keeps them and the chat log alive until mailTransmissionDone(),
+    /// also when the call returns before that, and closes the connection. One exchange at a time.
+    /// @param currentRunLoop of this thread; with the host flag `shouldQuit` it is run here until the
+    /// exchange has ended, without it the host runs it.
+    /// @return false when the exchange was waited for and has ended, whether or not the message went out;
+    /// true when the server could not be reached, the wait has failed, or it was not waited for.
+    bool HandleEmailSending(platform::CWSMTP &client, platform::NSRunLoop &currentRunLoop);
+    /// Whether the exchange has ended; false before the first one.
+    [[nodiscard]] bool mailTransmissionDone() const { return m_mailTransmissionDone; }
+
+    /// The timer's action: logs in with the preferences `emailUsername` and `emailPassword` and the mechanism
+    /// LOGIN when `emailNeedsUsername` is not 0, else sends.
+    void emailReady(const platform::NSTimer &timer);
+
+    void authenticationCompleted() override;
+    void authenticationFailed() override;
+    void messageSent() override;
+    void messageNotSent() override;
+    void connectionTimedOut() override;
+
     // Error reports (VORAChatLog+Errors.cpp)
 
     enum class ErrorCode : qint32 {
@@ -167,10 +196,16 @@ private:
     /// log.
     [[nodiscard]] bool isTooLargeToRender() const;
 
+    void endTransmission();
+
     std::shared_ptr<const platform::NSArray> m_loadedArray;
     QString m_primaryOtherParty;
     Messages m_messages;
     Participants m_participants;
+
+    bool m_mailTransmissionDone = false;
+    platform::CWSMTP *m_smtp = nullptr; ///< lent
+    std::unique_ptr<platform::NSTimer> m_emailTimer;
 };
 
 /// The subject of a chat with @p otherParty; with @p uniqueAt, made unique by that moment.

@@ -21,5 +21,6 @@ void addShowCommand(CLI::App &commands, Action &action);
 void addCheckCommand(CLI::App &commands, Action &action);
 void addInspectCommand(CLI::App &commands, Action &action);
 void addPrefsCommand(CLI::App &commands, Action &action);
+void addSendCommand(CLI::App &commands, Action &action); // built with PRATTLEBUG_MAIL alone
 
 } // namespace companion

@@ -33,6 +33,9 @@ int run(int argc, char **argv)
     companion::addCheckCommand(program, action);
     companion::addInspectCommand(program, action);
     companion::addPrefsCommand(program, action);
+#ifdef PRATTLEBUG_MAIL
+    companion::addSendCommand(program, action);
+#endif
 
     try {
         program.parse(argc, argv);

@@ -21,6 +21,8 @@ public:
     [[nodiscard]] static NSDate fromUnixTime(qint64 seconds, long nanoseconds = 0);
     /// The current moment.
     [[nodiscard]] static NSDate now();
+    /// A moment that never comes: the beginning of the year 4001.
+    [[nodiscard]] static NSDate distantFuture() { return NSDate(63113904000.0); }
 
     [[nodiscard]] double timeIntervalSinceReferenceDate() const { return m_interval; }
     /// Whole seconds of Unix time, cut downwards: 0.5 s before 1970 is -1.
