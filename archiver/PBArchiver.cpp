@@ -4,8 +4,11 @@
 
 #include "archiver/mboxmessage.h"
 
+#include "galleries/supportfolder.h"
+
 #include "platform/files/directorywalk.h"
 #include "platform/files/files.h"
+#include "platform/files/temporaries.h"
 #include "platform/log/nslog.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
@@ -22,6 +25,14 @@ namespace {
 void logAbout(const std::filesystem::path &path, const QString &text)
 {
     platform::NSLogBytes(QByteArray::fromStdString(path.native()) + ": " + platform::utf8FromString(text));
+}
+
+/// Removes what runs that were killed have left.
+void removeLeftTemporaries()
+{
+    for (const auto &folder :
+         {galleries::supportFolder(), galleries::imagesFolder(), platform::preferencesFolder()})
+        platform::removeLeftTemporaries(folder);
 }
 
 } // namespace
@@ -56,6 +67,7 @@ void PBArchiver::beginArchiving()
         return;
     }
 
+    removeLeftTemporaries();
     platform::DirectoryWalk walk(folder);
     std::error_code ignored; // a folder of that name may stand there already
     std::filesystem::create_directory(*output, ignored);

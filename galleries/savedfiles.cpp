@@ -1,10 +1,11 @@
 #include "galleries/savedfiles.h"
 
 #include "platform/files/files.h"
+#include "platform/files/temporaries.h"
 
-#include <string>
+#include <cstdio>
+#include <fcntl.h>
 #include <system_error>
-#include <unistd.h>
 
 using platform::NSFileWrapper;
 namespace filesystem = std::filesystem;
@@ -53,18 +54,19 @@ bool writeContents(const NSFileWrapper &folder, const filesystem::path &path)
 
 void writeFolder(const NSFileWrapper &folder, const filesystem::path &path)
 {
-    const filesystem::path temporary =
-        path.parent_path() / (".prattlebug-" + std::to_string(::getpid()) + ".folder");
+    const filesystem::path temporary = platform::temporaryBeside(path, platform::TemporaryKind::Folder);
     std::error_code error;
     filesystem::remove_all(temporary, error);
     if (!filesystem::create_directory(temporary, error))
         return;
     const bool isWhole = writeContents(folder, temporary);
-    if (isWhole || !isFolder(path)) {
+    // Exchanged with what stands there, so that at no moment nothing does; not every file system can.
+    if ((isWhole || !isFolder(path)) &&
+        ::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) != 0) {
         filesystem::remove_all(path, error);
         filesystem::rename(temporary, path, error);
     }
-    filesystem::remove_all(temporary, error); // unless it has got its name
+    filesystem::remove_all(temporary, error); // the old one, or what could not be made whole
 }
 
 } // namespace

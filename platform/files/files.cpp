@@ -2,6 +2,7 @@
 
 #include "platform/files/descriptor.h"
 #include "platform/files/systemcalls.h"
+#include "platform/files/temporaries.h"
 #include "platform/text/encoding.h"
 
 #include <cerrno>
@@ -108,10 +109,7 @@ std::optional<std::string> writeAtomically(const std::filesystem::path &path, QB
                                            const AtomicWriting &manner)
 {
     constexpr unsigned usualPermissions = 0666;
-    // Beside the target, so that the rename stays within one file system; named after the process, so that
-    // leftovers of one that died can be told from those of one that is at work.
-    const std::filesystem::path temporary =
-        path.parent_path() / (".prattlebug-" + std::to_string(::getpid()) + ".tmp");
+    const std::filesystem::path temporary = temporaryBeside(path, TemporaryKind::File);
     ::unlink(temporary.c_str());
     Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                            manner.permissions.value_or(usualPermissions)));

@@ -2,6 +2,7 @@
 
 #include "platform/files/descriptor.h"
 #include "platform/files/files.h"
+#include "platform/files/temporaries.h"
 #include "platform/formaterror.h"
 #include "platform/propertylist/xmlwriter.h"
 
@@ -24,7 +25,7 @@ struct Domain {
 
 std::filesystem::path preferencesPath()
 {
-    return homeDirectory() / "Library" / "Preferences" / "com.velmoria.prattlebug.plist";
+    return preferencesFolder() / "com.velmoria.prattlebug.plist";
 }
 
 /// The domain of the file at @p path. There is one for each home folder that the process has had.
@@ -129,6 +130,11 @@ QByteArray merged(const PropertyList &contents, const std::map<QString, Property
 
 } // namespace
 
+std::filesystem::path preferencesFolder()
+{
+    return homeDirectory() / "Library" / "Preferences";
+}
+
 PropertyList CFPreferencesCopyAppValue(QStringView key)
 {
     const std::filesystem::path path = preferencesPath();
@@ -160,6 +166,7 @@ bool CFPreferencesAppSynchronize()
     const FolderLock lock(path.parent_path());
     if (!lock)
         return false;
+    removeLeftTemporaries(path.parent_path()); // which hold what the file holds, a password too
 
     const Existing existing = readExisting(path);
     if (!existing.isReadable)

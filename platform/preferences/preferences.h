@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <filesystem>
 #include <optional>
 
 namespace platform {
@@ -13,6 +14,9 @@ namespace platform {
 // `Library/Preferences/com.velmoria.prattlebug.plist` under the home folder, that several of the product's
 // programs read and write at the same time. These stand in for the Core Foundation calls of the same names,
 // for this one domain.
+
+/// Where the file lies.
+[[nodiscard]] std::filesystem::path preferencesFolder();
 
 /// The value under @p key, Null when there is none: a change made here and not yet synchronised, else what
 /// the file says now (its identity is asked on every call). A file that is missing or unreadable counts as
