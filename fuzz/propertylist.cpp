@@ -1,0 +1,32 @@
+#include "fuzz/fuzz.h"
+
+#include "platform/formaterror.h"
+#include "platform/propertylist/propertylist.h"
+#include "platform/propertylist/xmlwriter.h"
+
+// A property list of any form can be written, and what is written reads back and is written the same way
+// again.
+
+namespace {
+
+QByteArray written(const platform::PropertyList &list)
+{
+    platform::XMLPropertyListWriter writer;
+    writer.value(list);
+    return writer.finish();
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    platform::PropertyList list;
+    try {
+        list = platform::readPropertyList(fuzz::bytesOf(data, size));
+    } catch (const platform::FormatError &) {
+        return 0;
+    }
+    const QByteArray once = written(list);
+    fuzz::require(written(platform::readPropertyList(once)) == once);
+    return 0;
+}

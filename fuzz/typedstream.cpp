@@ -1,0 +1,19 @@
+#include "fuzz/fuzz.h"
+
+#include "platform/archive/nsunarchiver.h"
+#include "platform/foundation/collections.h"
+
+// A typed stream gives objects that can be walked, or an error.
+
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    try {
+        const auto unarchiver =
+            platform::NSUnarchiver::initForReadingWithData(fuzz::bytesOf(data, size), fuzz::classes());
+        const auto root = unarchiver->decodeObject();
+        static_cast<void>(platform::descriptionOf(root.get()));
+    } catch (const platform::FormatError &error) {
+        fuzz::require(error.offset() >= 0 && error.offset() <= qint64(size));
+    }
+    return 0;
+}
