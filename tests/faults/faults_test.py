@@ -1,0 +1,205 @@
+"""The archiving command killed, on disks that fill or take nothing, and beside itself.
+
+The fault layer, the script's third argument, is preloaded into the companion and counts what it changes on the disk.
+"""
+
+import errno
+import hashlib
+import os
+import plistlib
+import re
+import shutil
+import signal
+import stat
+import subprocess
+import sys
+
+sys.path.append(os.path.join(os.path.dirname(__file__), "../companion"))
+from companion import PRATTLEBUG, SAMPLES, TRANSCRIPTS, CompanionTest, main  # noqa: E402
+
+LAYER = sys.argv[3]
+RESOURCES = os.path.join(SAMPLES, "../resources")
+SUPPORT = "Library/Prattlebug"
+PREFERENCES = "Library/Preferences/com.velmoria.prattlebug.plist"
+MBOX = "Out/Prattlebug Archive mbox"
+STORES = ("gatheredURLs.plist", "gatheredImages.plist", "talkmeter.plist")
+CHATS = (  # with links, a PDF document, a folder and pictures
+    "Bob on Mars on 2004-01-24 at 22.50.chat",
+    "Kim Lee on 2005-08-20 at 21.07 #2.ichat",
+    "Tomás Novák on 2004-09-18 at 19.33.chat",
+    "Zoë Müller on 2007-05-19 at 20.15.ichat",
+)
+KILLS = 200
+
+
+def tree(folder):
+    """What lies below a folder: of a file its bytes, of anything else its kind."""
+    held = {}
+    for path, folders, files in os.walk(folder):
+        for name in folders + files:
+            full = os.path.join(path, name)
+            is_file = stat.S_ISREG(os.lstat(full).st_mode)
+            held[os.path.relpath(full, folder)] = digest(full) if is_file else stat.S_IFMT(os.lstat(full).st_mode)
+    return held
+
+
+def digest(path):
+    with open(path, "rb") as file:
+        return hashlib.sha256(file.read()).hexdigest()
+
+
+def temporaries(held):
+    return [path for path in held if "/.prattlebug-" in "/" + path]
+
+
+class Faults(CompanionTest):
+    def setUp(self):
+        super().setUp()
+        self.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0"
+        os.makedirs(self.path(TRANSCRIPTS))
+        for name in CHATS:
+            shutil.copy2(os.path.join(SAMPLES, "chats", name), self.path(TRANSCRIPTS))
+        os.makedirs(self.path(SUPPORT, "Images"))
+        for name in ("linktemplate.html", "imagetemplate.html", "statstemplate.html", "curses.plist", "netspeak.plist"):
+            shutil.copy(os.path.join(RESOURCES, name), self.path(SUPPORT))
+        self.prefer()
+        self.transcripts = tree(self.path(TRANSCRIPTS))
+        # A first run, so that there is something to lose, and what another one would leave in its place.
+        self.archive()
+        shutil.copytree(self.path(SUPPORT), self.path("pristine"), symlinks=True)
+        self.archive()
+        self.whole = tree(self.path(SUPPORT))
+        self.mbox = self.messages()
+
+    def prefer(self, **more):
+        values = {"emailAddress": "sam@example.org", "emailPassword": "s3cret", **more}
+        os.makedirs(os.path.dirname(self.path(PREFERENCES)), exist_ok=True)
+        with open(self.path(PREFERENCES), "wb") as file:
+            plistlib.dump(values, file)
+        os.chmod(self.path(PREFERENCES), 0o600)
+
+    def archive(self, fault=None, output="Out"):
+        """Runs the companion with the umask 0 and a fault; returns its exit code, negative for a signal."""
+        environment = {**self.environment, **({"LD_PRELOAD": LAYER, "PRATTLEBUG_FAULT": fault} if fault else {})}
+        result = subprocess.run([PRATTLEBUG, "archive", "--quiet", self.path(output)], env=environment, capture_output=True,
+                                timeout=60, check=False, umask=0)
+        self.assertNotIn(b"s3cret", result.stdout + result.stderr)
+        self.assertNotIn(b"Sanitizer", result.stderr)
+        return result.returncode
+
+    def counted(self):
+        """How often a run changes the disk, and how many bytes it writes."""
+        self.restore()
+        self.assertEqual(self.archive("count:" + self.path("counts")), 0)
+        with open(self.path("counts"), encoding="ascii") as file:
+            return map(int, file.read().split())
+
+    def restore(self):
+        shutil.rmtree(self.path(SUPPORT))
+        shutil.copytree(self.path("pristine"), self.path(SUPPORT), symlinks=True)
+
+    def messages(self, path=MBOX):
+        """The mbox but for the times at which its messages were written and made unique."""
+        with open(self.path(path), "rb") as file:
+            text = re.sub(rb"(?m)^(From \S+) \w{3} \w{3} .*$", rb"\1", file.read())
+        return re.sub(rb"(?m)^(Subject: .*) \(\d\d:.*\)$", rb"\1", text)
+
+    def check(self, what):
+        """What holds after a run, however it ended."""
+        self.assertEqual(tree(self.path(TRANSCRIPTS)), self.transcripts, what)
+        held = tree(self.path(SUPPORT))
+        for name in STORES:
+            with open(self.path(SUPPORT, name), "rb") as file:
+                plistlib.load(file)
+        for name in held:
+            if temporaries([name]) or name.startswith("Images/topimages"):
+                continue
+            if name.endswith(".html") and "/" not in name:
+                with open(self.path(SUPPORT, name), "rb") as file:
+                    page = file.read()
+                self.assertTrue(page.startswith(b"<!DOCTYPE html>") and page.endswith(b"</html>\n"), (what, name))
+            elif name.startswith("Images/"):
+                self.assertEqual(held[name], self.whole[name], (what, name))
+        self.assertLessEqual(self.whole.keys() - {name for name in self.whole if "topimages" in name}, held.keys(), what)
+        with open(self.path(PREFERENCES), "rb") as file:
+            self.assertEqual(plistlib.load(file)["emailPassword"], "s3cret", what)
+        folder = os.path.dirname(self.path(PREFERENCES))
+        for name in os.listdir(folder):  # temporaries too
+            self.assertEqual(stat.S_IMODE(os.stat(os.path.join(folder, name)).st_mode) & 0o077, 0, (what, name))
+        return temporaries(held) + temporaries(os.listdir(folder))
+
+    def test_a_run_may_be_killed_at_any_moment(self):
+        self.prefer(forceUniqueSubjects=True)
+        calls, _ = self.counted()
+        self.assertGreater(calls, KILLS)
+        left = 0
+        for number in range(KILLS):
+            at = 1 + number * (calls - 1) // (KILLS - 1)
+            self.restore()
+            self.assertEqual(self.archive(f"kill:{at}"), -signal.SIGKILL, at)
+            left += bool(self.check(at))
+            cut = self.messages() if os.path.exists(self.path(MBOX)) else b""
+            if b"\n" in cut[-120:]:  # the time in a separator line that is cut off could not be left out
+                self.assertTrue(self.mbox.startswith(cut[:cut.rindex(b"\n")]), at)
+            if number % 10 == 0:
+                self.assertEqual(self.archive(), 0)
+                self.assertEqual(self.check(at), [])
+                self.assertEqual(self.messages(), self.mbox)
+        self.assertGreater(left, KILLS // 4, "hardly any was killed while it had a temporary")
+
+    def test_a_disk_may_fill_at_any_moment(self):
+        _, size = self.counted()
+        for number in range(24):
+            room = number * size // 24
+            for error in (errno.ENOSPC, errno.EDQUOT):
+                self.restore()
+                code = self.archive(f"full:{room}:{error}")
+                self.assertEqual(self.check(room), [])
+                self.assertEqual(code, 0 if self.messages() == self.mbox else 1)
+                self.assertTrue(self.messages() == b"" or self.messages().endswith(b"--\n\n"))
+                self.assertTrue(all(message in self.mbox for message in self.messages().split(b"From sam")))
+
+    def test_a_support_folder_that_is_locked_stays_as_it_is(self):
+        before = tree(self.path(SUPPORT))
+        self.assertEqual(self.archive("locked:" + self.path(SUPPORT)), 0)
+        self.assertEqual(tree(self.path(SUPPORT)), before)
+        self.assertEqual(self.messages(), self.mbox)
+        with open(self.path(PREFERENCES), "rb") as file:
+            self.assertEqual(plistlib.load(file)["reportThis"], "permissions")
+        self.assertEqual(self.archive("locked:" + self.path("Out")), 1)
+
+    def test_links_in_the_place_of_files_are_replaced_and_not_followed(self):
+        written = [os.path.join(SUPPORT, name) for name in self.whole if "/" not in name.removeprefix("Images/")]
+        written = [name for name in written if not re.search(r"template\.html$|(curses|netspeak)\.plist$|Images$", name)]
+        self.assertGreater(len(written), 12)
+        written += [PREFERENCES, MBOX]
+        self.prefer(forceUniqueSubjects=True)
+        for is_dangling in (False, True):
+            shutil.rmtree(self.path("elsewhere"), ignore_errors=True)
+            for number, name in enumerate(written):
+                target = self.path("elsewhere", str(number))
+                os.makedirs(os.path.dirname(target), exist_ok=True)
+                os.rename(self.path(name), target)
+                os.symlink(target, self.path(name))
+            if is_dangling:
+                shutil.rmtree(self.path("elsewhere"))
+                os.makedirs(self.path("elsewhere"))
+                self.write(PREFERENCES, plistlib.dumps({"forceUniqueSubjects": True}))
+            before = tree(self.path("elsewhere"))
+            self.assertEqual(self.archive(), 0)
+            self.assertEqual(tree(self.path("elsewhere")), before)
+            for name in written:
+                self.assertFalse(os.path.islink(self.path(name)), name)
+
+    def test_two_runs_at_once_leave_whole_files(self):
+        for _ in range(5):
+            self.restore()
+            both = [subprocess.Popen([PRATTLEBUG, "archive", "--quiet", self.path(output)], env=self.environment,
+                                     stdout=subprocess.DEVNULL, umask=0o077) for output in ("Out", "Other")]
+            self.assertEqual([run.wait(60) for run in both], [0, 0])
+            self.assertEqual(self.check("two at once"), [])
+            self.assertEqual(self.messages(), self.mbox)
+            self.assertEqual(self.messages("Other/Prattlebug Archive mbox"), self.mbox)
+
+
+main()
