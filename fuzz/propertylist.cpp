@@ -23,7 +23,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     platform::PropertyList list;
     try {
         list = platform::readPropertyList(fuzz::bytesOf(data, size));
-    } catch (const platform::FormatError &) {
+    } catch (const platform::FormatError &error) {
+        // Offsets in UTF-16 count in the same text's UTF-8, which is at most half as long again.
+        fuzz::require(error.offset() >= 0 && error.offset() <= 2 * qint64(size));
         return 0;
     }
     const QByteArray once = written(list);

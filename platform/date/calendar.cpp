@@ -130,6 +130,7 @@ QString descriptionWithCalendarFormat(const NSDate &date, QStringView calendarFo
 std::optional<CalendarMonth> calendarMonth(QStringView text)
 {
     constexpr qsizetype mostDigits = 5;
+    constexpr int latestYear = 10000;
 
     const qsizetype blank = text.indexOf(u' ');
     const QStringView digits = text.sliced(blank + 1);
@@ -141,6 +142,8 @@ std::optional<CalendarMonth> calendarMonth(QStringView text)
             return std::nullopt;
         year = year * 10 + (digit.unicode() - u'0');
     }
+    if (year > latestYear)
+        return std::nullopt;
     for (size_t i = 0; i < monthNames.size(); ++i) {
         if (text.first(blank) == QLatin1String(monthNames[i]))
             return CalendarMonth{year, int(i) + 1};
