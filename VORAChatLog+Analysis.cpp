@@ -42,6 +42,35 @@ private:
     std::unordered_map<const QChar *, std::vector<qint64>> m_counted; // by the text, which copies share
 };
 
+/// Tells the sides by the senders' names, each sender's looked up once: it may be very long, and a small file
+/// can name one sender in very many messages.
+class SideFinder {
+public:
+    using Side = qint64 VORAChatLog::WordCounts::*;
+
+    explicit SideFinder(const QString &otherParty) : m_otherParty(otherParty) {}
+
+    /// Null for a sender without a name.
+    [[nodiscard]] Side of(const VORAPresentity &sender)
+    {
+        const auto [entry, isNew] = m_sides.try_emplace(&sender, nullptr);
+        if (!isNew)
+            return entry->second;
+        m_namesLength += sender.rawName() ? sender.rawName()->size() : 0;
+        if (const std::optional<QString> name = sender.Name())
+            entry->second = *name == m_otherParty ? &VORAChatLog::WordCounts::byOtherParty
+                                                  : &VORAChatLog::WordCounts::byUsersSide;
+        return entry->second;
+    }
+    /// In UTF-16 units, of all senders so far.
+    [[nodiscard]] qsizetype namesLength() const { return m_namesLength; }
+
+private:
+    const QString &m_otherParty;
+    std::unordered_map<const VORAPresentity *, Side> m_sides;
+    qsizetype m_namesLength = 0;
+};
+
 } // namespace
 
 qint64 VORAChatLog::NumberOfSpeakers() const
@@ -59,14 +88,18 @@ std::vector<VORAChatLog::WordCounts> VORAChatLog::countWords(std::span<const Wor
 {
     std::vector<WordCounts> totals(inSets.size());
     WordCounter counter(inSets);
+    SideFinder sides(m_primaryOtherParty);
     for (const auto &message : m_messages) {
         if (message->isStatusMessage())
             continue; // it has no words, and its name need not be looked up
-        const std::optional<QString> speaker = message->Speaker();
-        if (!speaker)
+        const auto side = sides.of(*message->sender());
+        if (sides.namesLength() > largestGathering) {
+            platform::NSLog(QStringLiteral("The chat with %1 is too large for its words to be counted.")
+                                .arg(m_primaryOtherParty));
+            return std::vector<WordCounts>(inSets.size());
+        }
+        if (!side)
             continue;
-        const auto side =
-            *speaker == m_primaryOtherParty ? &WordCounts::byOtherParty : &WordCounts::byUsersSide;
         const std::vector<qint64> &counts = counter.counts(*message);
         for (size_t i = 0; i < totals.size(); ++i)
             totals[i].*side += counts[i];

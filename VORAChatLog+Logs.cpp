@@ -16,6 +16,8 @@ namespace {
 
 /// What each link or file weighs beside its text: about what an entry of a store takes.
 constexpr qsizetype entryWeight = 64;
+/// What each run weighs that is looked through for them.
+constexpr qsizetype runWeight = 4;
 
 qsizetype weightOf(const LinkRecord &record)
 {
@@ -27,7 +29,10 @@ qsizetype weightOf(const LinkRecord &record)
 
 qsizetype weightOf(const ImageRecord &record)
 {
-    return qsizetype(record.images.size()) * entryWeight;
+    qsizetype weight = 0;
+    for (const auto &image : record.images)
+        weight += (image->preferredFilename() ? image->preferredFilename()->size() : 0) + entryWeight;
+    return weight;
 }
 
 /// The records that @p record makes of the messages that somebody sent; none when they weigh too much.
@@ -39,6 +44,7 @@ std::vector<Record> gathered(const VORAChatLog &chatLog, Record (VORAInstantMess
     for (const auto &message : chatLog.messages()) {
         if (message->isStatusMessage())
             continue;
+        weight += qsizetype(message->string()->runs().size()) * runWeight;
         records.push_back((message.get()->*record)());
         weight += weightOf(records.back());
         if (records.back().speaker)

@@ -15,7 +15,6 @@
 #include <string_view>
 
 using platform::NSAttributedString;
-using platform::NSDictionary;
 
 namespace {
 
@@ -25,6 +24,9 @@ constexpr QStringView richCredit =
 
 constexpr QStringView documentHead = u"<html><head><title>Prattlebug log</title></head><body>";
 constexpr QStringView documentTail = u"</body></html>";
+/// What each run of a text weighs beside its characters: about what it takes in a styled text.
+constexpr qsizetype runWeight = 24;
+
 constexpr QStringView fontClose = u"</font>";
 
 void logTooLarge(const QString &otherParty)
@@ -57,16 +59,12 @@ public:
             return;
         m_atStart.resize(0); // keeps its memory, as clear() would not
         m_atEnd.resize(0);
-        for (const NSDictionary::Entry &attribute : attributes->entries()) {
-            if (attribute.key == platform::NSAttachmentAttributeName)
-                addAttachment(attribute.value.get(), m_document[positions[0]]);
-            else if (attribute.key == platform::NSForegroundColorAttributeName)
-                addColor(attribute.value.get());
-            else if (attribute.key == platform::NSFontAttributeName)
-                addFont(attribute.value.get());
-            else if (attribute.key == platform::NSLinkAttributeName)
-                addLink(attribute.value.get());
-        }
+        // In the order of their names. Looked up, not walked through: a set may hold any number of others.
+        addAttachment(attributes->objectForKey(platform::NSAttachmentAttributeName).get(),
+                      m_document[positions[0]]);
+        addColor(attributes->objectForKey(platform::NSForegroundColorAttributeName).get());
+        addFont(attributes->objectForKey(platform::NSFontAttributeName).get());
+        addLink(attributes->objectForKey(platform::NSLinkAttributeName).get());
         InsertStringAndTrackIndices(m_document, positions, m_atStart, 0, positions.size());
         InsertStringAndTrackIndices(m_document, positions, m_atEnd, 1, positions.size());
     }
@@ -142,7 +140,9 @@ bool VORAChatLog::isTooLargeToRender() const
 {
     qsizetype total = 0;
     for (const auto &message : m_messages) {
-        total += message->isStatusMessage() ? 0 : message->string()->length();
+        if (message->isStatusMessage())
+            continue;
+        total += message->string()->length() + qsizetype(message->string()->runs().size()) * runWeight;
         if (total > largestRendering) {
             logTooLarge(m_primaryOtherParty);
             return true;

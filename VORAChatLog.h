@@ -70,8 +70,9 @@ public:
 
     // Rendering (VORAChatLog+Rendering.cpp)
 
-    /// The most that a rendering gives, in UTF-16 units. A small file can name one large message many
-    /// times; a chat that would take more has no rendering, and a message in the console log says so.
+    /// The most that a rendering gives, in UTF-16 units, each run of the messages' texts counting 24 more. A
+    /// small file can name one large message many times; a chat that would take more has no rendering, and a
+    /// message in the console log says so.
     static constexpr qsizetype largestRendering = qsizetype(1) << 30;
 
     /// One line "Name: text" per message that is no status message, then the credit, which no line feed ends.
@@ -90,9 +91,10 @@ public:
 
     // Links and attached files (VORAChatLog+Logs.cpp)
 
-    /// The most that is gathered from one chat: the UTF-16 units of all links and of each record's speaker,
-    /// each link or file counting 64 more. A small file can name one large message many times; of a chat that
-    /// has more nothing is gathered, and a message in the console log says so.
+    /// The most that is gathered from one chat: the UTF-16 units of all links, of the names of all files
+    /// and of each record's speaker, each link or file counting 64 more and each run of a text 4. A small
+    /// file can name one large message many times; of a chat that has more nothing is gathered, and a message
+    /// in the console log says so.
     static constexpr qsizetype largestGathering = VORAInstantMessage::largestGathering;
 
     /// One record for each message that is no status message, in order, also for those without links.
@@ -134,6 +136,9 @@ public:
     };
     /// The words that count in each of @p inSets (null: every word), all in one walk over the messages. What
     /// a word is says VORAInstantMessage::wordCountInSet().
+    ///
+    /// All counts are 0 when the senders' names take more than largestGathering, which a small file can also
+    /// make them do; a message in the console log says so.
     [[nodiscard]] std::vector<WordCounts> countWords(std::span<const WordSet *const> inSets) const;
     /// One of these counts alone.
     [[nodiscard]] qint64 CountWordsForUserInSet(const WordSet *set) const;

@@ -20,7 +20,7 @@ qint64 weightOf(const NSFileWrapper &wrapper) // no deeper than its reader goes
 {
     qint64 weight = wrapper.regularFileContents().size() + costOfAFile;
     for (const NSFileWrapper::Child &child : wrapper.children())
-        weight += weightOf(*child.wrapper);
+        weight += child.name.size() + weightOf(*child.wrapper);
     return weight;
 }
 

@@ -14,8 +14,9 @@ namespace galleries {
 /// Writes the attached files of one chat into a folder, which must exist: none is made.
 class SavedFiles {
 public:
-    /// The most that is written for one chat, in bytes, each file or folder counting 4096 more. No readable
-    /// transcript holds as much, but a small one can name one large file in very many messages.
+    /// The most that is written for one chat, in bytes, each file or folder counting 4096 more and its name
+    /// inside a folder its length. No readable transcript holds as much, but a small one can name one large
+    /// file in very many messages.
     static constexpr qint64 largestTotal = qint64(1) << 32;
 
     explicit SavedFiles(std::filesystem::path folder, qint64 total = largestTotal)

@@ -190,20 +190,31 @@ ObjectRef valueFromKeys(NSKeyedUnarchiver & /*coder*/)
 
 // URLs: a string, and perhaps a base.
 
+template <class Coder>
+ObjectRef makeUrl(Coder &coder, const std::shared_ptr<const NSString> &string,
+                  std::shared_ptr<const NSURL> base)
+{
+    // For each character of what it is resolved from: UTF-16, and three of these where it has to be escaped.
+    constexpr quint64 costPerCharacter = 8;
+    if (!string)
+        return nullptr;
+    if (base)
+        coder.charge(quint64(base->absoluteString().size() + string->string().size()), costPerCharacter);
+    return std::make_shared<NSURL>(string->string(), std::move(base));
+}
+
 ObjectRef urlFromStream(NSUnarchiver &coder)
 {
     std::shared_ptr<const NSURL> base;
     if (coder.decodeInteger() != 0)
         base = coder.decode<NSURL>();
-    const auto string = coder.decode<NSString>();
-    return string ? std::make_shared<NSURL>(string->string(), std::move(base)) : nullptr;
+    return makeUrl(coder, coder.decode<NSString>(), std::move(base));
 }
 
 ObjectRef urlFromKeys(NSKeyedUnarchiver &coder)
 {
     auto base = coder.decodeForKey<NSURL>("NS.base");
-    const auto string = coder.decodeForKey<NSString>("NS.relative");
-    return string ? std::make_shared<NSURL>(string->string(), std::move(base)) : nullptr;
+    return makeUrl(coder, coder.decodeForKey<NSString>("NS.relative"), std::move(base));
 }
 
 // Attributed strings: the string, then runs until its length is used up.

@@ -23,12 +23,14 @@ QString NSData::description() const
     return u'<' + QString::fromLatin1(m_bytes.toHex()) + u'>';
 }
 
-QString NSURL::absoluteString() const
+NSURL::NSURL(QString string, std::shared_ptr<const NSURL> base)
+    : m_string(std::move(string)), m_base(std::move(base)), m_absolute(m_string)
 {
     if (!m_base)
-        return m_string;
+        return;
     const QUrl resolved = QUrl(m_base->absoluteString()).resolved(QUrl(m_string));
-    return resolved.isValid() ? resolved.toString(QUrl::FullyEncoded) : m_string;
+    if (resolved.isValid())
+        m_absolute = resolved.toString(QUrl::FullyEncoded);
 }
 
 } // namespace platform

@@ -55,12 +55,12 @@ private:
 };
 
 /// A URL as it was given: a string, and perhaps another URL that the string is relative to.
+///
+/// It is resolved once, when it is made: many runs of a text may carry one URL, and its base may be very
+/// long.
 class NSURL final : public NSObject {
 public:
-    explicit NSURL(QString string, std::shared_ptr<const NSURL> base = nullptr)
-        : m_string(std::move(string)), m_base(std::move(base))
-    {
-    }
+    explicit NSURL(QString string, std::shared_ptr<const NSURL> base = nullptr);
 
     /// The string as given, not resolved.
     [[nodiscard]] const QString &relativeString() const { return m_string; }
@@ -68,13 +68,14 @@ public:
     [[nodiscard]] const std::shared_ptr<const NSURL> &baseURL() const { return m_base; }
     /// The string resolved against the base (RFC 3986, section 5.2); without a base the string itself,
     /// unchanged.
-    [[nodiscard]] QString absoluteString() const;
+    [[nodiscard]] const QString &absoluteString() const { return m_absolute; }
     [[nodiscard]] QString className() const override { return QStringLiteral("NSURL"); }
-    [[nodiscard]] QString description() const override { return absoluteString(); }
+    [[nodiscard]] QString description() const override { return m_absolute; }
 
 private:
     QString m_string;
     std::shared_ptr<const NSURL> m_base;
+    QString m_absolute;
 };
 
 /// The place-holder for an object of a class that nobody here knows: its class, nothing of its contents.

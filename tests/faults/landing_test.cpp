@@ -4,8 +4,7 @@
 #include "tests/support/transcripts.h"
 
 #include "platform/appkit/nsfilewrapper.h"
-#include "platform/date/calendar.h"
-#include "platform/text/encoding.h"
+#include "platform/foundation/scalars.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
