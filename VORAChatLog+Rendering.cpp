@@ -143,6 +143,8 @@ bool VORAChatLog::isTooLargeToRender() const
         if (message->isStatusMessage())
             continue;
         total += message->string()->length() + qsizetype(message->string()->runs().size()) * runWeight;
+        if (const auto &name = message->sender()->rawName())
+            total += name->size();
         if (total > largestRendering) {
             logTooLarge(m_primaryOtherParty);
             return true;

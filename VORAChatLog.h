@@ -70,9 +70,9 @@ public:
 
     // Rendering (VORAChatLog+Rendering.cpp)
 
-    /// The most that a rendering gives, in UTF-16 units, each run of the messages' texts counting 24 more. A
-    /// small file can name one large message many times; a chat that would take more has no rendering, and a
-    /// message in the console log says so.
+    /// The most that a rendering gives, in UTF-16 units; the senders' identifiers are counted too, and each
+    /// run of the messages' texts as 24. A small file can name one large message many times; a chat that
+    /// would take more has no rendering, and a message in the console log says so.
     static constexpr qsizetype largestRendering = qsizetype(1) << 30;
 
     /// One line "Name: text" per message that is no status message, then the credit, which no line feed ends.
