@@ -1,5 +1,7 @@
 #!/bin/sh
-# Installs the Debian packages that the build and the tests need. Skips what is there; uses sudo when not root.
+# Installs the Debian packages that the build and the tests need:
+#     scripts/install-deps.sh [PACKAGES…]    and these as well
+# Skips what is there; uses sudo when not root.
 set -eu
 
 packages="
@@ -14,7 +16,7 @@ packages="
 "
 
 missing=
-for package in $packages; do
+for package in $packages "$@"; do
     dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing="$missing $package"
 done
 [ -n "$missing" ] || exit 0
