@@ -37,6 +37,7 @@ std::vector<Record> gathered(const VORAChatLog &chatLog, Record (VORAInstantMess
 {
     const platform::ABAddressBook::Reading reading;
     std::vector<Record> records;
+    records.reserve(chatLog.messages().size());
     qsizetype weight = 0;
     for (const auto &message : chatLog.messages()) {
         if (message->isStatusMessage())

@@ -1,9 +1,11 @@
 """Measures whole runs over folders of chats of growing sizes.
 
-    measure.py PROGRAM FOLDER COUNTS [--alone]    archives COUNTS chats ("1000,2000"), made in FOLDER, with PROGRAM,
-                                                  without the galleries and with them
-    --alone                                       and with each call for the galleries by itself, which takes the square
-                                                  of the number of chats
+    measure.py PROGRAM FOLDER COUNTS [--alone] [--runs N]
+
+    COUNTS      how many chats: "1000,2000". They are made in FOLDER and archived with PROGRAM, without the galleries
+                and with them
+    --alone     and with each call for the galleries by itself, which takes the square of the number of chats
+    --runs N    of each kind; the median counts (3)
 
 Beside each run stands, by turns in the same minute, the least that anybody needs: reading the same files with cat and
 writing the same mbox with cp. Prints a table with what is aimed at, and writes FOLDER/growth.tsv for a plot.
@@ -22,7 +24,6 @@ from pathlib import Path
 import makechats
 
 TOP = Path(__file__).resolve().parent.parent
-RUNS = 3
 MEGABYTE = 1e6
 MEBIBYTE = 2**20
 
@@ -55,10 +56,12 @@ def make_home(home, count):
         unfinished.rename(home)
 
 
-def set_up(home):
-    """A support folder without earlier galleries."""
+def set_up(home, spent):
+    """Makes a support folder without galleries. An earlier one is moved to @p spent, not removed: some file systems take
+    long to make files soon after many have been removed."""
     support = home / "Library/Prattlebug"
-    shutil.rmtree(home / "Library", ignore_errors=True)
+    if support.exists():
+        support.rename(Path(tempfile.mkdtemp(dir=spent)) / "spent")
     (support / "Images").mkdir(parents=True)
     for name in ("linktemplate.html", "imagetemplate.html", "statstemplate.html", "curses.plist", "netspeak.plist"):
         shutil.copy(TOP / "resources" / name, support)
@@ -66,17 +69,18 @@ def set_up(home):
         shutil.copy(TOP / "samples" / card, support)
 
 
-def measure(program, home, modes):
+def measure(program, home, modes, runs):
     output = home / "out"
     output.mkdir(exist_ok=True)
     costs = {mode: [] for mode in [*modes, "cat and cp"]}
-    for _ in range(RUNS):
-        for mode in modes:
-            set_up(home)
-            costs[mode].append(run(program, mode, output, home=home))
-        reading = run("find", home / "Documents", "-type", "f", "-exec", "cat", "{}", "+")
-        writing = run("cp", output / "mbox", output / "copy")
-        costs["cat and cp"].append(Cost(reading.seconds + writing.seconds, 0))
+    with tempfile.TemporaryDirectory(dir=home) as spent:
+        for _ in range(runs):
+            for mode in modes:
+                set_up(home, spent)
+                costs[mode].append(run(program, mode, output, home=home))
+            reading = run("find", home / "Documents", "-type", "f", "-exec", "cat", "{}", "+")
+            writing = run("cp", output / "mbox", output / "copy")
+            costs["cat and cp"].append(Cost(reading.seconds + writing.seconds, 0))
     return {mode: median(measured) for mode, measured in costs.items()}
 
 
@@ -106,6 +110,7 @@ def main():
     parser.add_argument("folder", type=Path)
     parser.add_argument("counts")
     parser.add_argument("--alone", action="store_true")
+    parser.add_argument("--runs", type=int, default=3)
     options = parser.parse_args()
     counts = [int(count) for count in options.counts.split(",")]
     modes = ["without", "run"] + (["alone"] if options.alone else [])
@@ -113,7 +118,7 @@ def main():
     for count in counts:
         home = options.folder / f"home-{count}"
         make_home(home, count)
-        costs = measure(options.program, home, modes)
+        costs = measure(options.program, home, modes, options.runs)
         growth.append([count, *(costs[mode].seconds / count * 1e6 for mode in modes)])
         show(count, costs, home)
     print("Microseconds a chat")
