@@ -53,8 +53,10 @@ int archive(const std::filesystem::path &folder, bool skipNew, bool quiet)
     ConsoleDesktop desktop(host, folder, skipNew);
     PBArchiver archiver(desktop);
     archiver.beginArchiving();
-    if (archiver.ending() == PBArchiver::Ending::NoTranscriptFolder)
+    if (archiver.ending() == PBArchiver::Ending::NoTranscriptFolder) {
+        printError(QStringLiteral("prattlebug setup does that here: see prattlebug setup --help."));
         return exitFailed;
+    }
     printLine(archiver.summary());
     if (archiver.ending() != PBArchiver::Ending::Done) {
         printError(QByteArrayView("The mbox could not be written whole: " +

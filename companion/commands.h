@@ -16,6 +16,7 @@ inline constexpr int exitDone = 0;
 inline constexpr int exitFailed = 1;
 inline constexpr int exitWrongUsage = 2;
 
+void addSetupCommand(CLI::App &commands, Action &action);
 void addArchiveCommand(CLI::App &commands, Action &action);
 void addShowCommand(CLI::App &commands, Action &action);
 void addCheckCommand(CLI::App &commands, Action &action);

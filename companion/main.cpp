@@ -28,6 +28,7 @@ int run(int argc, char **argv)
     program.add_option("--home", home, "Home folder to work in, instead of the user's own")->type_name("DIR");
 
     companion::Action action;
+    companion::addSetupCommand(program, action);
     companion::addArchiveCommand(program, action);
     companion::addShowCommand(program, action);
     companion::addCheckCommand(program, action);
