@@ -30,8 +30,6 @@ struct Options {
     std::optional<std::string> contacts;
     std::vector<std::string> chats;
     bool resetTemplates = false;
-    bool quiet = false;
-    bool verbose = false;
 };
 
 /// A vCard file that the user has given; no bytes when they gave none.
@@ -134,8 +132,8 @@ std::vector<std::string> copyTranscripts(const Options &options, Changes &change
     const std::vector<std::filesystem::path> chats = chatsToCopy(options);
     TranscriptCopies copies(
         PBArchiver::transcriptFolder(), changes,
-        [&options](const std::filesystem::path &from, const std::filesystem::path &to) {
-            if (options.verbose)
+        [](const std::filesystem::path &from, const std::filesystem::path &to) {
+            if (verbosity() == Verbosity::Verbose)
                 printError(QByteArrayView(QByteArray::fromStdString(from.native() + " -> " + to.native())));
         });
     for (const std::filesystem::path &folder : chats)
@@ -219,7 +217,7 @@ int setUp(const Options &options)
     changes.keep();
 
     reportMissing(report);
-    if (!options.quiet)
+    if (verbosity() != Verbosity::Quiet)
         printLine(QByteArrayView(report.text()));
     for (const std::string &entry : unread)
         printError(QByteArrayView("Could not be read: " + QByteArray::fromStdString(entry)));
@@ -255,10 +253,9 @@ void addSetupCommand(CLI::App &commands, Action &action)
         ->type_name("FILE.vcf");
     command->add_flag("--reset-templates", options->resetTemplates,
                       "Also replace templates and word lists that you have changed");
-    CLI::Option *quiet = command->add_flag("--quiet", options->quiet, "Say nothing unless something fails");
-    command->add_flag("--verbose", options->verbose, "Name every transcript that is copied")->excludes(quiet);
     command->footer(
         "Example: prattlebug setup --email sam@example.org --me me.vcf /media/sam/Backup\n"
+        "With --verbose every transcript that is copied is named.\n"
         "It can be repeated: nothing of yours is ever overwritten or copied twice.\n"
         "Exit code: 1 when something is wrong with what was given, or with the disk (then nothing "
         "has been changed),\nor when some transcripts could not be read; they are named.");
