@@ -1,5 +1,17 @@
 # What is installed besides the programs, and the Debian package: `cmake --build build/release --target package`.
 
+# Debian wants these compressed; the same bytes every time.
+find_program(GZIP gzip REQUIRED)
+function(install_compressed file destination)
+    get_filename_component(name "${file}" NAME)
+    set(compressed "${CMAKE_BINARY_DIR}/${name}.gz")
+    add_custom_command(OUTPUT "${compressed}" DEPENDS "${CMAKE_SOURCE_DIR}/${file}"
+                       COMMAND sh -c "\"$1\" -9nc \"$2\" > \"$3\"" sh "${GZIP}" "${CMAKE_SOURCE_DIR}/${file}" "${compressed}"
+                       VERBATIM)
+    add_custom_target(compress_${name} ALL DEPENDS "${compressed}")
+    install(FILES "${compressed}" DESTINATION "${destination}")
+endfunction()
+
 if(TARGET prattlebug-archiver)
     install(FILES resources/prattlebug-archiver.desktop DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
     install(FILES resources/com.velmoria.prattlebug.metainfo.xml DESTINATION "${CMAKE_INSTALL_DATADIR}/metainfo")
@@ -8,10 +20,11 @@ if(TARGET prattlebug-archiver)
         install(FILES resources/icons/${size}/prattlebug-archiver.png
                 DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps")
     endforeach()
-    install(FILES docs/man/prattlebug-archiver.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+    install_compressed(docs/man/prattlebug-archiver.1 "${CMAKE_INSTALL_MANDIR}/man1")
 endif()
 
-install(FILES docs/man/prattlebug.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+install_compressed(docs/man/prattlebug.1 "${CMAKE_INSTALL_MANDIR}/man1")
+install_compressed(resources/debian/changelog "${CMAKE_INSTALL_DOCDIR}")
 install(FILES README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(DIRECTORY docs/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs" FILES_MATCHING PATTERN "*.md" PATTERN "*.png"
         PATTERN man EXCLUDE)

@@ -62,11 +62,12 @@ def measure(prattlebug, home, count):
     output = home / "Prattlebug Archive"
     mbox = output / "Prattlebug Archive mbox"
     copy = home / "copy of the mbox"
-    archiving, reading, writing = [], [], []
+    archiving, reading, writing, searching = [], [], [], []
     for _ in range(RUNS):  # by turns, so that a busy spell of the machine falls on all of them
         shutil.rmtree(output, ignore_errors=True)
         archiving.append(run(prattlebug, "--home", home, "archive", output))
         reading.append(run("find", home / "Documents", "-type", "f", "-exec", "cat", "{}", "+"))
+        searching.append(run(prattlebug, "--home", home, "search", "heron", "--from", "Zoë"))
         copy.unlink(missing_ok=True)
         writing.append(run("cp", mbox, copy))
     return {
@@ -74,6 +75,7 @@ def measure(prattlebug, home, count):
         "read": sum(path.stat().st_size for path in files),
         "written": mbox.stat().st_size,
         "archiving": median(archiving),
+        "searching": median(searching).seconds,
         "floor": median(reading).seconds + median(writing).seconds,
     }
 
@@ -86,6 +88,7 @@ def show(result):
           f"{result['read'] / MEGABYTE / cost.seconds:.1f} MB/s in, "
           f"{result['written'] / MEGABYTE / cost.seconds:.1f} MB/s out")
     print(f"    peak memory      {cost.peak_memory / MEGABYTE:.1f} MB")
+    print(f"    searching        {result['searching']:.3f} s, {result['read'] / MEGABYTE / result['searching']:.1f} MB/s")
     print(f"    cat and cp       {result['floor']:.3f} s")
     print(f"    ratio            {cost.seconds / result['floor']:.1f} (aim: {AIM})")
 

@@ -32,11 +32,10 @@ cp -a "$base/." "$root/"
 cp "$package" "$root/tmp/prattlebug.deb"
 cp -a samples "$root/tmp/samples"
 [ ! -f /etc/resolv.conf ] || cp -L /etc/resolv.conf "$root/etc/resolv.conf"
-inside() {
-    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/home/sam USER=sam DEBIAN_FRONTEND=noninteractive "$@"
-}
+# With processes and a /proc of its own, which are gone with the command.
 run() {
-    inside chroot "$root" "$@"
+    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/home/sam USER=sam LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+        unshare --mount --pid --fork --kill-child --mount-proc="$root/proc" chroot "$root" "$@"
 }
 run apt-get update -qq
 run apt-get install -y -qq --no-install-recommends /tmp/prattlebug.deb >"$build/package/install.log" 2>&1 ||
@@ -55,7 +54,7 @@ run prattlebug search photo
 run prattlebug send --help >/dev/null
 # The window stays open until it is told to end; one that cannot open ends at once.
 status=0
-inside QT_QPA_PLATFORM=offscreen timeout 5 chroot "$root" prattlebug-archiver || status=$?
+run env QT_QPA_PLATFORM=offscreen timeout 5 prattlebug-archiver || status=$?
 [ "$status" -eq 124 ] || { echo "The window ended with $status" >&2; exit 1; }
 
 run apt-get purge -y -qq prattlebug >/dev/null 2>&1
