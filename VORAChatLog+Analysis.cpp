@@ -2,6 +2,7 @@
 
 #include "VORAHostFlags.h"
 
+#include "platform/addressbook/addressbook.h"
 #include "platform/log/nslog.h"
 #include "platform/scripting/nsapplescript.h"
 
@@ -57,6 +58,7 @@ bool VORAChatLog::NameInSpeakerList(const QString &name) const
 
 std::vector<VORAChatLog::WordCounts> VORAChatLog::countWords(std::span<const WordSet *const> inSets) const
 {
+    const platform::ABAddressBook::Reading reading;
     std::vector<WordCounts> totals(inSets.size());
     WordCounter counter(inSets);
     for (const auto &message : m_messages) {

@@ -3,6 +3,7 @@
 #include "galleries/imagenames.h"
 #include "galleries/savedfiles.h"
 
+#include "platform/addressbook/addressbook.h"
 #include "platform/date/calendar.h"
 #include "platform/files/files.h"
 #include "platform/log/nslog.h"
@@ -34,7 +35,9 @@ qsizetype weightOf(const ImageRecord &record)
 template <class Record>
 std::vector<Record> gathered(const VORAChatLog &chatLog, Record (VORAInstantMessage::*record)() const)
 {
+    const platform::ABAddressBook::Reading reading;
     std::vector<Record> records;
+    records.reserve(chatLog.messages().size());
     qsizetype weight = 0;
     for (const auto &message : chatLog.messages()) {
         if (message->isStatusMessage())

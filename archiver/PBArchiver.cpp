@@ -4,6 +4,7 @@
 
 #include "archiver/mboxmessage.h"
 
+#include "platform/addressbook/addressbook.h"
 #include "platform/files/directorywalk.h"
 #include "platform/files/files.h"
 #include "platform/log/nslog.h"
@@ -94,6 +95,7 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         ++m_counts.passedOver;
         return;
     }
+    const platform::ABAddressBook::Reading reading; // nobody has two names in one chat
     VORAChatLog::Outcome outcome{};
     const auto chatLog = VORAChatLog::initWithFilePath(path, &outcome);
     const auto created = platform::creationTime(path);

@@ -1,7 +1,8 @@
 """Writes chats to measure with, the same ones every time.
 
-    makechats.py folder FOLDER FIRST COUNT   chats number FIRST to FIRST + COUNT - 1 of a long life: fifty messages each,
-                                             of both kinds in turn, every tenth with a picture of some 60 kB
+    makechats.py folder FOLDER COUNT         the first COUNT chats of a long life: fifty messages each, of both kinds in
+                                             turn, a link in every third, a picture of some 60 kB in every tenth, a new
+                                             friend with every thirtieth
     makechats.py single FOLDER               the chats that the benchmarks take: a thousand messages, and 20,000 messages
                                              with 100,000 runs, of each kind
 """
@@ -16,8 +17,8 @@ sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "samples" / "mak
 
 import pictures  # noqa: E402
 import styles  # noqa: E402
-from chats.cast import BOB, KIM, LI_MING, PRIYA, ROBIN, ROBIN_ON_JABBER, TOMAS, ZOE  # noqa: E402
-from transcript import Keyed, Transcript, Typed  # noqa: E402
+from chats.cast import BOB, KIM, PRIYA, ROBIN, TOMAS, ZOE  # noqa: E402
+from transcript import Keyed, Speaker, Transcript, Typed  # noqa: E402
 
 MESSAGES_PER_CHAT = 50
 PICTURE_BYTES = 60_000
@@ -26,8 +27,8 @@ WORDS = (
     "train coffee lake concert garden heron picture Thursday ticket balcony record kitchen window Zoë naïve café "
     "travelling remember forgotten tomorrow yesterday never always 你好 🌷 :-) lol, see hear think know come go there"
 ).split()
-FRIENDS = (("Kim Lee", "AIM", KIM), ("Zoë Müller", "AIM", ZOE), ("Tomás Novák", "AIM", TOMAS), ("Bob", "AIM", BOB),
-           ("Priya", "AIM", PRIYA), ("李明", "Jabber", LI_MING))
+CHATS_PER_FRIEND = 30
+STYLES = [friend.style for friend in (BOB, KIM, PRIYA, TOMAS, ZOE)]
 
 
 def sentence(chance, longest=14):
@@ -35,37 +36,39 @@ def sentence(chance, longest=14):
 
 
 def picture(chance):
-    """A JPEG that decodes, brought to its size by comments, since flat blocks pack too well for a photograph."""
+    """A JPEG that decodes, brought to its size by the segment for an editor's notes: flat blocks pack too well."""
     whole = pictures.garden()
-    comment = chance.randbytes(PICTURE_BYTES - len(whole))
-    return whole[:2] + b"\xff\xfe" + struct.pack(">H", len(comment) + 2) + comment + whole[2:]
+    notes = chance.randbytes(PICTURE_BYTES - len(whole))
+    return whole[:2] + b"\xff\xed" + struct.pack(">H", len(notes) + 2) + notes + whole[2:]
 
 
 def say_something(chat, chance, speaker):
     pieces = [sentence(chance)]
     kind = chance.random()
-    if kind < 0.06:
-        pieces.append(styles.link(f"http://www.example.org/{chance.choice(WORDS[:30])}/{chance.randint(1, 999)}.html"))
-    elif kind < 0.10:
+    if kind < 0.04:
         pieces.append(styles.underlined(" " + sentence(chance, 3)))
-    elif kind < 0.12:
+    elif kind < 0.06:
         pieces.append(styles.colored(" " + sentence(chance, 3), styles.RED))
     chat.say(speaker, chance.randint(2, 90), *pieces)
 
 
 def conversation(number):
     chance = random.Random(number)
-    name, service, friend = FRIENDS[number % len(FRIENDS)]
-    me = ROBIN_ON_JABBER if service == "Jabber" else ROBIN
-    begin = datetime(2002, 8, 1, 9, 0, tzinfo=timezone.utc) + timedelta(hours=11 * number)
-    keyed = number // len(FRIENDS) % 2 == 1  # so that everybody has chats of both kinds
+    friend = chance.randint(0, number // CHATS_PER_FRIEND) if number % CHATS_PER_FRIEND else number // CHATS_PER_FRIEND
+    name, style = f"friend{friend}", STYLES[friend % len(STYLES)]
+    them = Speaker.of("AIM", name, *style)
+    begin = datetime(2002, 8, 1, 9, 0, tzinfo=timezone.utc) + timedelta(hours=2 * number)
+    keyed = number % 2 == 1
     path = f"{name} on {begin:%Y-%m-%d at %H.%M}.{'ichat' if keyed else 'chat'}"
-    chat = Transcript(path, begin.isoformat(), Keyed() if keyed else Typed("big"), service, [friend])
+    chat = Transcript(path, begin.isoformat(), Keyed() if keyed else Typed("big"), "AIM", [them])
     for message in range(MESSAGES_PER_CHAT):
-        if message == 30 and number % 10 == 0:
-            chat.say(friend, 9, "look: ", styles.file(f"picture {number}.jpg", picture(chance)))
+        speaker = chance.choice((them, ROBIN))
+        if message == 20 and number % 3 == 0:
+            chat.say(speaker, 9, "look: ", styles.link(f"http://www.example.org/{chance.randint(1, 999_999)}.html"))
+        elif message == 30 and number % 10 == 0:
+            chat.say(them, 9, "look: ", styles.file(f"picture {number}.jpg", picture(chance)))
         else:
-            say_something(chat, chance, chance.choice((friend, me)))
+            say_something(chat, chance, speaker)
     return chat
 
 
@@ -89,10 +92,10 @@ def write(folder, chat):
     (folder / chat.path).write_bytes(chat.data())
 
 
-def main(what, folder, first=0, count=0):
+def main(what, folder, count=0):
     folder = Path(folder)
     if what == "folder":
-        for number in range(int(first), int(first) + int(count)):
+        for number in range(int(count)):
             write(folder, conversation(number))
     else:
         for extension, form in (("chat", Typed("big")), ("ichat", Keyed())):

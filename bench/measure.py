@@ -1,13 +1,21 @@
-"""Measures whole runs of the archiver: measure.py PRATTLEBUG FOLDER COUNT
+"""Measures whole runs over folders of chats of growing sizes.
 
-Makes homes with COUNT and twice COUNT chats in FOLDER, archives each, and sets the time against the least that anybody
-needs: reading the same files and writing the same mbox with `cp`.
+    measure.py PROGRAM FOLDER COUNTS [--alone] [--runs N]
+
+    COUNTS      how many chats: "1000,2000". They are made in FOLDER and archived with PROGRAM, without the galleries
+                and with them
+    --alone     and with each call for the galleries by itself, which takes the square of the number of chats
+    --runs N    of each kind; the median counts (3)
+
+Beside each run stands, by turns in the same minute, the least that anybody needs: reading the same files with cat and
+writing the same mbox with cp. Prints a table with what is aimed at, and writes FOLDER/growth.tsv for a plot.
 """
 
+import argparse
+import os
 import shutil
 import statistics
 import subprocess
-import sys
 import tempfile
 import time
 from dataclasses import dataclass
@@ -15,28 +23,25 @@ from pathlib import Path
 
 import makechats
 
-SAMPLES = Path(__file__).resolve().parent.parent / "samples"
-RUNS = 5
-AIM = 5
+TOP = Path(__file__).resolve().parent.parent
 MEGABYTE = 1e6
+MEBIBYTE = 2**20
 
 
 @dataclass
 class Cost:
     seconds: float
-    processor_seconds: float
     peak_memory: float  # bytes
 
 
-def run(*command):
+def run(*command, home=None):
     """Runs a command under time(1): what Python itself could ask would count Python's own memory in."""
+    environment = {**os.environ, "HOME": str(home)} if home else None
     with tempfile.NamedTemporaryFile("r") as report:
         start = time.perf_counter()
-        subprocess.run(["/usr/bin/time", "-o", report.name, "-f", "%U %S %M", *command], check=True,
+        subprocess.run(["/usr/bin/time", "-o", report.name, "-f", "%M", *command], check=True, env=environment,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        seconds = time.perf_counter() - start
-        user, system, kilobytes = report.read().split()
-    return Cost(seconds, float(user) + float(system), int(kilobytes) * 1024)
+        return Cost(time.perf_counter() - start, int(report.read()) * 1024)
 
 
 def median(costs):
@@ -45,61 +50,84 @@ def median(costs):
 
 def make_home(home, count):
     if not home.exists():
-        print(f"Making {count} chats…", file=sys.stderr)
         unfinished = home.with_name(home.name + ".new")
         shutil.rmtree(unfinished, ignore_errors=True)
-        makechats.main("folder", unfinished / "Documents" / "iChats (Prattlebugged)", 0, count)
-        support = unfinished / "Library" / "Prattlebug"
-        support.mkdir(parents=True)
-        for card in ("me.vcf", "contacts.vcf"):
-            shutil.copy(SAMPLES / card, support)
+        makechats.main("folder", unfinished / "Documents/iChats (Prattlebugged)", count)
         unfinished.rename(home)
 
 
-def measure(prattlebug, home, count):
-    make_home(home, count)
-    files = [path for path in (home / "Documents").rglob("*") if path.is_file()]
-    output = home / "Prattlebug Archive"
-    mbox = output / "Prattlebug Archive mbox"
-    copy = home / "copy of the mbox"
-    archiving, reading, writing, searching = [], [], [], []
-    for _ in range(RUNS):  # by turns, so that a busy spell of the machine falls on all of them
-        shutil.rmtree(output, ignore_errors=True)
-        archiving.append(run(prattlebug, "--home", home, "archive", output))
-        reading.append(run("find", home / "Documents", "-type", "f", "-exec", "cat", "{}", "+"))
-        searching.append(run(prattlebug, "--home", home, "search", "heron", "--from", "Zoë"))
-        copy.unlink(missing_ok=True)
-        writing.append(run("cp", mbox, copy))
-    return {
-        "chats": len(files),
-        "read": sum(path.stat().st_size for path in files),
-        "written": mbox.stat().st_size,
-        "archiving": median(archiving),
-        "searching": median(searching).seconds,
-        "floor": median(reading).seconds + median(writing).seconds,
-    }
+def set_up(home, spent):
+    """Makes a support folder without galleries. An earlier one is moved to @p spent, not removed: some file systems take
+    long to make files soon after many have been removed."""
+    support = home / "Library/Prattlebug"
+    if support.exists():
+        support.rename(Path(tempfile.mkdtemp(dir=spent)) / "spent")
+    (support / "Images").mkdir(parents=True)
+    for name in ("linktemplate.html", "imagetemplate.html", "statstemplate.html", "curses.plist", "netspeak.plist"):
+        shutil.copy(TOP / "resources" / name, support)
+    for card in ("me.vcf", "contacts.vcf"):
+        shutil.copy(TOP / "samples" / card, support)
 
 
-def show(result):
-    cost = result["archiving"]
-    print(f"{result['chats']} chats, {result['read'] / MEGABYTE:.1f} MB in, {result['written'] / MEGABYTE:.1f} MB out")
-    print(f"    archiving        {cost.seconds:.3f} s, {cost.processor_seconds:.3f} s of it on the processor")
-    print(f"                     {result['chats'] / cost.seconds:.0f} chats/s, "
-          f"{result['read'] / MEGABYTE / cost.seconds:.1f} MB/s in, "
-          f"{result['written'] / MEGABYTE / cost.seconds:.1f} MB/s out")
-    print(f"    peak memory      {cost.peak_memory / MEGABYTE:.1f} MB")
-    print(f"    searching        {result['searching']:.3f} s, {result['read'] / MEGABYTE / result['searching']:.1f} MB/s")
-    print(f"    cat and cp       {result['floor']:.3f} s")
-    print(f"    ratio            {cost.seconds / result['floor']:.1f} (aim: {AIM})")
+def measure(program, home, modes, runs):
+    output = home / "out"
+    output.mkdir(exist_ok=True)
+    costs = {mode: [] for mode in [*modes, "cat and cp"]}
+    with tempfile.TemporaryDirectory(dir=home) as spent:
+        for _ in range(runs):
+            for mode in modes:
+                set_up(home, spent)
+                costs[mode].append(run(program, mode, output, home=home))
+            reading = run("find", home / "Documents", "-type", "f", "-exec", "cat", "{}", "+")
+            writing = run("cp", output / "mbox", output / "copy")
+            costs["cat and cp"].append(Cost(reading.seconds + writing.seconds, 0))
+    return {mode: median(measured) for mode, measured in costs.items()}
 
 
-def main(prattlebug, folder, count):
-    results = [measure(prattlebug, Path(folder) / f"home-{number}", number) for number in (int(count), 2 * int(count))]
-    for result in results:
-        show(result)
-    growth = results[1]["archiving"].peak_memory / results[0]["archiving"].peak_memory
-    print(f"Peak memory with twice the chats: {growth:.2f} times")
+def size_of(*paths):
+    return sum(file.stat().st_size for path in paths for file in path.rglob("*") if file.is_file())
+
+
+def line(name, value, aim=""):
+    print(f"    {name:<42}{value:>10}{'    aim: ' + aim if aim else ''}")
+
+
+def show(count, costs, home):
+    floor, run_cost, without = costs["cat and cp"], costs["run"], costs["without"]
+    chats = home / "Documents"
+    stores = sum(store.stat().st_size for store in (home / "Library/Prattlebug").glob("*.plist"))
+    print(f"{count} chats, {size_of(chats) / MEGABYTE:.0f} MB in, {(home / 'out/mbox').stat().st_size / MEGABYTE:.0f} MB out")
+    line("a second", f"{count / run_cost.seconds:.0f} chats")
+    line("in", f"{size_of(chats) / MEGABYTE / run_cost.seconds:.0f} MB/s")
+    line("without galleries, in times cat and cp", f"{without.seconds / floor.seconds:.1f}", "5")
+    line("with galleries, in times without", f"{run_cost.seconds / without.seconds:.2f}", "1.5")
+    line("peak memory", f"{run_cost.peak_memory / MEBIBYTE:.1f} MiB", f"{96 + stores / MEBIBYTE:.0f} MiB")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("program")
+    parser.add_argument("folder", type=Path)
+    parser.add_argument("counts")
+    parser.add_argument("--alone", action="store_true")
+    parser.add_argument("--runs", type=int, default=3)
+    options = parser.parse_args()
+    counts = [int(count) for count in options.counts.split(",")]
+    modes = ["without", "run"] + (["alone"] if options.alone else [])
+    growth = []
+    for count in counts:
+        home = options.folder / f"home-{count}"
+        make_home(home, count)
+        costs = measure(options.program, home, modes, options.runs)
+        growth.append([count, *(costs[mode].seconds / count * 1e6 for mode in modes)])
+        show(count, costs, home)
+    print("Microseconds a chat")
+    table = "\n".join("\t".join(map(str, row)) for row in (
+        ["chats", *modes], *([row[0], *(f"{cost:.0f}" for cost in row[1:])] for row in growth)))
+    print(table)
+    (options.folder / "growth.tsv").write_text(table + "\n", encoding="utf-8")
+    line(f"a chat of {counts[-1]} in times one of {counts[0]}", f"{growth[-1][2] / growth[0][2]:.2f}", "1.2")
 
 
 if __name__ == "__main__":
-    main(*sys.argv[1:])
+    main()

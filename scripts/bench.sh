@@ -1,20 +1,28 @@
 #!/bin/sh
-# Measures: the stages that a chat goes through, and whole runs over a folder of chats.
-#     scripts/bench.sh [COUNT]    with COUNT chats (2000) of fifty messages each, and with twice as many
+# Measures: the stages that a chat goes through, and whole runs over folders of chats, with what is aimed at beside it.
+#     scripts/bench.sh [COUNTS]    with so many chats of fifty messages each, "1000,2000,4000,8000" if not given
+# build/release/bench-chats/growth.svg shows how the time for a chat depends on their number.
 set -eu
 cd "$(dirname "$0")/.."
-count=${1:-2000}
+counts=${1:-1000,2000,4000,8000}
 build=build/release
 work=$build/bench-chats
 
-scripts/install-deps.sh
+scripts/install-deps.sh gnuplot-nox
 cmake --preset release >/dev/null
-cmake --build --preset release --target prattlebug prattlebug_bench >&2
+cmake --build --preset release --target prattlebug prattlebug_bench prattlebug_archive_bench >&2
 export PYTHONDONTWRITEBYTECODE=1
 if [ ! -d "$work/single" ]; then
     /usr/bin/python3 bench/makechats.py single "$work/single.new"
     mv "$work/single.new" "$work/single"
 fi
+echo "Stages. Aim for loading a chat of 20,000 messages: 60 MB/s from .chat, 150 MB/s from .ichat."
 $build/bench/prattlebug_bench "$work/single"
 echo
-/usr/bin/python3 bench/measure.py "$build/companion/prattlebug" "$work" "$count"
+/usr/bin/python3 bench/measure.py $build/bench/prattlebug_archive_bench "$work" "$counts"
+gnuplot -e "table='$work/growth.tsv'; drawing='$work/growth.svg'" bench/growth.gnuplot
+
+echo "A search of all chats, three times"
+for _ in 1 2 3; do
+    $build/companion/prattlebug --home "$work/home-${counts##*,}" search --verbose heron --from Zoë 2>&1 >/dev/null | tail -n 1
+done

@@ -1,10 +1,12 @@
 #!/bin/sh
-# Installs the Debian packages that the build and the tests need. Skips what is there; uses sudo when not root.
+# Installs the Debian packages that the build and the tests need:
+#     scripts/install-deps.sh [PACKAGES…]    and these as well
+# Skips what is there; uses sudo when not root.
 set -eu
 
 packages="
     ccache clang-19 clang-format-19 clang-tidy-19 cmake g++ ninja-build
-    qt6-base-dev qt6-image-formats-plugins libqt6svg6 libcli11-dev
+    qt6-base-dev qt6-image-formats-plugins libqt6svg6 libcli11-dev libmimalloc-dev
     libgtest-dev libgmock-dev libbenchmark-dev libplist-dev
     gobjc++ libpantomime-dev libgnutls28-dev python3-aiosmtpd openssl
     gobjc gnustep-make libgnustep-gui-dev gnustep-back0.29-cairo
@@ -15,7 +17,7 @@ packages="
 "
 
 missing=
-for package in $packages; do
+for package in $packages "$@"; do
     dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing="$missing $package"
 done
 [ -n "$missing" ] || exit 0

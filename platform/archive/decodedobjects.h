@@ -57,7 +57,8 @@ public:
 
 private:
     enum class State : quint8 { Absent, InProgress, Made };
-    struct Slot {
+    /// Of a size that is a power of two: it is found by shifting, not by dividing.
+    struct alignas(16) Slot {
         ObjectRef object;
         quint16 height = 0;
         State state = State::Absent;

@@ -4,23 +4,57 @@
 #include <QString>
 #include <QStringView>
 
+#include <bitset>
 #include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <unordered_set>
 
 namespace platform {
 
-struct StringHash {
-    using is_transparent = void; // lets a view be looked up without a copy
-
-    [[nodiscard]] std::size_t operator()(QStringView text) const noexcept
-    {
-        return qHash(text, QHashSeed::globalSeed());
-    }
-};
-
 /// A set of strings. Equal is what has the same UTF-16 units: neither letter case nor composed characters are
-/// evened out.
-using StringSet = std::unordered_set<QString, StringHash, std::equal_to<>>;
+/// evened out. Made to be asked mostly for what is not in it.
+class StringSet {
+public:
+    StringSet() = default;
+    StringSet(std::initializer_list<QString> strings)
+    {
+        for (const QString &string : strings)
+            insert(string);
+    }
+
+    void insert(const QString &string)
+    {
+        m_traits.set(trait(string));
+        m_strings.insert(string);
+    }
+    [[nodiscard]] bool contains(QStringView string) const
+    {
+        return m_traits.test(trait(string)) && m_strings.contains(string);
+    }
+
+private:
+    struct Hash {
+        using is_transparent = void; // lets a view be looked up without a copy
+
+        [[nodiscard]] std::size_t operator()(QStringView text) const noexcept
+        {
+            return qHash(text, QHashSeed::globalSeed());
+        }
+    };
+
+    static constexpr std::size_t traitCount = 1024;
+    /// Something that is seen at a glance, and that few strings have in common: length, first and last unit.
+    static std::size_t trait(QStringView string)
+    {
+        if (string.isEmpty())
+            return 0;
+        return (std::size_t(string.size()) * 131 + string.front().unicode() * 17 + string.back().unicode()) %
+               traitCount;
+    }
+
+    std::bitset<traitCount> m_traits; // of the strings in the set
+    std::unordered_set<QString, Hash, std::equal_to<>> m_strings;
+};
 
 } // namespace platform

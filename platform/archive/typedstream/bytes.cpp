@@ -58,13 +58,11 @@ int Bytes::integerWidth(quint32 &offset) const
     return head == Integer2Tag ? 2 : 4;
 }
 
-qint64 Bytes::integer(quint32 &offset) const
+qint64 Bytes::taggedInteger(quint32 &offset) const
 {
-    switch (const int width = integerWidth(offset)) {
-    case 1: return byte(offset);
-    case 2: return qint16(fixedWidth(offset, width));
-    default: return qint32(fixedWidth(offset, width));
-    }
+    const int width = integerWidth(offset);
+    const quint64 value = fixedWidth(offset, width);
+    return width == 2 ? qint64(qint16(value)) : qint64(qint32(value));
 }
 
 quint32 Bytes::unsignedInteger(quint32 &offset) const

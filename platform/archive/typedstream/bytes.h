@@ -57,7 +57,11 @@ public:
     /// The next @p length bytes.
     [[nodiscard]] Span span(quint32 &offset, quint32 length) const;
     /// An integer of 1 to 4 bytes, taken as a signed one.
-    [[nodiscard]] qint64 integer(quint32 &offset) const;
+    [[nodiscard]] qint64 integer(quint32 &offset) const
+    {
+        const qint8 head = peek(offset);
+        return head > lastReservedTag ? byte(offset) : taggedInteger(offset);
+    }
     /// The same taken as an unsigned one: behind the tag of 2 bytes, FF FF is 65535.
     [[nodiscard]] quint32 unsignedInteger(quint32 &offset) const;
     /// A real of @p width bytes (4 or 8), or an integer, which is how integral values are written.
@@ -66,6 +70,7 @@ public:
     [[nodiscard]] Span unsharedString(quint32 &offset) const;
 
 private:
+    [[nodiscard]] qint64 taggedInteger(quint32 &offset) const;
     /// How many bytes the integer at @p offset has, whose tag this passes; 1 for the ones without.
     [[nodiscard]] int integerWidth(quint32 &offset) const;
     /// An unsigned integer of @p width bytes.

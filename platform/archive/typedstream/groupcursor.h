@@ -24,15 +24,16 @@ public:
     GroupCursor() = default;
     /// At the first value of a group of this encoding, which must outlive the cursor.
     GroupCursor(const TypeEncoding &encoding, Loops &loops)
-        : m_items(&encoding.items()), m_outerLoops(quint32(loops.size()))
+        : m_items(encoding.items().data()), m_count(quint32(encoding.items().size())),
+          m_outerLoops(quint32(loops.size()))
     {
         enterLoops(loops);
     }
 
     /// Whether all values have been passed.
-    [[nodiscard]] bool atEnd() const { return !m_items || m_next == m_items->size(); }
+    [[nodiscard]] bool atEnd() const { return m_next == m_count; }
     /// The value that stands next; there must be one. Never the head of a loop.
-    [[nodiscard]] const TypeEncoding::Item &item() const { return (*m_items)[m_next]; }
+    [[nodiscard]] const TypeEncoding::Item &item() const { return m_items[m_next]; }
     /// Passes that value.
     void advance(Loops &loops)
     {
@@ -55,7 +56,8 @@ private:
         }
     }
 
-    const std::vector<TypeEncoding::Item> *m_items = nullptr;
+    const TypeEncoding::Item *m_items = nullptr;
+    quint32 m_count = 0;
     quint32 m_next = 0;
     quint32 m_outerLoops = 0; ///< how many of the loops are not this cursor's
 };

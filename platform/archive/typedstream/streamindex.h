@@ -24,7 +24,8 @@ public:
 
     enum class Kind : quint8 { Object, Class, CString };
 
-    struct Entry {
+    /// Of a size that is a power of two: it is found by shifting, not by dividing.
+    struct alignas(16) Entry {
         Kind kind;
         bool complete = false; ///< read to its end
         quint32 start;         ///< offset of its "new" tag
