@@ -64,6 +64,11 @@ VORAChatLog::VORAChatLog(std::shared_ptr<const NSArray> loadedArray, QString pri
 
 VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path)
 {
+    return load(path, path.filename().native());
+}
+
+VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const std::string &fileName)
+{
     const auto notATranscript = [](QString reason) {
         return Loading{Outcome::NotATranscript, nullptr, std::move(reason)};
     };
@@ -71,7 +76,6 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path)
         return Loading{Outcome::Unreadable, nullptr, platform::stringFromUtf8(reason)};
     };
 
-    const std::string fileName = path.filename().native();
     const size_t point = fileName.rfind('.');
     const std::string extension = point == std::string::npos ? std::string() : fileName.substr(point + 1);
     if (extension != "chat" && extension != "ichat")

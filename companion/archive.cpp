@@ -47,14 +47,16 @@ private:
     qsizetype m_maximum = 0;
 };
 
-int archive(const std::filesystem::path &folder, bool skipNew, bool quiet)
+int archive(const std::filesystem::path &folder, bool skipNew)
 {
-    ConsoleHost host(quiet);
+    ConsoleHost host(verbosity() == Verbosity::Quiet);
     ConsoleDesktop desktop(host, folder, skipNew);
     PBArchiver archiver(desktop);
     archiver.beginArchiving();
-    if (archiver.ending() == PBArchiver::Ending::NoTranscriptFolder)
+    if (archiver.ending() == PBArchiver::Ending::NoTranscriptFolder) {
+        printError(QStringLiteral("prattlebug setup does that here: see prattlebug setup --help."));
         return exitFailed;
+    }
     printLine(archiver.summary());
     if (archiver.ending() != PBArchiver::Ending::Done) {
         printError(QByteArrayView("The mbox could not be written whole: " +
@@ -72,7 +74,6 @@ void addArchiveCommand(CLI::App &commands, Action &action)
     struct Options {
         std::string folder;
         bool skipNew = false;
-        bool quiet = false;
     };
     const auto options = std::make_shared<Options>();
     CLI::App *command =
@@ -81,13 +82,11 @@ void addArchiveCommand(CLI::App &commands, Action &action)
         ->required();
     command->add_flag("--skip-new", options->skipNew,
                       "Leave out chats created after the transcript folder was");
-    command->add_flag("--quiet", options->quiet, "No console log, no progress bar");
     command->footer("Example: prattlebug archive ~/\"Prattlebug Archive\"\n"
                     "Exit code: 0 when done, 1 when there is no transcript folder or the mbox could not be "
                     "written whole.");
-    command->callback([options, &action] {
-        action = [options] { return archive(options->folder, options->skipNew, options->quiet); };
-    });
+    command->callback(
+        [options, &action] { action = [options] { return archive(options->folder, options->skipNew); }; });
 }
 
 } // namespace companion

@@ -23,6 +23,8 @@ public:
         const VORAChatLog::Loading loading = VORAChatLog::load(path);
         if (loading.outcome == VORAChatLog::Outcome::Loaded) {
             ++m_readable;
+            if (verbosity() == Verbosity::Verbose)
+                print(path, QStringLiteral("can be read"));
         } else if (named || loading.outcome == VORAChatLog::Outcome::Unreadable) {
             ++m_unreadable;
             print(path, loading.reason);
@@ -39,7 +41,8 @@ public:
         if (m_misnamed > 0)
             summary += u' ' + QString::number(m_misnamed) +
                        QStringLiteral(" more will not be archived for want of \" on \" in the name.");
-        printLine(summary);
+        if (verbosity() != Verbosity::Quiet)
+            printLine(summary);
         return m_unreadable > 0 ? exitFailed : exitDone;
     }
 
@@ -82,8 +85,8 @@ void addCheckCommand(CLI::App &commands, Action &action)
     CLI::App *command = commands.add_subcommand(
         "check", "Decode transcripts without writing anything and list those that cannot be read");
     command->add_option("FILES", *files, "Transcripts; without any, all of the transcript folder");
-    command->footer(
-        "Example: prattlebug check\nExit code: 1 when there are transcripts that cannot be read.");
+    command->footer("Example: prattlebug check\nWith --verbose those that can be read are listed too.\nExit "
+                    "code: 1 when there are transcripts that cannot be read.");
     command->callback([files, &action] { action = [files] { return check(*files); }; });
 }
 

@@ -16,11 +16,18 @@ inline constexpr int exitDone = 0;
 inline constexpr int exitFailed = 1;
 inline constexpr int exitWrongUsage = 2;
 
+void addSetupCommand(CLI::App &commands, Action &action);
 void addArchiveCommand(CLI::App &commands, Action &action);
+void addSearchCommand(CLI::App &commands, Action &action);
 void addShowCommand(CLI::App &commands, Action &action);
 void addCheckCommand(CLI::App &commands, Action &action);
 void addInspectCommand(CLI::App &commands, Action &action);
 void addPrefsCommand(CLI::App &commands, Action &action);
+void addStatsCommand(CLI::App &commands, Action &action);
+void addPagesCommand(CLI::App &commands, Action &action);
+void addLinkLogCommand(CLI::App &commands, Action &action);
+void addImageLogCommand(CLI::App &commands, Action &action);
+void addStatusCommand(CLI::App &commands, Action &action);
 void addSendCommand(CLI::App &commands, Action &action); // built with PRATTLEBUG_MAIL alone
 
 } // namespace companion

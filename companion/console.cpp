@@ -11,6 +11,8 @@ namespace companion {
 
 namespace {
 
+Verbosity chosenVerbosity = Verbosity::Usual;
+
 void write(std::FILE *stream, QByteArrayView bytes)
 {
     std::fwrite(bytes.data(), 1, size_t(bytes.size()), stream);
@@ -25,6 +27,16 @@ int terminalWidth()
 }
 
 } // namespace
+
+void setVerbosity(Verbosity verbosity)
+{
+    chosenVerbosity = verbosity;
+}
+
+Verbosity verbosity()
+{
+    return chosenVerbosity;
+}
 
 void printLine(QByteArrayView bytes)
 {

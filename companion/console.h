@@ -7,6 +7,11 @@
 
 namespace companion {
 
+/// How much is told beside results and failures: nothing, as usual, or every step. Set once, at the start.
+enum class Verbosity : quint8 { Quiet, Usual, Verbose };
+void setVerbosity(Verbosity verbosity);
+[[nodiscard]] Verbosity verbosity();
+
 /// Writes text and a line feed to standard output, or to standard error.
 void printLine(QStringView text);
 void printLine(QByteArrayView bytes);

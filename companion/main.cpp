@@ -1,4 +1,5 @@
 #include "companion/commands.h"
+#include "companion/console.h"
 
 #include <CLI/CLI.hpp>
 
@@ -23,16 +24,33 @@ int run(int argc, char **argv)
                      "prattlebug");
     program.set_version_flag("--version", PRATTLEBUG_VERSION);
     program.require_subcommand(1);
+    program.footer("Example: prattlebug setup --email sam@example.org /media/sam/Backup\n"
+                   "         prattlebug archive ~/\"Prattlebug Archive\"\n"
+                   "--help behind a command tells more of it, with an example.\n"
+                   "Exit code: 0 done, 1 failed, 2 wrong usage.");
     program.fallthrough();
     std::string home;
     program.add_option("--home", home, "Home folder to work in, instead of the user's own")->type_name("DIR");
 
+    bool quiet = false;
+    bool verbose = false;
+    CLI::Option *quietFlag =
+        program.add_flag("--quiet,-q", quiet, "Only results and failures: no console log, no progress bar");
+    program.add_flag("--verbose,-v", verbose, "Also what is done on the way")->excludes(quietFlag);
+
     companion::Action action;
+    companion::addSetupCommand(program, action);
     companion::addArchiveCommand(program, action);
+    companion::addSearchCommand(program, action);
     companion::addShowCommand(program, action);
+    companion::addStatsCommand(program, action);
+    companion::addPagesCommand(program, action);
+    companion::addLinkLogCommand(program, action);
+    companion::addImageLogCommand(program, action);
     companion::addCheckCommand(program, action);
     companion::addInspectCommand(program, action);
     companion::addPrefsCommand(program, action);
+    companion::addStatusCommand(program, action);
 #ifdef PRATTLEBUG_MAIL
     companion::addSendCommand(program, action);
 #endif
@@ -44,6 +62,10 @@ int run(int argc, char **argv)
     }
     if (!home.empty())
         setenv("HOME", home.c_str(), 1); // one thread
+    companion::setVerbosity(quiet     ? companion::Verbosity::Quiet
+                            : verbose ? companion::Verbosity::Verbose
+                                      : companion::Verbosity::Usual);
+    const companion::ConsoleHost host(quiet);
     return action();
 }
 

@@ -1,6 +1,8 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 
+#include "archiver/mailaddress.h"
+
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
@@ -84,17 +86,6 @@ std::optional<QString> shownValue(const Preference &preference)
     if (const auto number = platform::integerFromPreference(value))
         return QString::number(*number);
     return QStringLiteral("(a value of another type)");
-}
-
-/// An address that can stand in a separator line and be read back: no blanks, no angle brackets, one "@"
-/// inside.
-bool isBareAddress(const QString &text)
-{
-    const bool clean = std::none_of(text.begin(), text.end(), [](QChar c) {
-        return c.isSpace() || c == u'<' || c == u'>' || c.category() == QChar::Other_Control;
-    });
-    const qsizetype at = text.lastIndexOf(u'@');
-    return clean && at > 0 && at + 1 < text.size();
 }
 
 /// @p text as a value for @p preference; Null when it is not of its type.

@@ -10,7 +10,7 @@ work=$build/bench-chats
 
 scripts/install-deps.sh gnuplot-nox
 cmake --preset release >/dev/null
-cmake --build --preset release --target prattlebug_bench prattlebug_archive_bench >&2
+cmake --build --preset release --target prattlebug prattlebug_bench prattlebug_archive_bench >&2
 export PYTHONDONTWRITEBYTECODE=1
 if [ ! -d "$work/single" ]; then
     /usr/bin/python3 bench/makechats.py single "$work/single.new"
@@ -21,3 +21,8 @@ $build/bench/prattlebug_bench "$work/single"
 echo
 /usr/bin/python3 bench/measure.py $build/bench/prattlebug_archive_bench "$work" "$counts"
 gnuplot -e "table='$work/growth.tsv'; drawing='$work/growth.svg'" bench/growth.gnuplot
+
+echo "A search of all chats, three times"
+for _ in 1 2 3; do
+    $build/companion/prattlebug --home "$work/home-${counts##*,}" search --verbose heron --from Zoë 2>&1 >/dev/null | tail -n 1
+done

@@ -10,7 +10,8 @@ packages="
     libgtest-dev libgmock-dev libbenchmark-dev libplist-dev
     gobjc++ libpantomime-dev libgnutls28-dev python3-aiosmtpd openssl
     gobjc gnustep-make libgnustep-gui-dev gnustep-back0.29-cairo
-    git mutt python3 time xauth xvfb
+    appstream desktop-file-utils dpkg-dev
+    git mutt zsh fish python3 time xauth xvfb
     chromium chromium-driver python3-selenium
     at-spi2-core dbus-daemon gir1.2-atspi-2.0 openbox python3-gi xdotool
 "

@@ -34,7 +34,8 @@ Every link and picture in them, and how much was said, are on these pages, for a
     $home/Library/Prattlebug/Links.html
     $home/Library/Prattlebug/Images.html
     $home/Library/Prattlebug/stats.html
-For your own chats, put the transcripts into ~/Documents/iChats (Prattlebugged) and run:
+For your own chats, name the folder or disk they are on, and archive:
+    "$prattlebug" setup /media/you/Backup
     "$prattlebug" archive ~/"Prattlebug Archive"
 or, with a window,
     "$build/archiver/window/prattlebug-archiver"

@@ -1,5 +1,10 @@
 #include "archiver/window/archiverwindow.h"
 
+#include "archiver/window/manual.h"
+#include "archiver/window/preferencespanel.h"
+
+#include "archiver/failurestatus.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
@@ -71,6 +76,11 @@ void ArchiverWindow::addMenus()
 {
     QMenu *file = menuBar()->addMenu(tr("&File"));
     file->addAction(m_archiveAction);
+    QAction *preferences =
+        file->addAction(QIcon::fromTheme(QStringLiteral("preferences-system")), tr("&Preferences…"));
+    preferences->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    preferences->setMenuRole(QAction::PreferencesRole);
+    connect(preferences, &QAction::triggered, this, &ArchiverWindow::showPreferences);
     file->addSeparator();
     QAction *quit = file->addAction(QIcon::fromTheme(QStringLiteral("application-exit")), tr("&Quit"));
     quit->setShortcut(QKeySequence::Quit);
@@ -82,6 +92,7 @@ void ArchiverWindow::addMenus()
         help->addAction(QIcon::fromTheme(QStringLiteral("help-contents")), tr("Prattlebug Archiver &Help"));
     contents->setShortcut(QKeySequence::HelpContents);
     connect(contents, &QAction::triggered, this, &ArchiverWindow::showHelp);
+    connect(help->addAction(tr("&Status…")), &QAction::triggered, this, &ArchiverWindow::showStatus);
     help->addSeparator();
     QAction *about =
         help->addAction(QIcon::fromTheme(QStringLiteral("help-about")), tr("&About Prattlebug Archiver"));
@@ -201,34 +212,44 @@ void ArchiverWindow::showOutcome(const QString &text)
 
 void ArchiverWindow::showHelp()
 {
-    showText(
-        tr("Prattlebug Archiver Help"),
-        tr("<p>Prattlebug keeps a copy of your iChat chats in the folder <i>Documents/iChats "
-           "(Prattlebugged)</i> of your home folder. This program only reads them.</p>"
-           "<ol><li>Press <b>Archive Chats…</b>, and say what folder to make for the archive, and where. "
-           "When you name a folder that is there already, the archive in it is made anew.</li>"
-           "<li>Import the file <i>Prattlebug Archive mbox</i>, which is shown to you at the end, into your "
-           "mail program. Every chat is a message, addressed from you to you.</li></ol>"
-           "<p>With <b>Skip chats from after Prattlebug was set up</b>, only those chats are archived whose "
-           "transcripts are older than that folder.</p>"));
+    if (!m_manual)
+        m_manual = new Manual(this);
+    m_manual->show();
+    m_manual->raise();
+    m_manual->activateWindow();
+}
+
+void ArchiverWindow::showPreferences()
+{
+    PreferencesPanel(this).exec();
+}
+
+void ArchiverWindow::showStatus()
+{
+    const FailureStatus status = FailureStatus::current();
+    QMessageBox box(this);
+    box.setWindowTitle(tr("Prattlebug Status"));
+    box.setIconPixmap(picture());
+    box.setTextFormat(Qt::PlainText);
+    box.setText(status.description());
+    const QPushButton *clear =
+        status.sinceCleared > 0 ? box.addButton(tr("C&lear Count"), QMessageBox::DestructiveRole) : nullptr;
+    box.setDefaultButton(box.addButton(tr("Close"), QMessageBox::RejectRole));
+    box.exec();
+    if (clear && box.clickedButton() == clear && !clearFailureCount())
+        QMessageBox::warning(this, box.windowTitle(), tr("The preferences could not be written."));
 }
 
 void ArchiverWindow::showAbout()
 {
-    showText(tr("About Prattlebug Archiver"),
-             tr("<h3>Prattlebug Archiver %1</h3>"
-                "<p>Turns the iChat chats that Prattlebug keeps into one mbox file that any mail program "
-                "imports.</p>")
-                 .arg(QStringLiteral(PRATTLEBUG_VERSION)));
-}
-
-void ArchiverWindow::showText(const QString &title, const QString &html)
-{
     QMessageBox box(this);
-    box.setWindowTitle(title);
+    box.setWindowTitle(tr("About Prattlebug Archiver"));
     box.setIconPixmap(picture());
     box.setTextFormat(Qt::RichText);
-    box.setText(html);
+    box.setText(tr("<h3>Prattlebug Archiver %1</h3>"
+                   "<p>Turns the iChat chats that Prattlebug keeps into one mbox file that any mail program "
+                   "imports.</p>")
+                    .arg(QStringLiteral(PRATTLEBUG_VERSION)));
     box.addButton(tr("Close"), QMessageBox::RejectRole);
     box.exec();
 }

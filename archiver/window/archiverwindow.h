@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QMainWindow>
 #include <QPixmap>
+#include <QPointer>
 #include <QString>
 
 class QAction;
@@ -10,6 +11,7 @@ class QCheckBox;
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class Manual;
 
 /// The archiver's one window: the archive button, the check box, the progress bar and, below the bar, a quiet
 /// line of text; and the menus.
@@ -45,12 +47,14 @@ private:
     void layOut();
     void showHelp();
     void showAbout();
-    void showText(const QString &title, const QString &html);
+    void showPreferences();
+    void showStatus();
 
     QAction *m_archiveAction;
     QPushButton *m_archiveButton;
     QProgressBar *m_progressBar;
     QCheckBox *m_skipChatsButton;
     QLabel *m_line;
+    QPointer<Manual> m_manual;  ///< while it is open
     QElapsedTimer m_sinceWhole; ///< since the whole window was drawn
 };

@@ -1,8 +1,11 @@
-"""Writes the page templates and the icon of PDF documents: python3 resources/make [FOLDER]
+"""Writes the page templates, the icon of PDF documents and the list of what was ever shipped: python3 resources/make [FOLDER]
 
 They go into FOLDER (the folder above this one, when none is named), each a file that stands by itself. What they have in
 common is written once, here: the head, with the script that mends links and the policy that lets nothing else run, and
 the styles.
+
+shipped.sha256 tells a file that somebody has changed from an older version of ours: it has a line for every version of
+every file that goes into the support folder. Lines are added here and never taken away.
 
 A template's source may hold @HEAD@, which head.html takes the place of.
 """
@@ -22,6 +25,8 @@ TEMPLATES = {
     "linktemplate.html": (["page.js"], ["page.css", "gallery.css", "links.css"], ""),
     "statstemplate.html": (["page.js"], ["page.css", "statistics.css"], ""),
 }
+
+WORD_LISTS = ["curses.plist", "netspeak.plist"]
 
 
 def part(name):
@@ -46,8 +51,20 @@ def template(name):
     return part(name).replace("@HEAD@", head)
 
 
+def shipped(files):
+    """The list of hashes with those of @p files, which are bytes by name."""
+    lines = (HERE.parent / "shipped.sha256").read_text(encoding="utf-8").splitlines()
+    for name, data in files.items():
+        line = f"{hashlib.sha256(data).hexdigest()}  {name}"
+        if line not in lines:
+            lines.append(line)
+    return "".join(line + "\n" for line in lines)
+
+
 if __name__ == "__main__":
     folder = Path(sys.argv[1]) if len(sys.argv) > 1 else HERE.parent
-    for name in TEMPLATES:
-        (folder / name).write_text(template(name), encoding="utf-8")
-    (folder / "pdf.png").write_bytes(pdficon.png())
+    made = {name: template(name).encode() for name in TEMPLATES} | {"pdf.png": pdficon.png()}
+    lists = {name: (HERE.parent / name).read_bytes() for name in WORD_LISTS}
+    made["shipped.sha256"] = shipped(made | lists).encode()
+    for name, data in made.items():
+        (folder / name).write_bytes(data)

@@ -69,7 +69,8 @@ class Archive(CompanionTest):
         output, errors = self.archive(code=1)
         self.assertEqual(output, "")
         self.assertEqual(errors, "You must have Prattlebug set up in order to use this program. Please go to the Prattlebug "
-                                 "preferences and click Start to finish setup.\n")
+                                 "preferences and click Start to finish setup.\n"
+                                 "prattlebug setup does that here: see prattlebug setup --help.\n")
         self.assertEqual(os.listdir(self.home), [])
 
         os.makedirs(self.path(TRANSCRIPTS))

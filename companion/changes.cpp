@@ -1,0 +1,69 @@
+#include "companion/changes.h"
+
+#include "platform/files/systemcalls.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <ranges>
+#include <unistd.h>
+
+namespace companion {
+
+Changes::~Changes()
+{
+    for (const Change &change : std::views::reverse(m_changes)) {
+        if (change.isFolder) {
+            ::rmdir(change.path.c_str());
+        } else if (change.previous) {
+            if (!platform::writeAtomically(change.path, *change.previous))
+                setModificationTime(change.path, change.previousTime);
+        } else {
+            ::unlink(change.path.c_str());
+        }
+    }
+}
+
+bool Changes::makeFolder(const std::filesystem::path &path)
+{
+    struct stat status{};
+    if (::stat(path.c_str(), &status) == 0) {
+        if (!S_ISDIR(status.st_mode))
+            throw Failure(path.native() + " is a file where a folder must be.");
+        return false;
+    }
+    if (path.has_relative_path())
+        makeFolder(path.parent_path());
+    constexpr mode_t usualPermissions = 0777;
+    if (::mkdir(path.c_str(), usualPermissions) != 0)
+        throw Failure("The folder " + path.native() + " cannot be made: " + platform::reasonOf(errno));
+    m_changes.push_back({path, true, std::nullopt, {}});
+    return true;
+}
+
+void Changes::writeFile(const std::filesystem::path &path, QByteArrayView bytes,
+                        const std::optional<timespec> &modified)
+{
+    struct stat status{};
+    Change change{path, false, std::nullopt, {}};
+    if (::stat(path.c_str(), &status) == 0) {
+        const platform::FileContents old = platform::readWholeFile(path);
+        if (!old.bytes)
+            throw Failure(path.native() + " cannot be replaced: " + old.error);
+        change.previous = old.bytes;
+        change.previousTime = status.st_mtim;
+    }
+    if (const auto failure = platform::writeAtomically(path, bytes))
+        throw Failure(path.native() + " cannot be written: " + *failure);
+    m_changes.push_back(std::move(change));
+    if (modified && !setModificationTime(path, *modified))
+        throw Failure(path.native() + " cannot be dated: " + platform::reasonOf(errno));
+}
+
+bool setModificationTime(const std::filesystem::path &path, const timespec &modified)
+{
+    const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, modified};
+    return ::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0;
+}
+
+} // namespace companion

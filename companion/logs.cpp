@@ -1,0 +1,120 @@
+#include "companion/commands.h"
+#include "companion/console.h"
+
+#include "VORAChatLog.h"
+
+#include "platform/files/files.h"
+#include "platform/preferences/preferences.h"
+#include "platform/text/encoding.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace companion {
+
+namespace {
+
+/// What tells the two logs apart.
+struct LogKind {
+    QStringView format; ///< the preference
+    const char *example;
+    const char *noun;
+    void (VORAChatLog::*extend)(const std::filesystem::path &) const;
+    size_t (*entries)(const VORAChatLog &); ///< how many the chat has
+    bool needsFolder;                       ///< `Images` beside the log
+};
+
+size_t linksOf(const VORAChatLog &chatLog)
+{
+    size_t count = 0;
+    for (const LinkRecord &record : chatLog.GatheredURLs())
+        count += record.urls.size();
+    return count;
+}
+
+size_t filesOf(const VORAChatLog &chatLog)
+{
+    size_t count = 0;
+    for (const ImageRecord &record : chatLog.GatheredImages())
+        count += record.images.size();
+    return count;
+}
+
+constexpr LogKind links{
+    u"bookmarkEntry", R"('<a href="%@">%@</a> %@, %@')", "links", &VORAChatLog::ExtendURLLog, linksOf, false};
+constexpr LogKind images{
+    u"imageEntry", R"('<img src="Images/%@"> %@, %@')", "files", &VORAChatLog::ExtendImageLog, filesOf, true};
+
+int fail(const std::filesystem::path &path, const std::string &reason)
+{
+    printError(QByteArrayView(QByteArray::fromStdString(path.native() + ": " + reason)));
+    return exitFailed;
+}
+
+int extend(const LogKind &kind, const std::filesystem::path &file, const std::filesystem::path &log)
+{
+    const VORAChatLog::Loading loading = VORAChatLog::load(file);
+    if (!loading.chatLog)
+        return fail(file, platform::utf8FromString(loading.reason).toStdString());
+    const platform::FileContents before = platform::readWholeFile(log);
+    if (!before.bytes)
+        return fail(log, before.error + (before.isMissing ? "; make an empty file first" : ""));
+    if (!platform::CFPreferencesCopyAppValue(kind.format).string()) {
+        const std::string key = platform::utf8FromString(kind.format).toStdString();
+        printError(QByteArrayView(QByteArray::fromStdString(
+            key + " is not set. It says what is written for each, as in: prattlebug prefs " + key + ' ' +
+            kind.example)));
+        return exitFailed;
+    }
+    const size_t entries = kind.entries(*loading.chatLog);
+    std::error_code error;
+    if (kind.needsFolder && entries > 0 &&
+        !std::filesystem::is_directory(log.parent_path() / "Images", error))
+        return fail(log.parent_path() / "Images", "no such folder; the files would go there");
+    const auto identity = platform::fileIdentity(log);
+    (loading.chatLog.get()->*kind.extend)(log);
+    if (platform::fileIdentity(log) == identity) // it is replaced even when there is nothing to add
+        return fail(log, "could not be written");
+    if (verbosity() != Verbosity::Quiet)
+        printLine(QByteArrayView(QByteArray::number(entries) + ' ' + kind.noun + " added"));
+    return exitDone;
+}
+
+void addCommand(CLI::App &commands, const LogKind &kind, const char *name, const char *description,
+                const char *footer, Action &action)
+{
+    const auto paths = std::make_shared<std::pair<std::string, std::string>>();
+    CLI::App *command = commands.add_subcommand(name, description);
+    command->add_option("FILE", paths->first, "Transcript, *.chat or *.ichat")->required();
+    command->add_option("LOG", paths->second, "Text file that is added to; it must exist")->required();
+    command->footer(footer);
+    command->callback([paths, &kind, &action] {
+        action = [paths, &kind] { return extend(kind, paths->first, paths->second); };
+    });
+}
+
+} // namespace
+
+void addLinkLogCommand(CLI::App &commands, Action &action)
+{
+    addCommand(
+        commands, links, "link-log", "Add one chat's links to a text file",
+        "Example: prattlebug link-log \"Kim on 2005-03-01.ichat\" links.html\n"
+        "The preference bookmarkEntry says what is written for each: its four %@ are the link, the link\n"
+        "again, the sender and the date.\n"
+        "Exit code: 1 when the chat cannot be read, the file not written, or bookmarkEntry is not set.",
+        action);
+}
+
+void addImageLogCommand(CLI::App &commands, Action &action)
+{
+    addCommand(
+        commands, images, "image-log", "Save one chat's files, and add them to a text file",
+        "Example: prattlebug image-log \"Kim on 2005-03-01.ichat\" pictures/log.html\n"
+        "The files go into the folder Images beside LOG, which must exist. The preference imageEntry says\n"
+        "what is written for each: its three %@ are the file's name, the sender and the date.\n"
+        "Exit code: 1 when the chat cannot be read, the file not written, or imageEntry is not set.",
+        action);
+}
+
+} // namespace companion

@@ -1,0 +1,74 @@
+#include "companion/commands.h"
+#include "companion/console.h"
+
+#include "VORALogGenerator.h"
+
+#include "galleries/propertylistfile.h"
+#include "galleries/supportfolder.h"
+
+#include "platform/files/files.h"
+
+namespace companion {
+
+namespace {
+
+/// One of the two galleries.
+struct Gallery {
+    std::filesystem::path store;
+    std::filesystem::path pageTemplate;
+    std::filesystem::path page; ///< the one with everybody's
+    void (*generate)(const VORAChatLog *);
+};
+
+void printFailure(const std::filesystem::path &path, const char *reason)
+{
+    printError(QByteArrayView(QByteArray::fromStdString(path.native()) + ": " + reason));
+}
+
+/// @return whether the gallery's pages have been made.
+bool makePages(const Gallery &gallery)
+{
+    if (!platform::fileExists(gallery.pageTemplate)) {
+        printFailure(gallery.pageTemplate, "no such template; prattlebug setup puts one in place");
+        return false;
+    }
+    // Pages of a store that cannot be read would be those of an empty one.
+    if (platform::fileExists(gallery.store) && galleries::readPropertyListFile(gallery.store).isNull()) {
+        printFailure(gallery.store, "cannot be read as a property list; its pages stay as they are");
+        return false;
+    }
+    const auto before = platform::fileIdentity(gallery.page);
+    gallery.generate(nullptr);
+    const auto after = platform::fileIdentity(gallery.page);
+    if (!after || after == before) {
+        printFailure(gallery.page, "could not be written");
+        return false;
+    }
+    if (verbosity() != Verbosity::Quiet)
+        printLine(QByteArrayView(gallery.page.native()));
+    return true;
+}
+
+int pages()
+{
+    const std::filesystem::path folder = galleries::supportFolder();
+    const bool links = makePages({galleries::linkStorePath(), galleries::linkTemplatePath(),
+                                  folder / "Links.html", &VORALogGenerator::GenerateLinkFiles});
+    const bool images = makePages({galleries::imageStorePath(), galleries::imageTemplatePath(),
+                                   folder / "Images.html", &VORALogGenerator::GenerateImageFiles});
+    return links && images ? exitDone : exitFailed;
+}
+
+} // namespace
+
+void addPagesCommand(CLI::App &commands, Action &action)
+{
+    CLI::App *command = commands.add_subcommand(
+        "pages", "Make the pages of links and images anew from what is stored, after a change of a template");
+    command->footer(
+        "Example: prattlebug pages\n"
+        "Exit code: 1 when a template is missing, a store cannot be read, or a page not written.");
+    command->callback([&action] { action = pages; });
+}
+
+} // namespace companion

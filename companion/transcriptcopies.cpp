@@ -1,0 +1,222 @@
+#include "companion/transcriptcopies.h"
+
+#include "VORAChatLog.h"
+
+#include "platform/date/calendar.h"
+#include "platform/files/directorywalk.h"
+#include "platform/files/systemcalls.h"
+#include "platform/text/encoding.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <compare>
+#include <optional>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace companion {
+
+namespace {
+
+constexpr std::string_view separator = " on ";
+constexpr size_t longestName = 255; // bytes, what Linux's file systems take
+constexpr size_t longestNumber = 8; // bytes, " #" included
+
+bool isTranscriptName(const std::filesystem::path &path)
+{
+    // macOS keeps what a foreign file system has no place for in files "._NAME".
+    return (path.extension() == ".chat" || path.extension() == ".ichat") &&
+           !path.filename().native().starts_with("._");
+}
+
+/// A name without its extension, in two pieces: "Kim Lee", and the 7 of "Kim Lee #7".
+struct NumberedName {
+    std::string name;
+    std::string number; ///< digits; empty when there are none
+};
+
+NumberedName numberedName(const std::string &stem)
+{
+    const size_t mark = stem.rfind(" #");
+    if (mark == std::string::npos || mark + 2 == stem.size() || stem.size() - mark > longestNumber ||
+        stem.find_first_not_of("0123456789", mark + 2) != std::string::npos)
+        return {stem, {}};
+    return {stem.substr(0, mark), stem.substr(mark + 2)};
+}
+
+/// @p name of at most so many bytes, cut between two characters.
+std::string cut(std::string name, size_t bytes)
+{
+    constexpr unsigned char continuationMask = 0xC0;
+    constexpr unsigned char continuation = 0x80;
+    if (name.size() > bytes) {
+        while (bytes > 0 && (static_cast<unsigned char>(name[bytes]) & continuationMask) == continuation)
+            --bytes;
+        name.resize(bytes);
+    }
+    return name;
+}
+
+std::strong_ordering compare(const timespec &a, const timespec &b)
+{
+    return a.tv_sec != b.tv_sec ? a.tv_sec <=> b.tv_sec : a.tv_nsec <=> b.tv_nsec;
+}
+
+/// @p path without @p prefix; nothing when it does not begin with that.
+std::optional<std::filesystem::path> below(const std::filesystem::path &prefix,
+                                           const std::filesystem::path &path)
+{
+    const auto [rest, other] = std::mismatch(prefix.begin(), prefix.end(), path.begin(), path.end());
+    if (rest != prefix.end() || other == path.end())
+        return std::nullopt;
+    std::filesystem::path result;
+    std::for_each(other, path.end(), [&](const std::filesystem::path &part) { result /= part; });
+    return result;
+}
+
+/// Whether a file with these bytes stands in @p folder under the name @p old with any date: a copy that an
+/// earlier run may have dated by the clock of another time zone.
+bool isThere(const QByteArray &bytes, const std::filesystem::path &folder, const NumberedName &old)
+{
+    const std::vector<std::string> names = platform::contentsOfDirectory(folder);
+    return std::any_of(names.begin(), names.end(), [&](const std::string &name) {
+        std::error_code error;
+        return name.starts_with(old.name + std::string(separator)) &&
+               numberedName(std::filesystem::path(name).stem().native()).number == old.number &&
+               std::filesystem::file_size(folder / name, error) == std::uintmax_t(bytes.size()) &&
+               platform::readWholeFile(folder / name).bytes == bytes;
+    });
+}
+
+std::string withReason(const std::filesystem::path &path, const std::string &reason)
+{
+    return path.native() + ": " + reason;
+}
+
+} // namespace
+
+TranscriptCopies::TranscriptCopies(std::filesystem::path transcriptFolder, Changes &changes, Told told)
+    : m_folder(std::move(transcriptFolder)), m_changes(changes), m_told(std::move(told))
+{
+}
+
+const std::vector<std::filesystem::path> &TranscriptCopies::chatFolders()
+{
+    static const std::vector<std::filesystem::path> folders{
+        "Documents/iChats",
+        "Library/Messages/Archive",
+        "Library/Containers/com.apple.iChat/Data/Library/Messages/Archive",
+    };
+    return folders;
+}
+
+void TranscriptCopies::copy(const std::filesystem::path &chats)
+{
+    std::error_code error;
+    const std::filesystem::path root = std::filesystem::canonical(chats, error);
+    if (error || ::access(root.c_str(), R_OK) != 0)
+        throw Changes::Failure(chats.native() +
+                               " cannot be read: " + platform::reasonOf(error ? error.value() : errno));
+    if (!std::filesystem::is_directory(root, error)) {
+        if (!isTranscriptName(root))
+            throw Changes::Failure(chats.native() + " is neither a folder nor a transcript.");
+        copyTranscript(root, root.filename());
+        return;
+    }
+    const std::filesystem::path own = std::filesystem::canonical(m_folder, error);
+    platform::DirectoryWalk walk(root);
+    while (const auto entry = walk.next()) {
+        const std::filesystem::path source = root / *entry;
+        struct stat status{};
+        if (below(own, source))
+            continue;
+        const bool isLink = std::filesystem::is_symlink(source, error);
+        if (::stat(source.c_str(), &status) != 0)
+            continue; // a link that leads nowhere
+        if (S_ISDIR(status.st_mode) && !isLink && ::access(source.c_str(), R_OK | X_OK) != 0)
+            m_outcome.unread.push_back(withReason(source, platform::reasonOf(errno)));
+        if (!S_ISREG(status.st_mode) || !isTranscriptName(source))
+            continue;
+        std::filesystem::path relative = *entry;
+        for (const std::filesystem::path &folder : chatFolders()) {
+            if (const auto inside = below(folder, *entry))
+                relative = *inside;
+        }
+        copyTranscript(source, relative);
+    }
+}
+
+void TranscriptCopies::copyTranscript(const std::filesystem::path &source,
+                                      const std::filesystem::path &relative)
+{
+    const platform::FileContents file = platform::readWholeFile(source);
+    struct stat status{};
+    if (!file.bytes || ::stat(source.c_str(), &status) != 0) {
+        m_outcome.unread.push_back(withReason(source, file.error));
+        return;
+    }
+    std::string stem = relative.stem().native();
+    const std::string extension = relative.extension().native();
+    const bool toBeRenamed = relative.filename().native().find(separator) == std::string::npos;
+    if (toBeRenamed) {
+        const VORAChatLog::Loading loading = VORAChatLog::load(source, std::string(separator) + extension);
+        if (!loading.chatLog) {
+            m_outcome.leftOut.push_back(
+                withReason(source, platform::utf8FromString(loading.reason).toStdString()));
+            return;
+        }
+        const auto date = loading.chatLog->LastMessageDate().value_or(
+            platform::NSDate::fromUnixTime(status.st_mtim.tv_sec));
+        NumberedName old = numberedName(stem);
+        const std::string dated =
+            std::string(separator) +
+            platform::utf8FromString(platform::descriptionWithCalendarFormat(date, u"%Y-%m-%d at %H.%M"))
+                .toStdString() +
+            (old.number.empty() ? std::string() : " #" + old.number);
+        old.name = cut(old.name, longestName - dated.size() - extension.size());
+        if (isThere(*file.bytes, m_folder / relative.parent_path(), old)) {
+            ++m_outcome.alreadyThere;
+            return;
+        }
+        stem = old.name + dated;
+    }
+
+    const std::filesystem::path folder = m_folder / relative.parent_path();
+    std::filesystem::path destination = folder / (stem + extension);
+    const NumberedName numbered = numberedName(stem);
+    for (int number = 2; !place(source, *file.bytes, destination); ++number) {
+        const std::string end = " #" + std::to_string(number) + extension;
+        destination = folder / (cut(numbered.name, longestName - end.size()) + end);
+    }
+    if (destination.filename() != relative.filename())
+        m_outcome.renamed.push_back(relative.native() + " is now " +
+                                    destination.lexically_relative(m_folder).native());
+}
+
+/// @return false when another file stands there.
+bool TranscriptCopies::place(const std::filesystem::path &source, const QByteArray &bytes,
+                             const std::filesystem::path &destination)
+{
+    struct stat from{};
+    struct stat there{};
+    if (::stat(source.c_str(), &from) != 0)
+        throw Changes::Failure(source.native() + " is gone.");
+    if (::lstat(destination.c_str(), &there) != 0) {
+        m_changes.makeFolder(destination.parent_path());
+        m_changes.writeFile(destination, bytes, from.st_mtim);
+        m_told(source, destination);
+        ++m_outcome.copied;
+        return true;
+    }
+    if (!S_ISREG(there.st_mode) || there.st_size != bytes.size() ||
+        platform::readWholeFile(destination).bytes != bytes)
+        return false;
+    // A copy that was made without its date has been waiting for it.
+    if (compare(from.st_mtim, there.st_mtim) < 0)
+        setModificationTime(destination, from.st_mtim);
+    ++m_outcome.alreadyThere;
+    return true;
+}
+
+} // namespace companion

@@ -1,0 +1,64 @@
+# Completion of prattlebug's commands, options and values for bash.
+
+_prattlebug() {
+    local current=$2 previous=$3
+    local everywhere="--help --home --quiet --verbose"
+    local commands="setup archive search show stats pages link-log image-log check inspect prefs status send"
+    local keys="emailAddress forceUniqueSubjects subjectNumber emailNeedsUsername emailUsername emailPassword imageEntry
+        bookmarkEntry errorStatus reportThis emailFails"
+    local command= word skip=
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        if [[ $skip ]]; then
+            skip=
+        elif [[ $word == --home ]]; then
+            skip=yes
+        elif [[ $word != -* ]]; then
+            command=$word
+            break
+        fi
+    done
+    COMPREPLY=()
+
+    case $previous in
+    --home)
+        mapfile -t COMPREPLY < <(compgen -d -- "$current")
+        return ;;
+    --me | --contacts | --ca-file)
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return ;;
+    --as)
+        mapfile -t COMPREPLY < <(compgen -W "plain html subject json" -- "$current")
+        return ;;
+    --delete)
+        mapfile -t COMPREPLY < <(compgen -W "$keys" -- "$current")
+        return ;;
+    --email | --from | --to | --since | --until | --server | --timeout)
+        return ;;
+    esac
+
+    local options= files=
+    case $command in
+    "") options="$commands --version" ;;
+    setup) options="--email --me --contacts --reset-templates" files=yes ;;
+    archive) options="--skip-new" files=yes ;;
+    search) options="--from --since --until" ;;
+    show) options="--as" files=yes ;;
+    stats) options="--json" ;;
+    status) options="--clear" ;;
+    send) options="--server --to --from --starttls --ca-file --timeout" files=yes ;;
+    prefs)
+        options="--delete"
+        [[ $previous == prefs ]] && options+=" $keys"
+        [[ $previous == forceUniqueSubjects ]] && options="YES NO" ;;
+    link-log | image-log | check | inspect) files=yes ;;
+    esac
+    if [[ $current == -* || -z $files ]]; then
+        [[ $current == -* ]] && options+=" $everywhere"
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
+    else
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    fi
+    [[ $files ]] && compopt -o filenames 2>/dev/null
+    return 0
+}
+complete -F _prattlebug prattlebug

@@ -1,0 +1,52 @@
+# Completion of prattlebug's commands, options and values for fish.
+
+set -l commands setup archive search show stats pages link-log image-log check inspect prefs status send
+set -l keys emailAddress forceUniqueSubjects subjectNumber emailNeedsUsername emailUsername emailPassword imageEntry \
+    bookmarkEntry errorStatus reportThis emailFails
+
+complete -c prattlebug -s h -l help -d 'Show help'
+complete -c prattlebug -l home -x -a '(__fish_complete_directories)' -d 'Home folder to work in'
+complete -c prattlebug -s q -l quiet -d 'Only results and failures'
+complete -c prattlebug -s v -l verbose -d 'Also what is done on the way'
+
+set -l none "not __fish_seen_subcommand_from $commands"
+complete -c prattlebug -n $none -f
+complete -c prattlebug -n $none -l version -d 'Show the version'
+complete -c prattlebug -n $none -a setup -d 'Make the folders, put templates in place, copy transcripts'
+complete -c prattlebug -n $none -a archive -d 'Write every chat into one mbox file'
+complete -c prattlebug -n $none -a search -d 'Find messages in the transcript folder'
+complete -c prattlebug -n $none -a show -d 'Print one chat'
+complete -c prattlebug -n $none -a stats -d 'Show how much was said and sent'
+complete -c prattlebug -n $none -a pages -d 'Make the pages of links and images anew'
+complete -c prattlebug -n $none -a link-log -d "Add one chat's links to a text file"
+complete -c prattlebug -n $none -a image-log -d "Save one chat's files, and add them to a text file"
+complete -c prattlebug -n $none -a check -d 'List transcripts that cannot be read'
+complete -c prattlebug -n $none -a inspect -d 'Print what an archive holds, as JSON'
+complete -c prattlebug -n $none -a prefs -d 'Show or change the preferences'
+complete -c prattlebug -n $none -a status -d 'Show the latest failure and how many there were'
+complete -c prattlebug -n $none -a send -d 'Send one chat by mail'
+
+complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l email -x -d 'Address of the mails'
+complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l me -r -F -d 'vCard file with your own card'
+complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l contacts -r -F -d 'vCard file with everybody else'
+complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates -d 'Also replace changed templates'
+complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
+complete -c prattlebug -n '__fish_seen_subcommand_from search' -f
+complete -c prattlebug -n '__fish_seen_subcommand_from search' -l from -x -d 'Only of this person'
+complete -c prattlebug -n '__fish_seen_subcommand_from search' -l since -x -d 'From this date on'
+complete -c prattlebug -n '__fish_seen_subcommand_from search' -l until -x -d 'Up to this date'
+complete -c prattlebug -n '__fish_seen_subcommand_from show' -l as -x -a 'plain html subject json' -d 'Form of the output'
+complete -c prattlebug -n '__fish_seen_subcommand_from stats' -f
+complete -c prattlebug -n '__fish_seen_subcommand_from stats' -l json -d 'As JSON'
+complete -c prattlebug -n '__fish_seen_subcommand_from pages' -f
+complete -c prattlebug -n '__fish_seen_subcommand_from status' -f
+complete -c prattlebug -n '__fish_seen_subcommand_from status' -l clear -d 'Start the count of failures anew'
+complete -c prattlebug -n '__fish_seen_subcommand_from prefs' -f
+complete -c prattlebug -n "__fish_seen_subcommand_from prefs; and not __fish_seen_subcommand_from $keys" -a "$keys"
+complete -c prattlebug -n '__fish_seen_subcommand_from prefs' -l delete -x -a "$keys" -d 'Preference to remove'
+complete -c prattlebug -n '__fish_seen_subcommand_from send' -l server -x -d 'Mail server'
+complete -c prattlebug -n '__fish_seen_subcommand_from send' -l to -x -d 'Recipient'
+complete -c prattlebug -n '__fish_seen_subcommand_from send' -l from -x -d 'Sender'
+complete -c prattlebug -n '__fish_seen_subcommand_from send' -l starttls -d 'Over an encrypted connection only'
+complete -c prattlebug -n '__fish_seen_subcommand_from send' -l ca-file -r -F -d 'Authorities to trust'
+complete -c prattlebug -n '__fish_seen_subcommand_from send' -l timeout -x -d 'How long the server may be silent'

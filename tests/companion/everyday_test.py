@@ -1,0 +1,149 @@
+"""The commands beside archiving: search, stats, pages, the two logs, status; and the help of every command."""
+
+import json
+import os
+import plistlib
+import shutil
+from pathlib import Path
+
+from companion import SAMPLES, TRANSCRIPTS, CompanionTest, main
+
+SUPPORT = "Library/Prattlebug"
+PREFERENCES = "Library/Preferences/com.velmoria.prattlebug.plist"
+KIM_2005 = os.path.join(SAMPLES, "chats", "Kim Lee on 2005-08-20 at 21.07.ichat")
+COMMANDS = ("archive", "check", "image-log", "inspect", "link-log", "pages", "prefs", "search", "setup", "show", "stats", "status")
+
+
+class Everyday(CompanionTest):
+    def preferences(self, **values):
+        self.write(PREFERENCES, plistlib.dumps(values))
+
+    def test_help_has_an_example_that_names_the_command(self):
+        for command in COMMANDS:
+            output, _ = self.run_companion(command, "--help")
+            self.assertIn(f"Example: prattlebug {command}", output)
+            self.assertIn("Exit code: ", output)
+
+    def test_search_finds_what_the_chats_hold(self):
+        self.add_samples()
+        spoken = []  # path, message
+        for expected in Path(self.path(TRANSCRIPTS)).rglob("* on *chat"):
+            if " on " in expected.name:
+                chat = json.loads(self.run_companion("show", "--as", "json", expected)[0])
+                spoken += [(str(expected.relative_to(self.path(TRANSCRIPTS))), message)
+                           for message in chat["messages"] if not message["status"]]
+
+        def found(*arguments):
+            return self.run_companion("search", *arguments)[0].splitlines()
+
+        every = found("")
+        self.assertEqual(len(every), len(spoken))
+        self.assertEqual(sorted(line.split(".chat: ")[0].split(".ichat: ")[0] for line in every),
+                         sorted(os.path.splitext(path)[0] for path, _ in spoken))
+        self.assertEqual([line.split("chat: ")[0] for line in every], sorted(line.split("chat: ")[0] for line in every))
+        for arguments, matching in (
+                (["PHOTO"], lambda m: "photo" in m["text"].lower()),
+                (["the", "piano"], lambda m: "the" in m["text"].lower() and "piano" in m["text"].lower()),
+                (["the", "--from", "kim"], lambda m: "the" in m["text"].lower() and "kim" in m["speaker"].lower()),
+                (["a", "--from", "KIMLEE77"], lambda m: "a" in m["text"].lower() and m["rawSpeaker"] == "kimlee77"),
+                (["e", "--since", "2006", "--until", "2007"],
+                 lambda m: "e" in m["text"].lower() and "2006-01-01T08" <= (m["time"] or "") < "2008-01-01T08"),
+                (["e", "--until", "2003-07-12"], lambda m: "e" in m["text"].lower() and (m["time"] or "9") < "2003-07-13T07"),
+        ):
+            expected = [message for _, message in spoken if matching(message)]
+            self.assertTrue(expected, arguments)
+            lines = found(*arguments)
+            self.assertEqual(len(lines), len(expected), arguments)
+            for message in expected:
+                self.assertTrue(any(" ".join(message["text"].split())[:40] in " ".join(line.split()) for line in lines), message)
+        # 02:12 UTC on the 21st.
+        self.assertTrue(any("2005-08-20 19:12 Kim Lee: good. dinner" in line for line in found("300", "photos")), found("300"))
+
+    def test_search_is_safe_to_look_at_and_says_when_there_is_nothing(self):
+        self.assertIn("prattlebug setup", self.run_companion("search", "x", code=1)[1])
+        self.write(f"{TRANSCRIPTS}/Kim on 2003.chat", b"damaged")
+        self.assertIn("Kim on 2003.chat: ", self.run_companion("search", "x", code=1)[1])
+        self.assertEqual(self.run_companion("search", "x", "--quiet", code=1), ("", ""))
+        self.assertRegex(self.run_companion("search", "x", "-v", code=1)[1], r"0 found in 0 chats, 0.0 MB, in \d")
+        for date in ("05", "2005-13", "2005-3", "2005-03-01T10:00", "2005-03-01 24", "2005-", "today", "2005-03-01 10:00:00", "٢٠٠٥"):
+            self.assertIn("is no date", self.run_companion("search", "x", "--since", date, code=2)[1], date)
+
+    def test_stats_shows_the_store(self):
+        self.assertIn("no statistics yet", self.run_companion("stats", code=1)[1])
+        self.write(f"{SUPPORT}/talkmeter.plist", b"no list")
+        self.run_companion("stats", code=1)
+        self.add_samples_beside()
+        self.run_companion("archive", self.path("Out"), "--quiet")
+        with open(self.path(SUPPORT, "talkmeter.plist"), "rb") as file:
+            store = plistlib.load(file)
+        shown = json.loads(self.run_companion("stats", "--json")[0])
+        self.assertEqual(shown, {key: value.strftime("%Y-%m-%dT%H:%M:%SZ") if key.endswith("Date") else value
+                                 for key, value in store.items()})
+        table = {line.split("  ")[0]: line.split()[-3:] for line in self.run_companion("stats")[0].splitlines()}
+        self.assertEqual(table["Words"], [str(number) for number in (
+            store["usertextcount"], store["othertextcount"], store["usertextcount"] + store["othertextcount"])])
+        self.assertEqual(table["Chats"][-1], "18")
+
+    def add_samples_beside(self):
+        shutil.rmtree(self.path(SUPPORT))
+        self.add_samples()
+
+    def test_pages_come_from_the_stores(self):
+        self.assertEqual(self.run_companion("pages", code=1)[1].count("prattlebug setup"), 2)
+        self.run_companion("setup", os.path.join(SAMPLES, "chats"), "--quiet")
+        self.run_companion("archive", self.path("Out"), "--quiet")
+        pages = [self.path(SUPPORT, name) for name in ("Links.html", "Images.html")]
+        stores = [Path(self.path(SUPPORT, name)) for name in ("gatheredURLs.plist", "gatheredImages.plist", "talkmeter.plist")]
+        before = [store.stat().st_mtime_ns for store in stores]
+        self.write(f"{SUPPORT}/linktemplate.html", b"<p>anew ____LINKS")
+        self.assertEqual(self.run_companion("pages")[0].splitlines(), pages)
+        self.assertIn(b"<p>anew ", Path(pages[0]).read_bytes())
+        self.assertEqual([store.stat().st_mtime_ns for store in stores], before)
+        stores[0].write_bytes(b"no list")
+        self.assertIn("gatheredURLs.plist: cannot be read", self.run_companion("pages", "-q", code=1)[1])
+        self.assertIn(b"<p>anew ", Path(pages[0]).read_bytes(), "the page stays")
+
+    def test_links_and_files_are_added_to_logs(self):
+        chat = json.loads(self.run_companion("show", "--as", "json", KIM_2005)[0])
+        links = [link for message in chat["messages"] for link in message["links"]]
+        log = self.write("logs/links.txt", b"before\n")
+        for arguments, reason in ((["link-log", KIM_2005, log], "bookmarkEntry is not set"),
+                                  (["image-log", KIM_2005, log], "imageEntry is not set"),
+                                  (["link-log", KIM_2005, self.path("none")], "make an empty file first"),
+                                  (["link-log", log, log], "links.txt: its name")):
+            self.assertIn(reason, self.run_companion(*arguments, code=1)[1])
+        self.preferences(bookmarkEntry="%@|%@|%@|%@\n", imageEntry="%@|%@|%@\n")
+        self.assertEqual(self.run_companion("link-log", KIM_2005, log)[0], f"{len(links)} links added\n")
+        lines = Path(log).read_text(encoding="utf-8").splitlines()
+        self.assertEqual([line.split("|")[:2] for line in lines[1:]], [[link, link] for link in links])
+
+        with_files = os.path.join(SAMPLES, "chats", "Kim Lee on 2009-01-20 at 17.00.ichat")
+        self.assertIn("logs/Images: no such folder", self.run_companion("image-log", with_files, log, code=1)[1])
+        os.mkdir(self.path("logs/Images"))
+        self.run_companion("image-log", with_files, log, "--quiet")
+        names = [line.split("|")[0] for line in Path(log).read_text(encoding="utf-8").splitlines()[len(lines):]]
+        self.assertTrue(names)
+        self.assertEqual(sorted(set(names)), sorted(os.listdir(self.path("logs/Images"))))
+
+    def test_status_tells_of_failures_and_clears_the_count(self):
+        self.assertEqual(self.run_companion("status")[0], "No failure has been reported.\n")
+        self.assertEqual(self.run_companion("status", "--clear")[0], "No failure has been reported.\n")
+        for values, shown in (
+                ({"errorStatus": 3, "reportThis": "LOGIN", "emailFails": 4},
+                 "4 failures since the count was last cleared.\nThe latest: the login at the mail server (LOGIN).\n"),
+                ({"errorStatus": 1, "emailFails": "1"},
+                 "1 failure since the count was last cleared.\nThe latest: a file could not be written.\n"),
+                ({"errorStatus": 9, "reportThis": "x", "emailFails": -2},
+                 "No failure since the count was last cleared.\nThe latest: code 9 (x).\n"),
+        ):
+            self.preferences(**values)
+            self.assertEqual(self.run_companion("status")[0], shown)
+        self.preferences(errorStatus=2, reportThis="gone", emailFails=3, other="kept")
+        self.assertTrue(self.run_companion("status", "-q")[0])
+        self.assertTrue(self.run_companion("status", "--clear")[0].startswith("No failure since"))
+        self.assertEqual(self.run_companion("status", "-q")[0], "")
+        with open(self.path(PREFERENCES), "rb") as file:
+            self.assertEqual(plistlib.load(file), {"errorStatus": 2, "reportThis": "gone", "other": "kept"})
+
+
+main()
