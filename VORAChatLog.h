@@ -47,7 +47,8 @@ public:
     /// is "ichat" (the name alone decides; letter case counts). The other party's name is what stands in the
     /// file name before its last " on ".
     [[nodiscard]] static Loading load(const std::filesystem::path &path);
-    /// The same for a file that is to be taken as if it bore the name @p fileName (bytes, extension included).
+    /// The same for a file that is to be taken as if it bore the name @p fileName (bytes, extension
+    /// included).
     [[nodiscard]] static Loading load(const std::filesystem::path &path, const std::string &fileName);
 
     /// load() for a run over many files: an unreadable file is named in the console log with the reason.

@@ -13,9 +13,9 @@
 
 // prattlebug_archive_bench MODE FOLDER
 //
-// Archives the transcripts of the home folder into FOLDER, which must exist, as the archiver does but for one thing:
-// with MODE "without" there are no galleries, with "alone" each call for them stands by itself, with "run" they belong
-// to a run, as in the archiver.
+// Archives the transcripts of the home folder into FOLDER, which must exist, as the archiver does but for one
+// thing: with MODE "without" there are no galleries, with "alone" each call for them stands by itself, with
+// "run" they belong to a run, as in the archiver.
 
 namespace {
 

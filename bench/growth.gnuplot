@@ -5,8 +5,10 @@ set title "Time for a chat by the number of chats"
 set xlabel "chats"
 set ylabel "microseconds a chat"
 set xrange [0:*]
-set yrange [0:*]
+set logscale y
+set yrange [100:*]
 set key top left
 set grid ytics
 set style data linespoints
-plot for [column=2:3] table using 1:column title columnheader(column) linewidth 2 pointtype 7 pointsize 0.5
+stats table skip 1 nooutput
+plot for [column=2:STATS_columns] table using 1:column title columnheader(column) linewidth 2 pointtype 7 pointsize 0.5
