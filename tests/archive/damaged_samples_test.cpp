@@ -112,7 +112,7 @@ TEST_P(DamagedSample, CutOffAnywhere)
 
 INSTANTIATE_TEST_SUITE_P(Every, DamagedSample, testing::ValuesIn(samples()), testName);
 
-class SmallSample : public testing::TestWithParam<const char *> {};
+class SmallSample : public testing::TestWithParam<std::string> {};
 
 TEST_P(SmallSample, ChangedInAnyByte)
 {
@@ -141,6 +141,6 @@ TEST_P(SmallSample, ChangedInAnyByte)
 }
 
 INSTANTIATE_TEST_SUITE_P(Some, SmallSample,
-                         testing::Values("Priya on 2005-03-27 at 10.05.chat",
-                                         "Gus on 2005-04-02 at 09.12.chat",
-                                         "Kim Lee on 2005-08-20 at 21.07 #2.ichat"));
+                         testing::Values(std::string("Priya on 2005-03-27 at 10.05.chat"),
+                                         std::string("Gus on 2005-04-02 at 09.12.chat"),
+                                         std::string("Kim Lee on 2005-08-20 at 21.07 #2.ichat")));
