@@ -24,5 +24,5 @@ gnuplot -e "table='$work/growth.tsv'; drawing='$work/growth.svg'" bench/growth.g
 
 echo "A search of all chats, three times"
 for _ in 1 2 3; do
-    $build/companion/prattlebug --home "$work/home-${counts##*,}" search --verbose heron --from Zoë 2>&1 >/dev/null | tail -n 1
+    $build/companion/prattlebug --home "$work/home-${counts##*,}" search --verbose heron --from friend0 2>&1 >/dev/null | tail -n 1
 done
