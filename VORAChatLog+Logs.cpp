@@ -37,21 +37,26 @@ qsizetype weightOf(const ImageRecord &record)
 }
 
 /// The records that @p record makes of the messages that somebody sent; none when they weigh too much.
+/// @param attribute of the text that a record is filled from.
 template <class Record>
-std::vector<Record> gathered(const VORAChatLog &chatLog, Record (VORAInstantMessage::*record)() const)
+std::vector<Record> gathered(const VORAChatLog &chatLog, VORAChatLog::Records which, QStringView attribute,
+                             Record (VORAInstantMessage::*record)() const)
 {
     const platform::ABAddressBook::Reading reading;
+    const bool onlyFilled = which == VORAChatLog::Records::Filled;
     std::vector<Record> records;
-    records.reserve(chatLog.messages().size());
     qsizetype weight = 0;
     for (const auto &message : chatLog.messages()) {
         if (message->isStatusMessage())
             continue;
         weight += qsizetype(message->string()->runs().size()) * runWeight;
-        records.push_back((message.get()->*record)());
-        weight += weightOf(records.back());
-        if (records.back().speaker)
-            weight += records.back().speaker->size();
+        if (!onlyFilled || message->string()->hasAttribute(attribute)) {
+            Record made = (message.get()->*record)();
+            const qsizetype ownWeight = weightOf(made);
+            weight += ownWeight + (made.speaker ? made.speaker->size() : 0);
+            if (!onlyFilled || ownWeight > 0)
+                records.push_back(std::move(made));
+        }
         if (weight > VORAChatLog::largestGathering) {
             platform::NSLog(QStringLiteral("The chat with %1 is too large for its links and files to be "
                                            "gathered.")
@@ -103,20 +108,20 @@ private:
 
 } // namespace
 
-std::vector<LinkRecord> VORAChatLog::GatheredURLs() const
+std::vector<LinkRecord> VORAChatLog::GatheredURLs(Records which) const
 {
-    return gathered(*this, &VORAInstantMessage::allURLs);
+    return gathered(*this, which, platform::NSLinkAttributeName, &VORAInstantMessage::allURLs);
 }
 
-std::vector<ImageRecord> VORAChatLog::GatheredImages() const
+std::vector<ImageRecord> VORAChatLog::GatheredImages(Records which) const
 {
-    return gathered(*this, &VORAInstantMessage::allImages);
+    return gathered(*this, which, platform::NSAttachmentAttributeName, &VORAInstantMessage::allImages);
 }
 
 void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
 {
     TextLog log(path, u"bookmarkEntry");
-    for (const LinkRecord &record : GatheredURLs()) {
+    for (const LinkRecord &record : GatheredURLs(Records::Filled)) {
         for (const QString &url : record.urls)
             log.add(std::array{url, url, *record.speaker, dateText(*record.time)});
     }
@@ -127,7 +132,7 @@ void VORAChatLog::ExtendImageLog(const std::filesystem::path &path) const
 {
     TextLog log(path, u"imageEntry");
     galleries::SavedFiles files(path.parent_path() / "Images");
-    for (const ImageRecord &record : GatheredImages()) {
+    for (const ImageRecord &record : GatheredImages(Records::Filled)) {
         for (const auto &wrapper : record.images) {
             const QString when = platform::descriptionWithCalendarFormat(*record.time, u"%a%b%e%I%M%p");
             const galleries::FileName name =

@@ -101,10 +101,15 @@ public:
     /// in the console log says so.
     static constexpr qsizetype largestGathering = VORAInstantMessage::largestGathering;
 
-    /// One record for each message that is no status message, in order, also for those without links.
-    [[nodiscard]] std::vector<LinkRecord> GatheredURLs() const;
-    /// The same for attached files.
-    [[nodiscard]] std::vector<ImageRecord> GatheredImages() const;
+    /// Which messages have a record in what is gathered.
+    enum class Records {
+        All,    ///< every message that is no status message
+        Filled, ///< those that have any links or files: they are few, and the others' senders are not looked
+                ///< up
+    };
+    /// The messages' records, in order.
+    [[nodiscard]] std::vector<LinkRecord> GatheredURLs(Records which = Records::All) const;
+    [[nodiscard]] std::vector<ImageRecord> GatheredImages(Records which = Records::All) const;
 
     /// Appends an entry for each link of the chat, in order, to the text file at @p path: the preference
     /// bookmarkEntry as a format (platform::filledFormat()) with the link, the link again, the sender's name

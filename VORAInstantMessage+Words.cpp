@@ -14,8 +14,9 @@ void walkWords(QStringView text, Take take)
             ++position;
         if (position == text.size())
             return;
-        const qsizetype blank = text.indexOf(u' ', position);
-        const qsizetype end = blank < 0 ? text.size() : blank;
+        qsizetype end = position; // words are too short for a search to be worth its call
+        while (end < text.size() && text[end] != u' ')
+            ++end;
         take(text.sliced(position, end - position));
         position = end;
     }

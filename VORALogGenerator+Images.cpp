@@ -45,7 +45,7 @@ std::vector<ImageStore::Speaker> savedFilesOf(const VORAChatLog &chatLog)
     QHash<const NSFileWrapper *, Size> sizes; // a file may be sent in very many messages
     std::vector<ImageStore::Speaker> speakers;
     for (const ImageRecord &record :
-         recordsToFold(chatLog, chatLog.GatheredImages(), &ImageRecord::images, u"files")) {
+         recordsToFold(chatLog, chatLog.GatheredImages(VORAChatLog::Records::Filled), u"files")) {
         ImageStore::Speaker &speaker = speakers.emplace_back(ImageStore::Speaker{*record.speaker, {}});
         for (const auto &wrapper : record.images) {
             auto size = sizes.constFind(wrapper.get());

@@ -18,7 +18,7 @@ std::vector<LinkStore::Speaker> linksOf(const VORAChatLog &chatLog)
 {
     std::vector<LinkStore::Speaker> speakers;
     for (const LinkRecord &record :
-         recordsToFold(chatLog, chatLog.GatheredURLs(), &LinkRecord::urls, u"links")) {
+         recordsToFold(chatLog, chatLog.GatheredURLs(VORAChatLog::Records::Filled), u"links")) {
         LinkStore::Speaker &speaker = speakers.emplace_back(LinkStore::Speaker{*record.speaker, {}});
         for (const QString &url : record.urls)
             speaker.entries.push_back({*record.time, url});

@@ -16,10 +16,10 @@ StatisticsCounts countsOf(const VORAChatLog &chatLog, const WordSet &curses, con
     const std::array<const WordSet *, 3> sets{nullptr, &curses, &netspeak};
     const std::vector<VORAChatLog::WordCounts> words = chatLog.countWords(sets);
     qint64 images = 0;
-    for (const ImageRecord &record : chatLog.GatheredImages())
+    for (const ImageRecord &record : chatLog.GatheredImages(VORAChatLog::Records::Filled))
         images += qint64(record.images.size());
     qint64 links = 0;
-    for (const LinkRecord &record : chatLog.GatheredURLs())
+    for (const LinkRecord &record : chatLog.GatheredURLs(VORAChatLog::Records::Filled))
         links += qint64(record.urls.size());
 
     return {.usertextcount = saturated(words[0].byUsersSide),

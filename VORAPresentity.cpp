@@ -50,16 +50,17 @@ std::optional<QString> VORAPresentity::Name() const
 {
     if (!m_name)
         return std::nullopt;
-    if (m_protocol == QStringLiteral("SubNet")) {
-        if (*m_name == QStringLiteral(" myself "))
+    const QStringView service = m_protocol ? QStringView(*m_protocol) : QStringView();
+    if (service == u"SubNet") {
+        if (*m_name == u" myself ")
             return loginName();
         return m_name->left(
             m_name->indexOf(u'@')); // without an "@" the index is -1, and left() gives all of it
     }
-    if (m_protocol == QStringLiteral("AIM")) {
+    if (service == u"AIM") {
         const platform::ABPerson *me = ABAddressBook::sharedAddressBook().me();
         if (me && !me->aimNames.isEmpty() && me->aimNames[me->primaryAimName] == *m_name)
-            return me->fullName().value_or(*m_name);
+            return me->fullName.value_or(*m_name);
         return ResolveAIMName(*m_name);
     }
     return m_name;
@@ -82,7 +83,7 @@ NSAttributedString VORAPresentity::RichName() const
 QString VORAPresentity::ResolveAIMName(const QString &screenName)
 {
     const auto &cards = ABAddressBook::sharedAddressBook().recordsMatchingAimName(screenName);
-    return cards.empty() ? screenName : cards.front()->fullName().value_or(screenName);
+    return cards.empty() ? screenName : cards.front()->fullName.value_or(screenName);
 }
 
 QString VORAPresentity::description() const

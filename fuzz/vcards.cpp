@@ -11,7 +11,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
                           ? person.primaryAimName == 0
                           : person.primaryAimName >= 0 && person.primaryAimName < person.aimNames.size());
         fuzz::require(!person.firstName || !person.firstName->isEmpty());
-        static_cast<void>(person.fullName());
+        fuzz::require(person.fullName.has_value() == (person.firstName && person.lastName));
     }
     return 0;
 }

@@ -20,24 +20,25 @@ constexpr QStringView allSuffix = u".html";
 QString monthSections(const GallerySpeaker &speaker, const MonthLayout &layout, MonthTable *months)
 {
     QString sections;
-    QString openTitle; // null while no section is open
+    platform::CalendarDate openMonth;
     MonthSection open;
     MonthSection *month = nullptr;
     for (qsizetype i = 0; i < speaker.count; ++i) {
         const GalleryItem item = speaker.entry(i);
-        const QString title = platform::descriptionWithCalendarFormat(item.date, u"%B %Y");
-        if (title != openTitle) {
-            if (!openTitle.isNull())
+        const platform::CalendarDate date = platform::calendarDate(item.date);
+        if (i == 0 || date.year != openMonth.year || date.month != openMonth.month) {
+            if (i > 0)
                 sections += open.html() % layout.end;
+            const QString title = platform::descriptionWithCalendarFormat(item.date, u"%B %Y");
             open = MonthSection(layout, title);
             month = months ? &months->section(title) : nullptr;
-            openTitle = title;
+            openMonth = date;
         }
         open.append(layout, item.html);
         if (month)
             month->append(layout, item.html);
     }
-    if (!openTitle.isNull())
+    if (speaker.count > 0)
         sections += open.html() % layout.end;
     return sections;
 }

@@ -2,7 +2,20 @@
 
 #include "platform/files/files.h"
 
+#include <string>
+
 namespace galleries {
+
+namespace {
+
+/// In one piece: a path is taken apart anew with each part that is joined to it, and these are asked for with
+/// every chat.
+std::filesystem::path inSupportFolder(const std::string &name)
+{
+    return platform::homeDirectory().native() + "/Library/Prattlebug/" + name;
+}
+
+} // namespace
 
 std::filesystem::path supportFolder()
 {
@@ -11,27 +24,27 @@ std::filesystem::path supportFolder()
 
 std::filesystem::path linkStorePath()
 {
-    return supportFolder() / "gatheredURLs.plist";
+    return inSupportFolder("gatheredURLs.plist");
 }
 
 std::filesystem::path linkTemplatePath()
 {
-    return supportFolder() / linkTemplateName;
+    return inSupportFolder(linkTemplateName);
 }
 
 std::filesystem::path imageStorePath()
 {
-    return supportFolder() / "gatheredImages.plist";
+    return inSupportFolder("gatheredImages.plist");
 }
 
 std::filesystem::path imageTemplatePath()
 {
-    return supportFolder() / imageTemplateName;
+    return inSupportFolder(imageTemplateName);
 }
 
 std::filesystem::path imagesFolder()
 {
-    return supportFolder() / "Images";
+    return inSupportFolder("Images");
 }
 
 std::filesystem::path topImagesFolder()
@@ -41,22 +54,22 @@ std::filesystem::path topImagesFolder()
 
 std::filesystem::path statisticsStorePath()
 {
-    return supportFolder() / "talkmeter.plist";
+    return inSupportFolder("talkmeter.plist");
 }
 
 std::filesystem::path statisticsTemplatePath()
 {
-    return supportFolder() / statisticsTemplateName;
+    return inSupportFolder(statisticsTemplateName);
 }
 
 std::filesystem::path curseListPath()
 {
-    return supportFolder() / "curses.plist";
+    return inSupportFolder("curses.plist");
 }
 
 std::filesystem::path netspeakListPath()
 {
-    return supportFolder() / "netspeak.plist";
+    return inSupportFolder("netspeak.plist");
 }
 
 } // namespace galleries

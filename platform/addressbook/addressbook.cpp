@@ -1,7 +1,5 @@
 #include "platform/addressbook/addressbook.h"
 
-#include <QStringBuilder>
-
 #include <utility>
 
 namespace platform {
@@ -14,13 +12,6 @@ std::filesystem::path folder()
 }
 
 } // namespace
-
-std::optional<QString> ABPerson::fullName() const
-{
-    if (!firstName || !lastName)
-        return std::nullopt;
-    return *firstName % u' ' % *lastName; // one allocation: asked for with every message
-}
 
 ABAddressBook &ABAddressBook::sharedAddressBook()
 {

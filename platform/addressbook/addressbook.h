@@ -21,13 +21,13 @@ struct ABPerson {
     /// kABFirstNameProperty and kABLastNameProperty; nothing when the card has none or an empty one.
     std::optional<QString> firstName;
     std::optional<QString> lastName;
+    /// First and last name joined by one blank, once and for all: it is asked for with every message. Nothing
+    /// when one of them is absent.
+    std::optional<QString> fullName;
     /// kABAIMInstantProperty: the AIM screen names in the card's order, each once; may be empty.
     QStringList aimNames;
     /// Position of the primary one in aimNames: the preferred one, else the first. 0 when there is none.
     qsizetype primaryAimName = 0;
-
-    /// First and last name joined by one blank; nothing when one of them is absent.
-    [[nodiscard]] std::optional<QString> fullName() const;
 };
 
 /// The user's address book: vCard files under the home folder, as address books export them.

@@ -51,6 +51,8 @@ void setNames(ABPerson &person, QStringView value, bool isList)
         person.firstName =
             nameComponent(value.sliced(start, findSeparator(value, u';', start) - start), isList);
     }
+    if (person.firstName && person.lastName)
+        person.fullName = *person.firstName + u' ' + *person.lastName;
 }
 
 QString percentDecoded(QStringView text)

@@ -21,7 +21,7 @@ bool couldChangeUnseen(const FileIdentity &identity)
 bool NotedFile::hasChanged(const std::filesystem::path &path)
 {
     const std::optional<FileIdentity> now = fileIdentity(path);
-    if (m_holds && m_path == path && m_identity == now)
+    if (m_holds && m_path.native() == path.native() && m_identity == now)
         return false;
     m_path = path;
     m_identity = now;

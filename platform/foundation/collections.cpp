@@ -19,6 +19,15 @@ NSDictionary::NSDictionary(std::vector<Entry> entries, bool hasForeignKeys)
 
 ObjectRef NSDictionary::objectForKey(QStringView key) const
 {
+    // In few entries a key is found soonest by its length.
+    constexpr size_t few = 16;
+    if (m_entries.size() <= few) {
+        for (const Entry &entry : m_entries) {
+            if (entry.key.size() == key.size() && entry.key == key)
+                return entry.value;
+        }
+        return nullptr;
+    }
     const auto found =
         std::lower_bound(m_entries.begin(), m_entries.end(), key,
                          [](const Entry &entry, QStringView wanted) { return entry.key < wanted; });

@@ -26,6 +26,13 @@ NSAttributedString::NSAttributedString(QString string, std::vector<Run> runs)
         m_runs.shrink_to_fit();
 }
 
+bool NSAttributedString::hasAttribute(QStringView name) const
+{
+    return std::any_of(m_runs.begin(), m_runs.end(), [name](const Run &run) {
+        return run.attributes && run.attributes->objectForKey(name) != nullptr;
+    });
+}
+
 void NSAttributedString::append(QStringView text, const AttributesRef &attributes)
 {
     m_string += text;

@@ -42,6 +42,8 @@ public:
     /// In UTF-16 units.
     [[nodiscard]] qsizetype length() const { return m_string.size(); }
     [[nodiscard]] const std::vector<Run> &runs() const { return m_runs; }
+    /// Whether any character has the attribute @p name.
+    [[nodiscard]] bool hasAttribute(QStringView name) const;
 
     /// Appends @p text with one set of attributes over all of it.
     void append(QStringView text, const AttributesRef &attributes);

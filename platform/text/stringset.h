@@ -43,17 +43,20 @@ private:
         }
     };
 
-    static constexpr std::size_t traitCount = 1024;
-    /// Something that is seen at a glance, and that few strings have in common: length, first and last unit.
+    static constexpr int traitBits = 14;
+    /// Something that is seen at a glance, and that few strings have in common: length, first, middle and
+    /// last unit, mixed by Fibonacci hashing.
     static std::size_t trait(QStringView string)
     {
         if (string.isEmpty())
             return 0;
-        return (std::size_t(string.size()) * 131 + string.front().unicode() * 17 + string.back().unicode()) %
-               traitCount;
+        const qsizetype size = string.size();
+        const quint64 units = quint64(string.front().unicode()) | quint64(string[size / 2].unicode()) << 16 |
+                              quint64(string.back().unicode()) << 32 | quint64(size) << 48;
+        return std::size_t((units * 0x9E3779B97F4A7C15U) >> (64 - traitBits));
     }
 
-    std::bitset<traitCount> m_traits; // of the strings in the set
+    std::bitset<std::size_t(1) << traitBits> m_traits; // of the strings in the set
     std::unordered_set<QString, Hash, std::equal_to<>> m_strings;
 };
 

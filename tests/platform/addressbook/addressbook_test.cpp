@@ -45,14 +45,14 @@ protected:
     {
         QStringList names;
         for (const ABPerson *person : ABAddressBook::sharedAddressBook().recordsMatchingAimName(aimName))
-            names.append(person->fullName().value_or(QStringLiteral("?")));
+            names.append(person->fullName.value_or(QStringLiteral("?")));
         return names.join(u'/');
     }
 
     static QString me()
     {
         const ABPerson *person = ABAddressBook::sharedAddressBook().me();
-        return person ? person->fullName().value_or(QStringLiteral("?")) : QStringLiteral("nobody");
+        return person ? person->fullName.value_or(QStringLiteral("?")) : QStringLiteral("nobody");
     }
 
     QTemporaryDir m_home;

@@ -66,11 +66,11 @@ TEST(HostileVCard, EveryPrefixKeepsTheCardsBeforeIt)
         most = cards.size();
         if (length >= endOfFirst) {
             EXPECT_EQ(cards.at(0).aimNames, QStringList{QStringLiteral("a,b")}) << length;
-            EXPECT_EQ(cards.at(0).fullName(), QStringLiteral("ソ 表")) << length;
+            EXPECT_EQ(cards.at(0).fullName, QStringLiteral("ソ 表")) << length;
         }
     }
     EXPECT_EQ(most, 2U);
-    EXPECT_EQ(readVCards(sample).at(1).fullName(), QStringLiteral("K L"));
+    EXPECT_EQ(readVCards(sample).at(1).fullName, QStringLiteral("K L"));
 }
 
 // Work that grows with the square of the size would keep each of these busy for hours.

@@ -164,9 +164,9 @@ TEST(VCard, TakesNamesApart)
          QStringLiteral("C|A,B||-")},
         {"a quote that is never closed", card("2.1", "N;X=\"a:Lee;Kim"), QStringLiteral("Kim|Lee||-")},
     });
-    EXPECT_EQ(readVCards(card("3.0", "N:Lee;Kim")).at(0).fullName(), QStringLiteral("Kim Lee"));
-    EXPECT_EQ(readVCards(card("3.0", "N:;Kim")).at(0).fullName(), std::nullopt);
-    EXPECT_EQ(readVCards(card("3.0", "N:Lee;")).at(0).fullName(), std::nullopt);
+    EXPECT_EQ(readVCards(card("3.0", "N:Lee;Kim")).at(0).fullName, QStringLiteral("Kim Lee"));
+    EXPECT_EQ(readVCards(card("3.0", "N:;Kim")).at(0).fullName, std::nullopt);
+    EXPECT_EQ(readVCards(card("3.0", "N:Lee;")).at(0).fullName, std::nullopt);
 }
 
 TEST(VCard, FindsAimNamesAndThePreferredOne)
