@@ -16,6 +16,7 @@
 #include <concepts>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace galleries {
@@ -41,8 +42,8 @@ template <StoreEntry Entry>
 
 /// Everything of one kind that was ever sent, by the person who sent it.
 ///
-/// Adding to a store that is kept takes time for what is added and for its speakers' entries, not for the
-/// others'.
+/// Adding to a store that is kept takes time for what is added and for moving its speakers' older entries,
+/// not for the others'.
 ///
 /// Its file is a property list: an array of dictionaries with "speaker" and the list of that speaker's
 /// entries. It is written in the XML form, which keeps whole seconds of a date, and read in any. Text in the
@@ -89,6 +90,14 @@ private:
 
     [[nodiscard]] static std::optional<Speaker> speakerFrom(const platform::PropertyList &dictionary);
     static bool isNewer(const Entry &first, const Entry &second) { return newestFirst(first, second) < 0; }
+
+    /// The entries of one speaker from a date to another, in a sorted store.
+    struct DateRange {
+        size_t position; ///< of the speaker
+        Entry newest;
+        Entry oldest;
+    };
+    [[nodiscard]] std::span<Entry> entriesIn(const DateRange &range);
     void append(Speaker speaker);
     void noteChangeOf(size_t position);
 
@@ -96,7 +105,7 @@ private:
     QHash<QString, size_t> m_positions; // of the first speaker of each name
     std::vector<size_t> m_sorted;  // of each speaker's entries, how many at the front are known to be sorted
     std::vector<size_t> m_changed; // positions of speakers since the last sort()
-    std::vector<size_t> m_unsettled; // positions of speakers sorted since the last settle()
+    std::vector<DateRange> m_unsettled; // of what has been sorted in since the last settle()
 };
 
 template <StoreEntry Entry>
@@ -188,11 +197,11 @@ void SpeakerStore<Entry>::sort()
         const auto added = entries.begin() + std::ptrdiff_t(m_sorted[position]);
         if (added != entries.end()) {
             std::stable_sort(added, entries.end(), isNewer);
+            m_unsettled.push_back({position, *added, entries.back()});
             std::inplace_merge(std::upper_bound(entries.begin(), added, *added, isNewer), added,
                                entries.end(), isNewer);
         }
         m_sorted[position] = entries.size();
-        m_unsettled.push_back(position);
     }
     m_changed.clear();
 }
@@ -200,11 +209,23 @@ void SpeakerStore<Entry>::sort()
 template <StoreEntry Entry>
 void SpeakerStore<Entry>::settle()
 {
-    for (const size_t position : m_unsettled) {
-        for (Entry &entry : m_speakers[position].entries)
+    // All are looked up before any is changed: the store has to be sorted for that.
+    std::vector<std::span<Entry>> found;
+    for (const DateRange &range : m_unsettled)
+        found.push_back(entriesIn(range));
+    m_unsettled.clear();
+    for (const std::span<Entry> entries : found) {
+        for (Entry &entry : entries)
             entry.date = entry.date.wholeSeconds();
     }
-    m_unsettled.clear();
+}
+
+template <StoreEntry Entry>
+std::span<Entry> SpeakerStore<Entry>::entriesIn(const DateRange &range)
+{
+    std::vector<Entry> &entries = m_speakers[range.position].entries;
+    const auto first = std::lower_bound(entries.begin(), entries.end(), range.newest, isNewer);
+    return {first, std::upper_bound(first, entries.end(), range.oldest, isNewer)};
 }
 
 template <StoreEntry Entry>
