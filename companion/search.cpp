@@ -12,10 +12,14 @@
 #include "platform/text/encoding.h"
 
 #include <QStringMatcher>
+#include <QThreadPool>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <deque>
+#include <future>
+#include <iterator>
 #include <memory>
 
 namespace companion {
@@ -80,14 +84,20 @@ struct Query {
     std::optional<Period> since;
     std::optional<Period> until;
 
-    [[nodiscard]] bool matches(const VORAInstantMessage &message) const
+    /// May be asked on any thread.
+    [[nodiscard]] bool matchesText(const VORAInstantMessage &message) const
     {
         if (message.isStatusMessage())
             return false;
         const QString text = composed(message.string()->string());
-        const bool hasWords = std::all_of(
-            words.begin(), words.end(), [&](const QStringMatcher &word) { return word.indexIn(text) >= 0; });
-        return hasWords && matchesSpeaker(message) && matchesTime(message);
+        return std::all_of(words.begin(), words.end(),
+                           [&](const QStringMatcher &word) { return word.indexIn(text) >= 0; });
+    }
+
+    /// Asks the address book and the calendar, which belong to the main thread.
+    [[nodiscard]] bool matchesRest(const VORAInstantMessage &message) const
+    {
+        return matchesSpeaker(message) && matchesTime(message);
     }
 
 private:
@@ -132,6 +142,61 @@ void printMatch(const std::filesystem::path &chat, const VORAInstantMessage &mes
                                  QStringLiteral(": ") + onOneLine(message.string()->string()))));
 }
 
+/// One transcript, as far as it is of interest.
+struct SearchedChat {
+    VORAChatLog::Outcome outcome = VORAChatLog::Outcome::NotATranscript;
+    QString reason;
+    qint64 bytes = 0;                                             ///< of the file
+    std::vector<std::shared_ptr<const VORAInstantMessage>> found; ///< by their text alone
+};
+
+SearchedChat searchedChat(const std::filesystem::path &path, const Query &query)
+{
+    const VORAChatLog::Loading loading = VORAChatLog::load(path);
+    SearchedChat chat{loading.outcome, loading.reason, 0, {}};
+    if (!loading.chatLog)
+        return chat;
+    if (const auto identity = platform::fileIdentity(path))
+        chat.bytes = identity->size;
+    std::ranges::copy_if(loading.chatLog->messages(), std::back_inserter(chat.found),
+                         [&](const auto &message) { return query.matchesText(*message); });
+    return chat;
+}
+
+/// The transcripts of a folder one after the other, while those that follow are read on all cores.
+class SearchedChats {
+public:
+    SearchedChats(const std::filesystem::path &folder, const std::vector<std::filesystem::path> &entries,
+                  const Query &query)
+        : m_folder(folder), m_entries(entries), m_query(query)
+    {
+    }
+
+    /// To be asked once for each of the entries.
+    [[nodiscard]] SearchedChat next()
+    {
+        constexpr int perThread = 4; // so that a large one among small ones leaves nobody idle
+        const size_t ahead = size_t(m_threads.maxThreadCount()) * perThread;
+        for (; m_ahead.size() < ahead && m_started < m_entries.size(); ++m_started) {
+            const auto task = std::make_shared<std::packaged_task<SearchedChat()>>(
+                [this, path = m_folder / m_entries[m_started]] { return searchedChat(path, m_query); });
+            m_ahead.push_back(task->get_future());
+            m_threads.start([task] { (*task)(); });
+        }
+        SearchedChat chat = m_ahead.front().get();
+        m_ahead.pop_front();
+        return chat;
+    }
+
+private:
+    const std::filesystem::path &m_folder;
+    const std::vector<std::filesystem::path> &m_entries;
+    const Query &m_query;
+    size_t m_started = 0;
+    std::deque<std::future<SearchedChat>> m_ahead;
+    QThreadPool m_threads; // the last member: it waits for its threads before anything else goes
+};
+
 int search(const Query &query)
 {
     const auto start = std::chrono::steady_clock::now();
@@ -152,18 +217,16 @@ int search(const Query &query)
     qint64 chats = 0;
     qint64 bytes = 0;
     qint64 matches = 0;
+    SearchedChats searched(folder, entries, query);
     for (const std::filesystem::path &entry : entries) {
-        const VORAChatLog::Loading loading = VORAChatLog::load(folder / entry);
-        if (loading.outcome == VORAChatLog::Outcome::Unreadable && verbosity() != Verbosity::Quiet)
+        const SearchedChat chat = searched.next();
+        if (chat.outcome == VORAChatLog::Outcome::Unreadable && verbosity() != Verbosity::Quiet)
             printError(QByteArrayView(QByteArray::fromStdString(entry.native()) + ": " +
-                                      platform::utf8FromString(loading.reason)));
-        if (!loading.chatLog)
-            continue;
-        ++chats;
-        if (const auto identity = platform::fileIdentity(folder / entry))
-            bytes += identity->size;
-        for (const auto &message : loading.chatLog->messages()) {
-            if (!query.matches(*message))
+                                      platform::utf8FromString(chat.reason)));
+        chats += chat.outcome == VORAChatLog::Outcome::Loaded ? 1 : 0;
+        bytes += chat.bytes;
+        for (const auto &message : chat.found) {
+            if (!query.matchesRest(*message))
                 continue;
             ++matches;
             printMatch(entry, *message);
