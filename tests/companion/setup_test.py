@@ -177,14 +177,20 @@ class Setup(CompanionTest):
         self.chat("Kim on 2003.chat")
         self.chats.joinpath("cards.vcf").write_bytes(b"BEGIN:VCARD\r\nEND:VCARD\r\n")
         self.chats.joinpath("closed").mkdir()
-        for arguments, before in (
-                (["--email", "sam"], []), (["--email", ""], []), (["--email", "Sam <sam@example.org>"], []),
-                (["--me", "none.vcf"], []), (["--me", self.chats / "Kim on 2003.chat"], []),
-                (["--contacts", self.chats / "cards.vcf"], []), (["--contacts", self.chats], []),
-                ([self.chats / "none"], []), ([self.chats, self.chats / "cards.vcf"], []),
-                ([self.chats], ["Documents"]), ([self.chats], [TRANSCRIPTS]), ([self.chats], [SUPPORT]),
-                ([self.chats], [SUPPORT + "/Images"]), ([self.chats, "--email", "a@b"], ["Library/Preferences"]),
-                (["--email", "a@b", self.chats], ["Library/Preferences/com.velmoria.prattlebug.plist/"]),
+        for arguments, before, reason in (
+                (["--email", "sam"], [], '^"sam" is no mail address'), (["--email", ""], [], '^"" is no mail address'),
+                (["--email", "Sam <sam@example.org>"], [], "is no mail address"),
+                (["--me", "none.vcf"], [], "^none.vcf cannot be read: No such file"),
+                (["--me", self.chats / "Kim on 2003.chat"], [], "2003.chat is no vCard file"),
+                (["--contacts", self.chats / "cards.vcf"], [], "cards.vcf is no vCard file"),
+                (["--contacts", self.chats], [], "cannot be read: Is a directory"),
+                ([self.chats / "none"], [], "none cannot be read: No such file"),
+                ([self.chats, self.chats / "cards.vcf"], [], "cards.vcf is neither a folder nor a transcript"),
+                ([self.chats], ["Documents"], "Documents is a file where a folder must be"),
+                ([self.chats], [TRANSCRIPTS], r"\(Prattlebugged\) is a file where"), ([self.chats], [SUPPORT], "Prattlebug is a file where"),
+                ([self.chats], [SUPPORT + "/Images"], "Images is a file where"),
+                ([self.chats, "--email", "a@b"], ["Library/Preferences"], "Preferences is a file where"),
+                (["--email", "a@b", self.chats], ["Library/Preferences/com.velmoria.prattlebug.plist/"], "preferences could not be written"),
         ):
             for path in before:
                 os.makedirs(os.path.dirname(self.path(path)), exist_ok=True)
@@ -193,6 +199,7 @@ class Setup(CompanionTest):
             there = tree(self.home)
             output, errors = self.run_companion("setup", *arguments, code=1)
             self.assertEqual((output, errors.count("\n"), tree(self.home)), ("", 1, there), (arguments, errors))
+            self.assertRegex(errors, reason)
             shutil.rmtree(self.home)
             os.makedirs(self.home)
         self.assertIn("There is no home folder", self.run_companion("--home", self.path("none"), "setup", code=1)[1])
