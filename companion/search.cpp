@@ -144,26 +144,28 @@ void printMatch(const std::filesystem::path &chat, const VORAInstantMessage &mes
 
 /// One transcript, as far as it is of interest.
 struct SearchedChat {
+    std::filesystem::path entry; ///< in the transcript folder
     VORAChatLog::Outcome outcome = VORAChatLog::Outcome::NotATranscript;
     QString reason;
     qint64 bytes = 0;                                             ///< of the file
     std::vector<std::shared_ptr<const VORAInstantMessage>> found; ///< by their text alone
 };
 
-SearchedChat searchedChat(const std::filesystem::path &path, const Query &query)
+SearchedChat searchedChat(const std::filesystem::path &folder, const std::filesystem::path &entry,
+                          const Query &query)
 {
-    const VORAChatLog::Loading loading = VORAChatLog::load(path);
-    SearchedChat chat{loading.outcome, loading.reason, 0, {}};
+    const VORAChatLog::Loading loading = VORAChatLog::load(folder / entry);
+    SearchedChat chat{entry, loading.outcome, loading.reason, 0, {}};
     if (!loading.chatLog)
         return chat;
-    if (const auto identity = platform::fileIdentity(path))
+    if (const auto identity = platform::fileIdentity(folder / entry))
         chat.bytes = identity->size;
     std::ranges::copy_if(loading.chatLog->messages(), std::back_inserter(chat.found),
                          [&](const auto &message) { return query.matchesText(*message); });
     return chat;
 }
 
-/// The transcripts of a folder one after the other, while those that follow are read on all cores.
+/// The transcripts of a folder some at a time, while those that follow are read on all cores.
 class SearchedChats {
 public:
     SearchedChats(const std::filesystem::path &folder, const std::vector<std::filesystem::path> &entries,
@@ -172,30 +174,65 @@ public:
     {
     }
 
-    /// To be asked once for each of the entries.
-    [[nodiscard]] SearchedChat next()
+    /// The next ones, in the order of the entries; none at the end.
+    [[nodiscard]] std::vector<SearchedChat> next()
     {
-        constexpr int perThread = 4; // so that a large one among small ones leaves nobody idle
-        const size_t ahead = size_t(m_threads.maxThreadCount()) * perThread;
-        for (; m_ahead.size() < ahead && m_started < m_entries.size(); ++m_started) {
-            const auto task = std::make_shared<std::packaged_task<SearchedChat()>>(
-                [this, path = m_folder / m_entries[m_started]] { return searchedChat(path, m_query); });
-            m_ahead.push_back(task->get_future());
-            m_threads.start([task] { (*task)(); });
-        }
-        SearchedChat chat = m_ahead.front().get();
+        constexpr int perThread = 3; // so that a large chat among small ones leaves nobody idle
+        while (m_ahead.size() < size_t(m_threads.maxThreadCount()) * perThread &&
+               m_started < m_entries.size())
+            start();
+        if (m_ahead.empty())
+            return {};
+        std::vector<SearchedChat> chats = m_ahead.front().get();
         m_ahead.pop_front();
-        return chat;
+        return chats;
     }
 
 private:
+    void start()
+    {
+        constexpr size_t atATime = 16; // a small chat takes hardly longer than to wake a thread for it
+        const size_t first = m_started;
+        m_started = std::min(first + atATime, m_entries.size());
+        const auto task =
+            std::make_shared<std::packaged_task<std::vector<SearchedChat>()>>([this, first, end = m_started] {
+                std::vector<SearchedChat> chats;
+                for (size_t entry = first; entry < end; ++entry)
+                    chats.push_back(searchedChat(m_folder, m_entries[entry], m_query));
+                return chats;
+            });
+        m_ahead.push_back(task->get_future());
+        m_threads.start([task] { (*task)(); });
+    }
+
     const std::filesystem::path &m_folder;
     const std::vector<std::filesystem::path> &m_entries;
     const Query &m_query;
     size_t m_started = 0;
-    std::deque<std::future<SearchedChat>> m_ahead;
+    std::deque<std::future<std::vector<SearchedChat>>> m_ahead;
     QThreadPool m_threads; // the last member: it waits for its threads before anything else goes
 };
+
+struct Totals {
+    qint64 chats = 0;
+    qint64 bytes = 0;
+    qint64 matches = 0;
+};
+
+void tell(const SearchedChat &chat, const Query &query, Totals &totals)
+{
+    if (chat.outcome == VORAChatLog::Outcome::Unreadable && verbosity() != Verbosity::Quiet)
+        printError(QByteArrayView(QByteArray::fromStdString(chat.entry.native()) + ": " +
+                                  platform::utf8FromString(chat.reason)));
+    totals.chats += chat.outcome == VORAChatLog::Outcome::Loaded ? 1 : 0;
+    totals.bytes += chat.bytes;
+    for (const auto &message : chat.found) {
+        if (!query.matchesRest(*message))
+            continue;
+        ++totals.matches;
+        printMatch(chat.entry, *message);
+    }
+}
 
 int search(const Query &query)
 {
@@ -214,34 +251,22 @@ int search(const Query &query)
     std::sort(entries.begin(), entries.end());
 
     const platform::ABAddressBook::Reading oneReading;
-    qint64 chats = 0;
-    qint64 bytes = 0;
-    qint64 matches = 0;
+    Totals totals;
     SearchedChats searched(folder, entries, query);
-    for (const std::filesystem::path &entry : entries) {
-        const SearchedChat chat = searched.next();
-        if (chat.outcome == VORAChatLog::Outcome::Unreadable && verbosity() != Verbosity::Quiet)
-            printError(QByteArrayView(QByteArray::fromStdString(entry.native()) + ": " +
-                                      platform::utf8FromString(chat.reason)));
-        chats += chat.outcome == VORAChatLog::Outcome::Loaded ? 1 : 0;
-        bytes += chat.bytes;
-        for (const auto &message : chat.found) {
-            if (!query.matchesRest(*message))
-                continue;
-            ++matches;
-            printMatch(entry, *message);
-        }
+    for (auto chats = searched.next(); !chats.empty(); chats = searched.next()) {
+        for (const SearchedChat &chat : chats)
+            tell(chat, query, totals);
     }
     if (verbosity() == Verbosity::Verbose) {
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
         constexpr double megabyte = 1e6;
         printError(QStringLiteral("%1 found in %2 chats, %3 MB, in %4 s")
-                       .arg(matches)
-                       .arg(chats)
-                       .arg(double(bytes) / megabyte, 0, 'f', 1)
+                       .arg(totals.matches)
+                       .arg(totals.chats)
+                       .arg(double(totals.bytes) / megabyte, 0, 'f', 1)
                        .arg(seconds.count(), 0, 'f', 2));
     }
-    return matches > 0 ? exitDone : exitFailed;
+    return totals.matches > 0 ? exitDone : exitFailed;
 }
 
 struct Options {
