@@ -57,13 +57,18 @@ class Setup(CompanionTest):
         # The entries are folders.
         self.assertIn("20 chats archived, 2 entries that are no transcripts.\n", self.run_companion("archive", "--quiet", self.path("Out"))[0])
         mbox = self.path("Out/Prattlebug Archive mbox")
-        with open(self.path("keys"), "w", encoding="utf-8") as keys:
-            keys.write("set folder=/tmp spoolfile=/dev/null quit=yes wait_key=no sort=date\n"
-                       f"set print=yes print_command=\"cat >> '{self.path('printed')}'\"\n")
-        code, _ = self.run_in_terminal("mutt", "-n", "-F", self.path("keys"), "-R", "-f", mbox,
+        settings = self.write("muttrc", f"""
+            set folder='{self.home}' spoolfile=/dev/null charset=utf-8 quit=yes wait_key=no
+            set print=yes print_decode=yes print_command="cat >> '{self.path('printed')}'"
+            alternative_order text/plain
+        """.encode())
+        code, _ = self.run_in_terminal("mutt", "-n", "-F", settings, "-R", "-f", mbox,
                                        "-e", "push '<tag-pattern>~A<enter><tag-prefix><print-message><exit>'")
         self.assertEqual(code, 0)
-        self.assertEqual(Path(self.path("printed")).read_text(encoding="utf-8").count("To: sam@example.org"), 20)
+        printed = Path(self.path("printed")).read_text(encoding="utf-8")
+        for text in ("To: sam@example.org\n", "Subject: [IM] ", "Sent by Prattlebug ( https://prattlebug.example/ )\n"):
+            self.assertEqual(printed.count(text), 20, text)
+        self.assertIn("Subject: [IM] 李明\n", printed)
         with contextlib.closing(mailbox.mbox(mbox)) as mails:
             self.assertEqual(len(mails), 20)
         browser = open_browser(self)
