@@ -1,14 +1,19 @@
 #include "archiver/mailaddress.h"
 
 #include <QChar>
+#include <QList>
 
 #include <algorithm>
 
 bool isBareAddress(QStringView text)
 {
-    const bool clean = std::none_of(text.begin(), text.end(), [](QChar c) {
-        return c.isSpace() || c == u'<' || c == u'>' || c.category() == QChar::Other_Control;
+    constexpr QStringView others = u"<>()[]\"\\,;:";
+    const bool clean = std::none_of(text.begin(), text.end(), [others](QChar c) {
+        return c.isSpace() || others.contains(c) || c.category() == QChar::Other_Control;
     });
-    const qsizetype at = text.lastIndexOf(u'@');
-    return clean && at > 0 && at + 1 < text.size();
+    const QList<QStringView> parts = text.split(u'@');
+    if (!clean || parts.size() != 2 || parts.front().isEmpty())
+        return false;
+    const QList<QStringView> labels = parts.back().split(u'.');
+    return std::none_of(labels.begin(), labels.end(), [](QStringView label) { return label.isEmpty(); });
 }

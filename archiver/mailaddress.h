@@ -2,6 +2,7 @@
 
 #include <QStringView>
 
-/// Whether @p text is an address that can stand in a separator line of an mbox and be read back: no blanks,
-/// no control characters, no angle brackets, one "@" inside.
+/// Whether @p text is one address and nothing else, which can stand in a separator line of an mbox and be
+/// read back: no blanks, control characters, quotes, brackets, commas or semicolons, one "@" inside, and
+/// behind it a domain whose labels, between its points, are not empty.
 [[nodiscard]] bool isBareAddress(QStringView text);

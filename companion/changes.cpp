@@ -1,6 +1,7 @@
 #include "companion/changes.h"
 
 #include "platform/files/systemcalls.h"
+#include "platform/files/temporaries.h"
 
 #include <array>
 #include <cerrno>
@@ -53,6 +54,8 @@ void Changes::writeFile(const std::filesystem::path &path, QByteArrayView bytes,
         change.previous = old.bytes;
         change.previousTime = status.st_mtim;
     }
+    if (m_tidied.insert(path.parent_path()).second)
+        platform::removeLeftTemporaries(path.parent_path());
     if (const auto failure = platform::writeAtomically(path, bytes))
         throw Failure(path.native() + " cannot be written: " + *failure);
     m_changes.push_back(std::move(change));

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
@@ -47,6 +48,7 @@ private:
     };
 
     std::vector<Change> m_changes;
+    std::set<std::filesystem::path> m_tidied; ///< folders without what was left by a run that was killed
 };
 
 /// Gives the file at @p path a modification time. @return whether the system did.

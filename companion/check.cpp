@@ -1,5 +1,6 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/transcriptcopies.h"
 
 #include "archiver/PBArchiver.h"
 
@@ -28,8 +29,9 @@ public:
         } else if (named || loading.outcome == VORAChatLog::Outcome::Unreadable) {
             ++m_unreadable;
             print(path, loading.reason);
-        } else if (path.extension() == ".chat" || path.extension() == ".ichat") {
-            ++m_misnamed; // well formed, but the archiver would pass over it
+        } else if ((path.extension() == ".chat" || path.extension() == ".ichat") &&
+                   !TranscriptCopies::hasArchivedCopy(path)) {
+            ++m_passedOver; // well formed, but the archiver passes over it
             print(path, loading.reason);
         }
     }
@@ -38,9 +40,10 @@ public:
     {
         QString summary = QString::number(m_readable) + QStringLiteral(" can be read, ") +
                           QString::number(m_unreadable) + QStringLiteral(" cannot.");
-        if (m_misnamed > 0)
-            summary += u' ' + QString::number(m_misnamed) +
-                       QStringLiteral(" more will not be archived for want of \" on \" in the name.");
+        if (m_passedOver > 0)
+            summary += u' ' + QString::number(m_passedOver) +
+                       QStringLiteral(" more will not be archived for want of \" on \" in the name: "
+                                      "prattlebug setup makes copies that will.");
         if (verbosity() != Verbosity::Quiet)
             printLine(summary);
         return m_unreadable > 0 ? exitFailed : exitDone;
@@ -55,7 +58,7 @@ private:
 
     qsizetype m_readable = 0;
     qsizetype m_unreadable = 0;
-    qsizetype m_misnamed = 0;
+    qsizetype m_passedOver = 0;
 };
 
 int check(const std::vector<std::string> &files)

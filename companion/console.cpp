@@ -58,6 +58,11 @@ void printError(QStringView text)
     printError(QByteArrayView(platform::utf8FromString(text)));
 }
 
+bool outputIsWhole()
+{
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
 ConsoleHost::ConsoleHost(bool quiet)
     : m_previous(Host::install(this)), m_quiet(quiet), m_terminal(isatty(STDERR_FILENO) == 1)
 {

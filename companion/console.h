@@ -18,6 +18,9 @@ void printLine(QByteArrayView bytes);
 void printError(QStringView text);
 void printError(QByteArrayView bytes);
 
+/// Whether all that was printed to standard output has arrived there; a disk may have been full.
+[[nodiscard]] bool outputIsWhole();
+
 /// The console as host of the model: the console log on standard error, and below it, when that is a
 /// terminal, a progress bar that keeps the last line while the log scrolls above.
 class ConsoleHost final : public platform::Host {

@@ -24,10 +24,12 @@ int run(int argc, char **argv)
                      "prattlebug");
     program.set_version_flag("--version", PRATTLEBUG_VERSION);
     program.require_subcommand(1);
-    program.footer("Example: prattlebug setup --email sam@example.org /media/sam/Backup\n"
-                   "         prattlebug archive ~/\"Prattlebug Archive\"\n"
-                   "--help behind a command tells more of it, with an example.\n"
-                   "Exit code: 0 done, 1 failed, 2 wrong usage.");
+    program.footer(
+        "Example: prattlebug setup --email sam@example.org /media/sam/Backup\n"
+        "         prattlebug archive ~/\"Prattlebug Archive\"\n"
+        "The options stand before or behind the command; --help behind it tells more of it, with an "
+        "example.\n"
+        "Exit code: 0 done, 1 failed, 2 wrong usage.");
     program.fallthrough();
     std::string home;
     program.add_option("--home", home, "Home folder to work in, instead of the user's own")->type_name("DIR");
@@ -66,7 +68,11 @@ int run(int argc, char **argv)
                             : verbose ? companion::Verbosity::Verbose
                                       : companion::Verbosity::Usual);
     const companion::ConsoleHost host(quiet);
-    return action();
+    const int code = action();
+    if (companion::outputIsWhole())
+        return code;
+    companion::printError(QStringLiteral("The output could not be written whole."));
+    return companion::exitFailed;
 }
 
 } // namespace

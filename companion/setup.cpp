@@ -138,8 +138,9 @@ std::vector<std::string> copyTranscripts(const Options &options, Changes &change
         });
     for (const std::filesystem::path &folder : chats)
         copies.copy(folder);
+    copies.copyPassedOver();
     const TranscriptCopies::Outcome &outcome = copies.outcome();
-    if (!chats.empty()) {
+    if (!chats.empty() || outcome.copied > 0) {
         QString text = counted(outcome.copied, QStringLiteral("transcript"), QStringLiteral("transcripts")) +
                        QStringLiteral(" copied");
         if (outcome.alreadyThere > 0)
@@ -160,7 +161,8 @@ void storeAddress(const std::optional<std::string> &email, Changes &changes, Rep
     const QString address = platform::stringFromUtf8(*email);
     platform::CFPreferencesSetAppValue(u"emailAddress", platform::PropertyList::fromString(address));
     if (!platform::CFPreferencesAppSynchronize())
-        throw Changes::Failure("The preferences could not be written.");
+        throw Changes::Failure("The preferences could not be written in " +
+                               platform::preferencesFolder().native());
     report.line(QStringLiteral("Mails are from and to ") + address);
 }
 
@@ -257,6 +259,8 @@ void addSetupCommand(CLI::App &commands, Action &action)
         "Example: prattlebug setup --email sam@example.org --me me.vcf /media/sam/Backup\n"
         "With --verbose every transcript that is copied is named.\n"
         "It can be repeated: nothing of yours is ever overwritten or copied twice.\n"
+        "Transcripts without \" on \" in their names, which the archiver passes over, get copies that have "
+        "it.\n"
         "Exit code: 1 when something is wrong with what was given, or with the disk (then nothing "
         "has been changed),\nor when some transcripts could not be read; they are named.");
     command->callback([options, &action] { action = [options] { return setup(*options); }; });

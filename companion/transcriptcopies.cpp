@@ -14,6 +14,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <variant>
 
 namespace companion {
 
@@ -22,6 +23,11 @@ namespace {
 constexpr std::string_view separator = " on ";
 constexpr size_t longestName = 255; // bytes, what Linux's file systems take
 constexpr size_t longestNumber = 8; // bytes, " #" included
+
+bool isPassedOver(const std::filesystem::path &path)
+{
+    return path.filename().native().find(separator) == std::string::npos;
+}
 
 bool isTranscriptName(const std::filesystem::path &path)
 {
@@ -75,18 +81,52 @@ std::optional<std::filesystem::path> below(const std::filesystem::path &prefix,
     return result;
 }
 
-/// Whether a file with these bytes stands in @p folder under the name @p old with any date: a copy that an
-/// earlier run may have dated by the clock of another time zone.
-bool isThere(const QByteArray &bytes, const std::filesystem::path &folder, const NumberedName &old)
+/// A name that the archiver takes, made of one that it would pass over.
+struct DatedName {
+    NumberedName old;
+    std::string stem;
+};
+
+/// Why there is none: the file is no transcript.
+struct NoTranscript {
+    std::string reason;
+};
+
+/// @param fileName what the file at @p source is called, or would be.
+std::variant<DatedName, NoTranscript> datedName(const std::filesystem::path &source,
+                                                const std::filesystem::path &fileName)
 {
-    const std::vector<std::string> names = platform::contentsOfDirectory(folder);
-    return std::any_of(names.begin(), names.end(), [&](const std::string &name) {
+    const std::string extension = fileName.extension().native();
+    const VORAChatLog::Loading loading = VORAChatLog::load(source, std::string(separator) + extension);
+    if (!loading.chatLog)
+        return NoTranscript{platform::utf8FromString(loading.reason).toStdString()};
+    struct stat status{};
+    const platform::NSDate date = loading.chatLog->LastMessageDate().value_or(
+        platform::NSDate::fromUnixTime(::stat(source.c_str(), &status) == 0 ? status.st_mtim.tv_sec : 0));
+    NumberedName old = numberedName(fileName.stem().native());
+    const std::string end =
+        std::string(separator) +
+        platform::utf8FromString(platform::descriptionWithCalendarFormat(date, u"%Y-%m-%d at %H.%M"))
+            .toStdString() +
+        (old.number.empty() ? std::string() : " #" + old.number);
+    old.name = cut(old.name, longestName - end.size() - extension.size());
+    return DatedName{old, old.name + end};
+}
+
+/// A file with these bytes in @p folder under the name @p old with any date: a copy that an earlier run may
+/// have dated by the clock of another time zone.
+std::optional<std::filesystem::path>
+copyUnderAnyDate(const QByteArray &bytes, const std::filesystem::path &folder, const NumberedName &old)
+{
+    for (const std::string &name : platform::contentsOfDirectory(folder)) {
         std::error_code error;
-        return name.starts_with(old.name + std::string(separator)) &&
-               numberedName(std::filesystem::path(name).stem().native()).number == old.number &&
-               std::filesystem::file_size(folder / name, error) == std::uintmax_t(bytes.size()) &&
-               platform::readWholeFile(folder / name).bytes == bytes;
-    });
+        if (name.starts_with(old.name + std::string(separator)) &&
+            numberedName(std::filesystem::path(name).stem().native()).number == old.number &&
+            std::filesystem::file_size(folder / name, error) == std::uintmax_t(bytes.size()) &&
+            platform::readWholeFile(folder / name).bytes == bytes)
+            return folder / name;
+    }
+    return std::nullopt;
 }
 
 std::string withReason(const std::filesystem::path &path, const std::string &reason)
@@ -118,13 +158,14 @@ void TranscriptCopies::copy(const std::filesystem::path &chats)
     if (error || ::access(root.c_str(), R_OK) != 0)
         throw Changes::Failure(chats.native() +
                                " cannot be read: " + platform::reasonOf(error ? error.value() : errno));
+    const std::filesystem::path own = std::filesystem::canonical(m_folder, error);
     if (!std::filesystem::is_directory(root, error)) {
         if (!isTranscriptName(root))
             throw Changes::Failure(chats.native() + " is neither a folder nor a transcript.");
-        copyTranscript(root, root.filename());
+        if (!below(own, root))
+            addCopy(root, root.filename());
         return;
     }
-    const std::filesystem::path own = std::filesystem::canonical(m_folder, error);
     platform::DirectoryWalk walk(root);
     while (const auto entry = walk.next()) {
         const std::filesystem::path source = root / *entry;
@@ -143,60 +184,84 @@ void TranscriptCopies::copy(const std::filesystem::path &chats)
             if (const auto inside = below(folder, *entry))
                 relative = *inside;
         }
-        copyTranscript(source, relative);
+        addCopy(source, relative);
     }
 }
 
-void TranscriptCopies::copyTranscript(const std::filesystem::path &source,
-                                      const std::filesystem::path &relative)
+void TranscriptCopies::copyPassedOver()
+{
+    platform::DirectoryWalk walk(m_folder);
+    while (const auto entry = walk.next()) {
+        std::error_code error;
+        if (isTranscriptName(*entry) && isPassedOver(*entry) &&
+            std::filesystem::is_regular_file(m_folder / *entry, error))
+            addCopy(m_folder / *entry, *entry);
+    }
+}
+
+bool TranscriptCopies::hasArchivedCopy(const std::filesystem::path &path)
+{
+    const platform::FileContents file = platform::readWholeFile(path);
+    if (!file.bytes || !isTranscriptName(path) || !isPassedOver(path))
+        return false;
+    const auto name = datedName(path, path.filename());
+    const auto *dated = std::get_if<DatedName>(&name);
+    return dated && copyUnderAnyDate(*file.bytes, path.parent_path(), dated->old);
+}
+
+void TranscriptCopies::addCopy(const std::filesystem::path &source, const std::filesystem::path &relative)
+{
+    const std::optional<Copy> copy = copyTranscript(source, relative);
+    if (!copy)
+        return;
+    const bool isOwn = source == m_folder / relative;
+    if (copy->isNew)
+        ++m_outcome.copied;
+    else if (!isOwn)
+        ++m_outcome.alreadyThere;
+    if (copy->isNew && copy->path.filename() != relative.filename())
+        m_outcome.renamed.push_back(relative.native() + (isOwn ? " is now also " : " is now ") +
+                                    copy->path.lexically_relative(m_folder).native());
+}
+
+/// @return nothing when the file is left out.
+std::optional<TranscriptCopies::Copy> TranscriptCopies::copyTranscript(const std::filesystem::path &source,
+                                                                       const std::filesystem::path &relative)
 {
     const platform::FileContents file = platform::readWholeFile(source);
-    struct stat status{};
-    if (!file.bytes || ::stat(source.c_str(), &status) != 0) {
+    if (!file.bytes) {
         m_outcome.unread.push_back(withReason(source, file.error));
-        return;
+        return std::nullopt;
     }
+    const std::filesystem::path folder = m_folder / relative.parent_path();
     std::string stem = relative.stem().native();
-    const std::string extension = relative.extension().native();
-    const bool toBeRenamed = relative.filename().native().find(separator) == std::string::npos;
-    if (toBeRenamed) {
-        const VORAChatLog::Loading loading = VORAChatLog::load(source, std::string(separator) + extension);
-        if (!loading.chatLog) {
-            m_outcome.leftOut.push_back(
-                withReason(source, platform::utf8FromString(loading.reason).toStdString()));
-            return;
+    if (isPassedOver(relative)) {
+        const auto name = datedName(source, relative.filename());
+        if (const auto *none = std::get_if<NoTranscript>(&name)) {
+            m_outcome.leftOut.push_back(withReason(source, none->reason));
+            return std::nullopt;
         }
-        const auto date = loading.chatLog->LastMessageDate().value_or(
-            platform::NSDate::fromUnixTime(status.st_mtim.tv_sec));
-        NumberedName old = numberedName(stem);
-        const std::string dated =
-            std::string(separator) +
-            platform::utf8FromString(platform::descriptionWithCalendarFormat(date, u"%Y-%m-%d at %H.%M"))
-                .toStdString() +
-            (old.number.empty() ? std::string() : " #" + old.number);
-        old.name = cut(old.name, longestName - dated.size() - extension.size());
-        if (isThere(*file.bytes, m_folder / relative.parent_path(), old)) {
-            ++m_outcome.alreadyThere;
-            return;
-        }
-        stem = old.name + dated;
+        const DatedName &dated = std::get<DatedName>(name);
+        if (auto there = copyUnderAnyDate(*file.bytes, folder, dated.old))
+            return Copy{std::move(*there), false};
+        stem = dated.stem;
     }
 
-    const std::filesystem::path folder = m_folder / relative.parent_path();
-    std::filesystem::path destination = folder / (stem + extension);
+    const std::string extension = relative.extension().native();
     const NumberedName numbered = numberedName(stem);
-    for (int number = 2; !place(source, *file.bytes, destination); ++number) {
+    std::filesystem::path destination = folder / (stem + extension);
+    for (int number = 2;; ++number) {
+        const Placing placing = place(source, *file.bytes, destination);
+        if (placing != Placing::Taken)
+            return Copy{destination, placing == Placing::Copied};
         const std::string end = " #" + std::to_string(number) + extension;
         destination = folder / (cut(numbered.name, longestName - end.size()) + end);
     }
-    if (destination.filename() != relative.filename())
-        m_outcome.renamed.push_back(relative.native() + " is now " +
-                                    destination.lexically_relative(m_folder).native());
 }
 
-/// @return false when another file stands there.
-bool TranscriptCopies::place(const std::filesystem::path &source, const QByteArray &bytes,
-                             const std::filesystem::path &destination)
+TranscriptCopies::Placing TranscriptCopies::place(const std::filesystem::path &source,
+                                                  const QByteArray &bytes,
+                                                  const std::filesystem::path &destination)
 {
     struct stat from{};
     struct stat there{};
@@ -206,17 +271,15 @@ bool TranscriptCopies::place(const std::filesystem::path &source, const QByteArr
         m_changes.makeFolder(destination.parent_path());
         m_changes.writeFile(destination, bytes, from.st_mtim);
         m_told(source, destination);
-        ++m_outcome.copied;
-        return true;
+        return Placing::Copied;
     }
     if (!S_ISREG(there.st_mode) || there.st_size != bytes.size() ||
         platform::readWholeFile(destination).bytes != bytes)
-        return false;
+        return Placing::Taken;
     // A copy that was made without its date has been waiting for it.
     if (compare(from.st_mtim, there.st_mtim) < 0)
         setModificationTime(destination, from.st_mtim);
-    ++m_outcome.alreadyThere;
-    return true;
+    return Placing::ThereAlready;
 }
 
 } // namespace companion

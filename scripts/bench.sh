@@ -22,7 +22,4 @@ echo
 /usr/bin/python3 bench/measure.py $build/bench/prattlebug_archive_bench "$work" "$counts"
 gnuplot -e "table='$work/growth.tsv'; drawing='$work/growth.svg'" bench/growth.gnuplot
 
-echo "A search of all chats, three times"
-for _ in 1 2 3; do
-    $build/companion/prattlebug --home "$work/home-${counts##*,}" search --verbose heron --from friend0 2>&1 >/dev/null | tail -n 1
-done
+/usr/bin/python3 bench/search.py $build/companion/prattlebug "$work/home-${counts##*,}"

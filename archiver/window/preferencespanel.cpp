@@ -14,6 +14,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <utility>
+#include <vector>
+
 using platform::PropertyList;
 
 namespace {
@@ -65,6 +68,7 @@ PreferencesPanel::PreferencesPanel(QWidget *parent)
     layOut();
     connect(m_address, &QLineEdit::textChanged, this, &PreferencesPanel::judgeAddress);
     judgeAddress();
+    m_shown = entries();
 }
 
 void PreferencesPanel::layOut()
@@ -103,27 +107,35 @@ void PreferencesPanel::judgeAddress()
     m_save->setEnabled(isRight);
 }
 
+PreferencesPanel::Entries PreferencesPanel::entries() const
+{
+    return {m_address->text().trimmed(), m_userName->text(), m_password->text(),
+            m_uniqueSubjects->isChecked(), m_login->isChecked()};
+}
+
 void PreferencesPanel::accept()
 {
-    const auto storeText = [](QStringView key, const QString &text) {
-        if (text != storedText(key))
-            platform::CFPreferencesSetAppValue(key, text.isEmpty() ? PropertyList()
-                                                                   : PropertyList::fromString(text));
+    const Entries entered = entries();
+    std::vector<std::pair<QStringView, PropertyList>> changes;
+    const auto compareTexts = [&changes](QStringView key, const QString &shown, const QString &text) {
+        if (text != shown)
+            changes.emplace_back(key, text.isEmpty() ? PropertyList() : PropertyList::fromString(text));
     };
-    storeText(addressKey, m_address->text().trimmed());
-    storeText(userNameKey, m_userName->text());
-    storeText(passwordKey, m_password->text());
-    if (m_uniqueSubjects->isChecked() != storedTruth(uniqueSubjectsKey))
-        platform::CFPreferencesSetAppValue(uniqueSubjectsKey,
-                                           PropertyList::fromBoolean(m_uniqueSubjects->isChecked()));
-    const bool neededLogin =
-        platform::integerFromPreference(platform::CFPreferencesCopyAppValue(needsLoginKey)).value_or(0) != 0;
-    if (m_login->isChecked() != neededLogin)
-        platform::CFPreferencesSetAppValue(needsLoginKey,
-                                           PropertyList::fromInteger(m_login->isChecked() ? 1 : 0));
+    compareTexts(addressKey, m_shown.address, entered.address);
+    compareTexts(userNameKey, m_shown.userName, entered.userName);
+    compareTexts(passwordKey, m_shown.password, entered.password);
+    if (entered.hasUniqueSubjects != m_shown.hasUniqueSubjects)
+        changes.emplace_back(uniqueSubjectsKey, PropertyList::fromBoolean(entered.hasUniqueSubjects));
+    if (entered.needsLogin != m_shown.needsLogin)
+        changes.emplace_back(needsLoginKey, PropertyList::fromInteger(entered.needsLogin ? 1 : 0));
+
+    for (const auto &[key, value] : changes)
+        platform::CFPreferencesSetAppValue(key, value);
     if (platform::CFPreferencesAppSynchronize()) {
         QDialog::accept();
         return;
     }
+    for (const auto &[key, value] : changes)
+        platform::forgetUnsynchronizedValue(key);
     QMessageBox::warning(this, windowTitle(), tr("The preferences could not be written."));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QString>
 
 class QCheckBox;
 class QGroupBox;
@@ -18,12 +19,23 @@ class PreferencesPanel final : public QDialog {
 public:
     explicit PreferencesPanel(QWidget *parent);
 
-    /// Stores what was changed, and closes the panel; where that fails, says so and stays open.
+    /// Stores what was changed, and closes the panel; where that fails, says so and stays open. What could
+    /// not be stored then is not stored later either, unless by another Save.
     void accept() override;
 
 private:
+    /// What the fields say.
+    struct Entries {
+        QString address;
+        QString userName;
+        QString password;
+        bool hasUniqueSubjects = false;
+        bool needsLogin = false;
+    };
+
     void layOut();
     void judgeAddress();
+    [[nodiscard]] Entries entries() const;
 
     QLineEdit *m_address;
     QLabel *m_judgement;
@@ -32,4 +44,5 @@ private:
     QLineEdit *m_userName;
     QLineEdit *m_password;
     QPushButton *m_save;
+    Entries m_shown; ///< what they said at first
 };

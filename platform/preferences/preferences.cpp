@@ -155,6 +155,11 @@ void CFPreferencesSetAppValue(QStringView key, const PropertyList &value)
     domainOf(preferencesPath()).changes[key.toString()] = value;
 }
 
+void forgetUnsynchronizedValue(QStringView key)
+{
+    domainOf(preferencesPath()).changes.erase(key.toString());
+}
+
 bool CFPreferencesAppSynchronize()
 {
     const std::filesystem::path path = preferencesPath();

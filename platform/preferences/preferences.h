@@ -34,6 +34,10 @@ void CFPreferencesSetAppValue(QStringView key, const PropertyList &value);
 /// @return false when the file could not be written; the changes then stay pending.
 bool CFPreferencesAppSynchronize();
 
+/// Takes back a change of @p key that has not been synchronised: what was to be written with the user looking
+/// on, and could not be, is not to be written behind their back later. No operation of Core Foundation's.
+void forgetUnsynchronizedValue(QStringView key);
+
 /// A value taken as a boolean, as the platform takes it: a boolean, a number other than 0, or one of the
 /// strings "YES", "true", "1" and "NO", "false", "0" (letter case does not count). Nothing for anything else.
 [[nodiscard]] std::optional<bool> booleanFromPreference(const PropertyList &value);

@@ -21,9 +21,11 @@ _prattlebug() {
 
     case $previous in
     --home)
+        compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
         return ;;
     --me | --contacts | --ca-file)
+        compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return ;;
     --as)
@@ -58,7 +60,7 @@ _prattlebug() {
     else
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
     fi
-    [[ $files ]] && compopt -o filenames 2>/dev/null
+    [[ $files ]] && compopt -o filenames
     return 0
 }
 complete -F _prattlebug prattlebug

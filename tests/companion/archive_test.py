@@ -47,24 +47,6 @@ class Archive(CompanionTest):
                                     for form in ("subject", "plain", "html"))
             self.assertIn([plain, html], found[subject], path)
 
-    def test_mutt_opens_the_mbox(self):
-        self.add_samples()
-        self.run_companion("prefs", "emailAddress", "sam@example.org")
-        self.archive()
-        settings = self.write("muttrc", b"""
-            set folder='""" + self.home.encode() + b"""' spoolfile=/dev/null charset=utf-8 quit=yes wait_key=no
-            set print=yes print_decode=yes print_command="cat >> '""" + self.path("printed").encode() + b"""'"
-            alternative_order text/plain
-        """)
-        code, _ = self.run_in_terminal("mutt", "-n", "-F", settings, "-R", "-f", self.mbox_path(),
-                                       "-e", "push '<first-entry>" + "<print-message><next-entry>" * 18 + "<exit>'")
-        self.assertEqual(code, 0)
-        with open(self.path("printed"), encoding="utf-8") as file:
-            printed = file.read()
-        self.assertEqual(len(re.findall(r"(?m)^Subject: \[IM\] ", printed)), 18)
-        self.assertEqual(printed.count("Sent by Prattlebug ( https://prattlebug.example/ )"), 18, "the plain part")
-        self.assertIn("Subject: [IM] 李明", printed)
-
     def test_runs_without_a_transcript_folder_and_with_an_output_that_cannot_be(self):
         output, errors = self.archive(code=1)
         self.assertEqual(output, "")

@@ -2,9 +2,10 @@
 
 import json
 import os
+import subprocess
 from pathlib import Path
 
-from companion import CompanionTest, SAMPLES, TRANSCRIPTS, main
+from companion import CompanionTest, PRATTLEBUG, SAMPLES, TRANSCRIPTS, main
 
 KIM = os.path.join(SAMPLES, "chats", "Kim Lee on 2003-07-12 at 20.41.chat")
 with open(KIM, "rb") as transcript:
@@ -66,13 +67,20 @@ class Commands(CompanionTest):
             self.assertEqual(output, "")
             self.assertTrue(errors.startswith(f"{path}: {reason}"), errors)
 
+    def test_output_that_does_not_fit_is_a_failure(self):
+        self.add_samples()
+        for arguments in (["show", KIM], ["show", "--as", "json", KIM], ["inspect", KIM], ["search", "e"], ["prefs"], ["check"]):
+            with open("/dev/full", "wb") as full:
+                run = subprocess.run([PRATTLEBUG, *arguments], stdout=full, stderr=subprocess.PIPE, env=self.environment, check=False)
+            self.assertEqual((run.returncode, run.stderr), (1, b"The output could not be written whole.\n"), arguments)
+
     def test_check_lists_what_cannot_be_read(self):
         self.run_companion("check", code=1)  # no transcript folder
         self.add_samples()
         misnamed = self.path(TRANSCRIPTS, "Chats on iBook/Gus 2004-03-03 at 12.30.chat")
         self.assertEqual(self.run_companion("check")[0], "".join([
             f'{misnamed}: its name holds no " on " between the other party and the date\n',
-            '18 can be read, 0 cannot. 1 more will not be archived for want of " on " in the name.\n']))
+            '18 can be read, 0 cannot. 1 more will not be archived for want of " on " in the name: prattlebug setup makes copies that will.\n']))
         broken = self.write(os.path.join(TRANSCRIPTS, "deep/Kim on x.chat"), KIM_BYTES[:-3])
         output, _ = self.run_companion("check", code=1)
         self.assertIn(f"{broken}: offset ", output)

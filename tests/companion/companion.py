@@ -49,8 +49,9 @@ class CompanionTest(unittest.TestCase):
         self.assertEqual(result.returncode, code, f"{arguments}: {result.stdout!r} {result.stderr!r}")
         return result.stdout.decode(), result.stderr.decode()
 
-    def run_in_terminal(self, program, *arguments, typed=b""):
-        """Runs a program with a terminal on all three streams; returns its exit code and what the terminal showed."""
+    def run_in_terminal(self, program, *arguments, typed=b"", prompt=b"Password: "):
+        """Runs a program with a terminal on all three streams, typing something when it is prompted for; returns its exit
+        code and what the terminal showed."""
         child, terminal = pty.fork()
         if child == 0:
             os.execvpe(program, [program, *arguments], {**self.environment, "TERM": "xterm"})
@@ -65,7 +66,7 @@ class CompanionTest(unittest.TestCase):
             if not part:
                 break
             shown += part
-            if typed and b"Password: " in shown:
+            if typed and prompt in shown:
                 os.write(terminal, typed)
                 typed = b""
         _, status = os.waitpid(child, 0)

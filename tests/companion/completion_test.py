@@ -1,14 +1,51 @@
-"""The completions of the three shells and the manual page, against what the commands' help says there is."""
+"""The completions, each in its own shell, and the manual page, against what the commands' help says there is."""
 
 import os
 import re
-import shutil
-import subprocess
+import shlex
 
 from companion import SAMPLES, CompanionTest, main
 
 FOLDER = os.path.join(SAMPLES, "../resources/completions")
-BASH, ZSH, FISH = (os.path.join(FOLDER, name) for name in ("prattlebug.bash", "_prattlebug", "prattlebug.fish"))
+EVERYWHERE = {"--help", "--home", "--quiet", "--verbose"}
+
+# zsh and fish are given lines in $LINES_TO_COMPLETE, and write into $OFFERED each line behind "> ", and below it what they
+# offer for its last word. bash has the lines typed, and writes each with all that it offers in place of the last word.
+ZSH = """
+fpath=($FOLDER $fpath)
+autoload -Uz compinit && compinit -D -u
+compadd() {
+    if [[ " $* " != *" -"[OAD]" "* ]]; then
+        local -a offered
+        builtin compadd -O offered "$@"
+        print -rl -- $offered >>$OFFERED
+    fi
+    builtin compadd "$@"
+}
+zle-line-init() {
+    for BUFFER in "${(@f)LINES_TO_COMPLETE}"; do
+        print -r -- "> $BUFFER" >>$OFFERED
+        CURSOR=$#BUFFER
+        zle list-choices
+    done
+    exit
+}
+zle -N zle-line-init
+"""
+BASH = """
+source "$FOLDER/prattlebug.bash"
+unset HISTFILE
+bind '"\\C-xi": insert-completions'
+bind -x '"\\C-xo": printf "%s\\n" "$READLINE_LINE" >>"$OFFERED"'
+PS1="ready> "
+"""
+FISH = """
+source $FOLDER/prattlebug.fish
+for line in (string split \\n -- $LINES_TO_COMPLETE)
+    echo "> $line"
+    complete -C $line
+end >$OFFERED
+"""
 
 
 class Completion(CompanionTest):
@@ -18,24 +55,22 @@ class Completion(CompanionTest):
         self.commands = re.findall(r"(?m)^  ([a-z-]+)", listed)
         self.options = {command: set(re.findall(r"(?m)^  (?:-\w,)?(--[a-z-]+)", self.run_companion(command, "--help")[0])) - {"--help"}
                         for command in self.commands}
-        self.keys = {line.split(":")[0] for line in self.run_companion("prefs")[0].splitlines()}
 
-    def run_shell(self, *command):
-        if not shutil.which(command[0]):
-            self.skipTest(f"no {command[0]} here")
-        result = subprocess.run(command, capture_output=True, text=True, env=self.environment, check=False)
-        self.assertEqual(result.stderr, "")
-        return set(result.stdout.split("\n")) - {""}
-
-    def bash(self, *words):
-        """What bash offers for the last of the words behind the program's name."""
-        return self.run_shell("bash", "-c", 'source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))\n'
-                              '_prattlebug prattlebug "${@: -1}" "${@: -2:1}"; printf "%s\\n" "${COMPREPLY[@]}"',
-                              BASH, "prattlebug", *words)
-
-    def fish(self, line):
-        offered = self.run_shell("fish", "--no-config", "-c", 'source $argv[1]; complete -C $argv[2]', FISH, line)
-        return {choice.split("\t")[0] for choice in offered}
+    def lines(self):
+        """What has to be offered for the last word of each line."""
+        keys = {line.split(":")[0] for line in self.run_companion("prefs")[0].splitlines()}
+        mail_keys = {key for key in keys if key.startswith("email")}
+        self.write("cards/a b.vcf", b"")
+        expected = {
+            "prattlebug ": set(self.commands), "prattlebug prefs ": keys,
+            "prattlebug prefs email": mail_keys, "prattlebug prefs --delete email": mail_keys,
+            "prattlebug show --as h": {"html"},
+            f"prattlebug setup --me {self.path('cards')}/": {"a b.vcf"},
+        }
+        for command, options in self.options.items():
+            for before in ("", "--home x ", "-q "):
+                expected[f"prattlebug {before}{command} --"] = options | EVERYWHERE
+        return expected
 
     def test_manual_page(self):
         with open(os.path.join(SAMPLES, "../docs/man/prattlebug.1"), encoding="utf-8") as file:
@@ -43,33 +78,38 @@ class Completion(CompanionTest):
         for name in [*self.commands, *set().union(*self.options.values())]:
             self.assertRegex(text, rf"(?m)(^|[ \[.]){name}\b")
 
-    def test_bash(self):
-        self.assertEqual(self.bash("") - {"--version"}, set(self.commands))
-        for command, options in self.options.items():
-            for before in ([], ["--home", "x"], ["-q"]):
-                self.assertEqual(self.bash(*before, command, "--") - {"--home", "--quiet", "--verbose", "--help"}, options)
-        self.assertEqual(self.bash("prefs", "email"), {key for key in self.keys if key.startswith("email")})
-        self.assertEqual(self.bash("show", "--as", "h"), {"html"})
-        self.write("a b.vcf", b"")
-        self.assertEqual(self.bash("setup", "--me", self.path("a")), {self.path("a b.vcf")})
+    def complete(self, settings, program, *arguments, typed=b""):
+        """What the shell has written."""
+        self.environment.update(FOLDER=FOLDER, OFFERED=self.path("offered"), LINES_TO_COMPLETE="\n".join(self.lines()),
+                                ZDOTDIR=self.home)
+        self.write(".zshrc", settings.encode())  # bash is told to read it, too
+        code, shown = self.run_in_terminal(program, *arguments, typed=typed, prompt=b"ready> ")
+        self.assertEqual(code, 0, shown)
+        with open(self.path("offered"), encoding="utf-8") as file:
+            return file.read()
 
-    def test_fish(self):
-        self.assertEqual(self.fish("prattlebug "), set(self.commands))
-        for command, options in self.options.items():
-            everywhere = {"--home", "--quiet", "--verbose", "--help"}
-            self.assertEqual({choice for choice in self.fish(f"prattlebug {command} --") if choice.startswith("--")} - everywhere, options)
-        self.assertEqual(self.fish("prattlebug prefs email"), {key for key in self.keys if key.startswith("email")})
-        self.assertEqual(self.fish("prattlebug show --as h"), {"html"})
+    def check(self, offered):
+        for line, expected in self.lines().items():
+            choices = {os.path.basename(choice.replace("\\", "")) for choice in offered.get(line, ())}
+            if not line.endswith("--"):  # options may be offered beside words
+                choices = {choice for choice in choices if not choice.startswith("--")}
+            self.assertEqual(choices, expected, line)
+
+    def check_listing(self, listing):
+        parts = [part.splitlines() for part in listing.split("> ")[1:]]
+        self.check({line: [choice.split("\t")[0] for choice in choices if choice] for line, *choices in parts})
 
     def test_zsh(self):
-        self.run_shell("zsh", "-n", ZSH)
-        with open(ZSH, encoding="utf-8") as file:
-            text = file.read()
-        self.assertEqual(re.findall(r"(?m)^        ['\"]([a-z-]+):", text), self.commands)
-        for command, options in self.options.items():
-            case = re.search(rf"(?m)^        (?:[a-z-]+ \| )*{command}(?: \| [a-z-]+)*\) ((?:.*\\\n)*.*);;", text)
-            self.assertEqual(set(re.findall(r"'(--[a-z-]+)\[", case[1] if case else "")), options, command)
-        self.assertEqual(set(re.findall(r"\b[a-z]+[A-Z]\w+", text.split("}")[0])), self.keys)
+        self.check_listing(self.complete(ZSH, "zsh", "-i"))
+
+    def test_fish(self):
+        self.check_listing(self.complete("", "fish", "--no-config", "-c", FISH))
+
+    def test_bash(self):
+        typed = "".join(line + ("\t" if line.endswith("/") else "\x18i") + "\x18o\x15" for line in self.lines())
+        written = self.complete(BASH, "bash", "--rcfile", self.path(".zshrc"), "-i", typed=typed.encode() + b"exit\n")
+        self.check({line: shlex.split(completed[line.rindex(" ") + 1:])
+                    for line, completed in zip(self.lines(), written.splitlines())})
 
 
 main()

@@ -40,7 +40,8 @@ class Prefs(CompanionTest):
                           ["subjectNumber", "1.5"], ["subjectNumber", "99999999999999999999"], ["forceUniqueSubjects", "maybe"],
                           ["emailAddress", "Sam <sam@example.org>"], ["emailAddress", "sam @example.org"],
                           ["emailAddress", "sam"], ["emailAddress", "@"], ["emailAddress", ""],
-                          ["emailAddress", "a@b\nBcc: c@d"], ["emailPassword", "hunter2"]):
+                          ["emailAddress", "a@b\nBcc: c@d"], ["emailAddress", "sam@example,org"],
+                          ["emailAddress", "sam@example..org"], ["emailAddress", "sam@kim@example.org"], ["emailPassword", "hunter2"]):
             output, errors = self.run_companion("prefs", *arguments, code=2)
             self.assertEqual(output, "")
             self.assertIn("  emailAddress (mail address)\n", errors, arguments)

@@ -1,4 +1,4 @@
-"""The archiving command killed, on disks that fill or take nothing, and beside itself.
+"""Setup and the archiving command killed, on disks that fill or take nothing, and beside themselves.
 
 The fault layer, the script's third argument, is preloaded into the companion and counts what it changes on the disk.
 """
@@ -52,10 +52,72 @@ def temporaries(held):
     return [path for path in held if "/.prattlebug-" in "/" + path]
 
 
-class Faults(CompanionTest):
+class FaultTest(CompanionTest):
     def setUp(self):
         super().setUp()
         self.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0"
+
+    def run_with(self, fault, *arguments):
+        """Runs the companion with the umask 0 and a fault; returns its exit code, negative for a signal, and what it printed."""
+        environment = {**self.environment, **({"LD_PRELOAD": LAYER, "PRATTLEBUG_FAULT": fault} if fault else {})}
+        result = subprocess.run([PRATTLEBUG, *arguments], env=environment, capture_output=True, timeout=60, check=False, umask=0)
+        self.assertNotIn(b"Sanitizer", result.stderr)
+        return result.returncode, result.stdout + result.stderr
+
+    def counts(self, *arguments):
+        """How often a run changes the disk, and how many bytes it writes."""
+        self.assertEqual(self.run_with("count:" + self.path("counts"), *arguments)[0], 0)
+        with open(self.path("counts"), encoding="ascii") as file:
+            calls, size = map(int, file.read().split())
+        os.unlink(self.path("counts"))
+        return calls, size
+
+
+class Setup(FaultTest):
+    ARGUMENTS = ("setup", "--email", "sam@example.org", "--contacts", os.path.join(SAMPLES, "contacts.vcf"),
+                 os.path.join(SAMPLES, "chats"))
+
+    def setUp(self):
+        super().setUp()
+        self.calls, self.size = self.counts(*self.ARGUMENTS)
+        self.whole = tree(self.home)
+        self.empty()
+
+    def empty(self):
+        for name in os.listdir(self.home):
+            shutil.rmtree(self.path(name))
+
+    def check_refused(self, fault, reason):
+        before = tree(self.home)
+        code, printed = self.run_with(fault, *self.ARGUMENTS)
+        self.assertEqual((code, printed.count(b"\n"), tree(self.home)), (1, 1, before), (fault, printed))
+        self.assertRegex(printed.decode(), reason, fault)
+
+    def test_a_disk_that_fills_is_left_as_it_was(self):
+        for number in range(24):
+            for error in (errno.ENOSPC, errno.EDQUOT):
+                self.check_refused(f"full:{number * self.size // 24}:{error}", f"{self.home}/.* cannot be written: {os.strerror(error)}$")
+        self.check_refused(f"full:{self.size - 1}:{errno.ENOSPC}", "^The preferences could not be written")
+
+    def test_folders_that_are_locked_are_left_as_they_were(self):
+        for folder in ("", "Documents", TRANSCRIPTS, SUPPORT, SUPPORT + "/Images", os.path.dirname(PREFERENCES)):
+            os.makedirs(self.path(folder), exist_ok=True)
+            self.check_refused("locked:" + self.path(folder), "(^The preferences could|cannot be (made|written): Read-only)")
+
+    def test_one_that_was_killed_is_finished_by_the_next(self):
+        left = 0
+        for number in range(1, self.calls, self.calls // 40):
+            self.empty()
+            self.assertEqual(self.run_with(f"kill:{number}", *self.ARGUMENTS)[0], -signal.SIGKILL)
+            left += bool(temporaries(tree(self.home)))
+            self.assertEqual(self.run_with(None, *self.ARGUMENTS)[0], 0)
+            self.assertEqual(tree(self.home), self.whole, number)
+        self.assertGreater(left, 10, "hardly any was killed while it had a temporary")
+
+
+class Faults(FaultTest):
+    def setUp(self):
+        super().setUp()
         os.makedirs(self.path(TRANSCRIPTS))
         for name in CHATS:
             shutil.copy2(os.path.join(SAMPLES, "chats", name), self.path(TRANSCRIPTS))
@@ -79,20 +141,13 @@ class Faults(CompanionTest):
         os.chmod(self.path(PREFERENCES), 0o600)
 
     def archive(self, fault=None, output="Out"):
-        """Runs the companion with the umask 0 and a fault; returns its exit code, negative for a signal."""
-        environment = {**self.environment, **({"LD_PRELOAD": LAYER, "PRATTLEBUG_FAULT": fault} if fault else {})}
-        result = subprocess.run([PRATTLEBUG, "archive", "--quiet", self.path(output)], env=environment, capture_output=True,
-                                timeout=60, check=False, umask=0)
-        self.assertNotIn(b"s3cret", result.stdout + result.stderr)
-        self.assertNotIn(b"Sanitizer", result.stderr)
-        return result.returncode
+        code, printed = self.run_with(fault, "archive", "--quiet", self.path(output))
+        self.assertNotIn(b"s3cret", printed)
+        return code
 
     def counted(self):
-        """How often a run changes the disk, and how many bytes it writes."""
         self.restore()
-        self.assertEqual(self.archive("count:" + self.path("counts")), 0)
-        with open(self.path("counts"), encoding="ascii") as file:
-            return map(int, file.read().split())
+        return self.counts("archive", "--quiet", self.path("Out"))
 
     def restore(self):
         shutil.rmtree(self.path(SUPPORT))

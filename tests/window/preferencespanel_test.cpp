@@ -82,7 +82,9 @@ TEST_F(PreferencesPanelTest, writesNothingThatWasNotChanged)
     set(u"forceUniqueSubjects", PropertyList::fromString(u"YES")); // another program's way to say so
     PreferencesPanel panel(nullptr);
     EXPECT_TRUE(child<QCheckBox>(panel, "uniqueSubjects").isChecked());
+    set(u"emailAddress", PropertyList::fromString(u"kim@example.org")); // by another program, meanwhile
     saveButton(panel).click();
+    EXPECT_EQ(stored(u"emailAddress").string(), QStringLiteral("kim@example.org"));
     EXPECT_EQ(stored(u"forceUniqueSubjects").string(), QStringLiteral("YES"));
     EXPECT_TRUE(stored(u"emailNeedsUsername").isNull());
     EXPECT_TRUE(stored(u"emailPassword").isNull());
@@ -100,18 +102,24 @@ TEST_F(PreferencesPanelTest, takesNoWrongAddress)
     EXPECT_TRUE(saveButton(panel).isEnabled());
 }
 
-TEST_F(PreferencesPanelTest, staysOpenWhenNothingCanBeWritten)
+TEST_F(PreferencesPanelTest, whatCouldNotBeSavedWaitsForAnotherSave)
 {
     const std::filesystem::path inTheWay = write("Library", "a file where a folder must be");
     PreferencesPanel panel(nullptr);
     child<QLineEdit>(panel, "address").setText(QStringLiteral("sam@example.org"));
+    child<QLineEdit>(panel, "password").setText(QStringLiteral("secret"));
+    child<QGroupBox>(panel, "login").setChecked(true);
     QTimer::singleShot(0, [] { QApplication::activeModalWidget()->close(); });
     panel.accept();
     EXPECT_NE(panel.result(), QDialog::Accepted);
     std::filesystem::remove(inTheWay);
+    set(u"subjectNumber", PropertyList::fromInteger(1)); // as archiving does, after Cancel for one
+    for (const QStringView key : {u"emailAddress", u"emailPassword", u"emailNeedsUsername"})
+        EXPECT_TRUE(stored(key).isNull());
     panel.accept();
     EXPECT_EQ(panel.result(), QDialog::Accepted);
     EXPECT_EQ(stored(u"emailAddress").string(), QStringLiteral("sam@example.org"));
+    EXPECT_EQ(stored(u"emailPassword").string(), QStringLiteral("secret"));
 }
 
 TEST_F(PreferencesPanelTest, helpShowsFailuresAndClearsTheirCount)

@@ -73,24 +73,6 @@ TEST_F(SavePanelTest, proposesTheNameInTheHomeFolder)
     EXPECT_FALSE(panel->isVisible());
 }
 
-TEST_F(SavePanelTest, takesTheNameOfAFolderThatIsThereAlready)
-{
-    const auto panel = makePanel();
-    panel->findChild<QLineEdit *>()->setText(QStringLiteral("Mail"));
-    QTest::keyClick(panel->focusWidget(), Qt::Key_Return);
-    EXPECT_EQ(panel->result(), QDialog::Accepted);
-    EXPECT_FALSE(panel->isVisible());
-    EXPECT_EQ(panel->path(), m_home / "Mail");
-}
-
-TEST_F(SavePanelTest, isDismissedByEscape)
-{
-    const auto panel = makePanel();
-    QTest::keyClick(panel->focusWidget(), Qt::Key_Escape);
-    EXPECT_EQ(panel->result(), QDialog::Rejected);
-    EXPECT_FALSE(panel->isVisible());
-}
-
 TEST_F(SavePanelTest, walksTheFoldersByKeyboard)
 {
     const auto panel = makePanel();
