@@ -77,7 +77,9 @@ public:
     /// The most that a rendering gives, in UTF-16 units; the senders' identifiers are counted too, and each
     /// run of the messages' texts as 24. A small file can name one large message many times; a chat that
     /// would take more has no rendering, and a message in the console log says so.
-    static constexpr qsizetype largestRendering = qsizetype(1) << 30;
+    /// Enough for hundreds of thousands of messages; making a mail of that much takes about a gigabyte of
+    /// memory.
+    static constexpr qsizetype largestRendering = qsizetype(1) << 27;
 
     /// One line "Name: text" per message that is no status message, then the credit, which no line feed ends.
     /// A null string when it would be too large.

@@ -133,19 +133,16 @@ bool PBArchiver::AllowLog(const std::filesystem::path &path) const
 
 bool PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox, const NSDate &onDate)
 {
-    constexpr qsizetype largestPart = qsizetype(1) << 30;
-
     MboxMessage message{.address =
                             platform::CFPreferencesCopyAppValue(u"emailAddress").string().value_or(QString()),
                         .subject = log.subjectForEmail(),
                         .date = onDate,
                         .plainText = {},
                         .html = {}};
-    const QString plain = log.PlainChatLog();
-    message.plainText = platform::utf8FromString(plain);
-    message.html = log.HTMLChatLog();
-    if (plain.isNull() || message.html.isNull() || message.plainText.size() > largestPart ||
-        message.html.size() > largestPart) {
+    message.plainText = platform::utf8FromString(log.PlainChatLog());
+    if (!message.plainText.isEmpty())
+        message.html = log.HTMLChatLog();
+    if (message.plainText.isEmpty() || message.html.isEmpty()) {
         platform::NSLog(
             QStringLiteral("The chat with %1 is too large for a mail message and has been left out.")
                 .arg(log.primaryOtherParty()));

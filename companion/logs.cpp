@@ -4,6 +4,7 @@
 #include "VORAChatLog.h"
 
 #include "platform/files/files.h"
+#include "platform/files/temporaries.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
@@ -71,6 +72,10 @@ int extend(const LogKind &kind, const std::filesystem::path &file, const std::fi
     if (kind.needsFolder && entries > 0 &&
         !std::filesystem::is_directory(log.parent_path() / "Images", error))
         return fail(log.parent_path() / "Images", "no such folder; the files would go there");
+    const std::filesystem::path folder = log.has_parent_path() ? log.parent_path() : ".";
+    platform::removeLeftTemporaries(folder); // of calls that were killed
+    if (kind.needsFolder)
+        platform::removeLeftTemporaries(folder / "Images");
     const auto identity = platform::fileIdentity(log);
     (loading.chatLog.get()->*kind.extend)(log);
     if (platform::fileIdentity(log) == identity) // it is replaced even when there is nothing to add

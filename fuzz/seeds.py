@@ -26,6 +26,16 @@ TEXT_LISTS = (
     '{"" = ""; a = {b = {c = {d = (((()))); }; }; }; }',
 )
 
+# The text form of a keyed archive, and files of both generations that end early or lie at their very start.
+KEYED_TEXT = ('{ "$objects" = ("$null", { "$class" = { "CF$UID" = 2; }; "NS.objects" = ({ "CF$UID" = 0; }); }, '
+              '{ "$classname" = NSArray; "$classes" = (NSArray, NSObject); }); "$top" = { root = { "CF$UID" = 1; }; }; }')
+STARTS = (
+    b"<", b"bplist00", b"<?xml version='1.0' encoding='", b"<?xml versio='1.0'?>\n<!DOCTYPE plist PUBLIC \"-//\" \"x\">\n<plist/>",
+    "<?xml version='1.0' encoding='UTF-16'?><plist><array/></plist>".encode("utf-16"), b"\4\0", b"\4\x0bstreamtypedVV\0\0\0\0",
+    b"\4\x0bstreamtyped\x81\xe8\x03\x84\x01@\x84\x84\x84\x85", b"\4\x0btypedstream\x81\x03\xe8\x84\x01@\x84\x84\x84\x07NSArray\0\x84",
+    b"\4\x0bstreamtyped\x81\xe8\x03\x84\x01@\x84\x84\x84\x06NSDate\0\x84\x84\x08NSObject\0\x85\x84\x01d\x83\xaa\xf1B\x80?\xdc\xc4A\x86",
+)
+
 CARDS = (
     "BEGIN:VCARD\r\nVERSION:2.1\r\nN;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:M=FCller;Zo=\r\n=EB\r\nX-AIM;PREF:zoe\r\nEND:VCARD\r\n",
     "BEGIN:VCARD\nVERSION:3.0\nN:Lee\\;x;Kim;;;\nitem1.X-AIM;type=pref;type=HOME:kim\n lee\nIMPP;X-SERVICE-TYPE=AIM:aim:kim%20lee\nEND:VCARD\n",
@@ -79,9 +89,9 @@ def write(folder, witnesses):
     shutil.rmtree(folder, ignore_errors=True)
     typed, keyed = archives("typedstream", ".chat", witnesses), archives("keyedarchive", ".ichat", witnesses)
     contents = {
-        "typedstream": [path.read_bytes() for path in typed],
-        "keyedarchive": [path.read_bytes() for path in keyed],
-        "transcript": [path.read_bytes() for path in typed + keyed],
+        "typedstream": [*STARTS, *(path.read_bytes() for path in typed)],
+        "keyedarchive": [*STARTS, KEYED_TEXT.encode(), *(path.read_bytes() for path in keyed), *property_lists()],
+        "transcript": [*STARTS, *(path.read_bytes() for path in typed + keyed)],
         "filewrapper": wrappers(),
         "propertylist": property_lists(),
         "vcards": [card.encode() for card in CARDS] + [path.read_bytes() for path in ROOT.glob("samples/*.vcf")],

@@ -52,8 +52,8 @@ private:
     fuzz::QuietHost m_host;
 };
 
-/// Whether no rendering of @p chatLog can come near the limit at which rendering gives up, a gigabyte, which
-/// would take an input's time and nothing else. An attribute is at most as long as the file.
+/// Whether no rendering of @p chatLog can come near the limit at which rendering gives up, which would
+/// take an input's time and nothing else. An attribute is at most as long as the file.
 bool isSmall(const VORAChatLog &chatLog, qint64 fileSize)
 {
     constexpr qint64 most = qint64(1) << 26;

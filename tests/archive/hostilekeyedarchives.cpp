@@ -161,6 +161,37 @@ QByteArray arraysOfOneList(qsizetype size)
     });
 }
 
+/// Arrays that hold each other, a little less than 512 high; each holds the next one so many times.
+QByteArray highArrays(qsizetype size, int times)
+{
+    constexpr int height = 500;
+    Archive archive;
+    BinaryPropertyListWriter &list = archive.list;
+    const std::vector<Index> keys{list.string("$class"), list.string("NS.objects")};
+    const Index arrayClass = archive.classNamed("NSArray");
+    const Index lowest = archive.object(list.boolean(true));
+    std::vector<Index> highest;
+    for (qsizetype left = size / (height * (2 * eachObject + 4 * times)); left >= 0; --left) {
+        Index last = lowest;
+        for (int i = 0; i < height; ++i) {
+            const Index elements = list.array(std::vector<Index>(size_t(times), last));
+            last = archive.object(list.dictionary(keys, {arrayClass, elements}));
+        }
+        highest.push_back(last);
+    }
+    return archive.finishArray(highest);
+}
+
+QByteArray nestedArrays(qsizetype size)
+{
+    return highArrays(size, 1);
+}
+
+QByteArray multipliedArrays(qsizetype size)
+{
+    return highArrays(size, 100);
+}
+
 QByteArray emptyDictionaries(qsizetype size)
 {
     return instances(size, "NSDictionary", {"NS.keys", "NS.objects"},
@@ -373,6 +404,8 @@ const std::vector<HostileArchive> &hostileKeyedArchives()
         {"unknown objects of a class with many keys", wideClassRecord},
         {"empty arrays", emptyArrays},
         {"arrays of one long list", arraysOfOneList},
+        {"arrays nested deep", nestedArrays},
+        {"arrays that multiply", multipliedArrays},
         {"empty dictionaries", emptyDictionaries},
         {"dictionaries of one long list", dictionariesOfOneList},
         {"strings of one long text", stringsOfOneText},

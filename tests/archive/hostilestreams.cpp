@@ -112,6 +112,39 @@ QByteArray arraysThatLieAboutTheirLength(qsizetype size)
     });
 }
 
+/// The most that may hold each other: a little less than 512.
+constexpr int height = 500;
+
+QByteArray highArrays(qsizetype size)
+{
+    return arrayOf(size, [](TypedStreamWriter &stream, int) {
+        for (int i = 0; i < height; ++i)
+            stream.beginArray(1);
+        stream.nilObject();
+        for (int i = 0; i < height; ++i)
+            stream.endObject();
+    });
+}
+
+/// Each names the one before again and again: more ways down than there are atoms.
+QByteArray multipliedArrays(qsizetype size)
+{
+    const qsizetype times = size / 3 / height;
+    TypedStreamWriter stream;
+    stream.beginArray(height);
+    int before = stream.string("x");
+    for (int i = 1; i < height; ++i) {
+        const int number = stream.beginArray(times);
+        stream.types('[' + QByteArray::number(times) + "@]");
+        for (qsizetype n = 0; n < times; ++n)
+            stream.reference(before);
+        stream.endObject();
+        before = number;
+    }
+    stream.endObject();
+    return stream.data();
+}
+
 QByteArray emptyDictionaries(qsizetype size)
 {
     return oneGroupOf(size / 5, [](TypedStreamWriter &stream, int) {
@@ -404,6 +437,8 @@ const std::vector<HostileArchive> &hostileStreams()
         {"tiny strings", tinyStrings},
         {"empty arrays", emptyArrays},
         {"arrays that lie about their length", arraysThatLieAboutTheirLength},
+        {"arrays nested deep", highArrays},
+        {"arrays that multiply", multipliedArrays},
         {"empty dictionaries", emptyDictionaries},
         {"one large dictionary", oneDictionary},
         {"a dictionary of long keys", longKeys},

@@ -4,6 +4,7 @@ import json
 import os
 import plistlib
 import shutil
+import subprocess
 from pathlib import Path
 
 from companion import SAMPLES, TRANSCRIPTS, CompanionTest, main
@@ -119,8 +120,12 @@ class Everyday(CompanionTest):
 
         with_files = os.path.join(SAMPLES, "chats", "Kim Lee on 2009-01-20 at 17.00.ichat")
         self.assertIn("logs/Images: no such folder", self.run_companion("image-log", with_files, log, code=1)[1])
-        os.mkdir(self.path("logs/Images"))
+        dead = subprocess.Popen(["true"])
+        dead.wait()
+        for left in (f".prattlebug-{dead.pid}.tmp", f"Images/.prattlebug-{dead.pid}.folder/x"):
+            self.write("logs/" + left, b"what a call that was killed has left")
         self.run_companion("image-log", with_files, log, "--quiet")
+        self.assertEqual(sorted(os.listdir(self.path("logs"))), ["Images", "links.txt"])
         names = [line.split("|")[0] for line in Path(log).read_text(encoding="utf-8").splitlines()[len(lines):]]
         self.assertTrue(names)
         self.assertEqual(sorted(set(names)), sorted(os.listdir(self.path("logs/Images"))))

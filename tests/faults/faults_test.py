@@ -160,7 +160,7 @@ class Faults(FaultTest):
         return re.sub(rb"(?m)^(Subject: .*) \(\d\d:.*\)$", rb"\1", text)
 
     def check(self, what):
-        """What holds after a run, however it ended."""
+        """What holds after a run, however it ended. Returns the temporaries that it has left."""
         self.assertEqual(tree(self.path(TRANSCRIPTS)), self.transcripts, what)
         held = tree(self.path(SUPPORT))
         for name in STORES:
@@ -181,18 +181,21 @@ class Faults(FaultTest):
         folder = os.path.dirname(self.path(PREFERENCES))
         for name in os.listdir(folder):  # temporaries too
             self.assertEqual(stat.S_IMODE(os.stat(os.path.join(folder, name)).st_mode) & 0o077, 0, (what, name))
-        return temporaries(held) + temporaries(os.listdir(folder))
+        if os.path.exists(self.path("Out")):  # where nothing is ever written under another name
+            self.assertLessEqual(set(os.listdir(self.path("Out"))), {os.path.basename(MBOX)}, what)
+        return temporaries(os.path.join("Support", name) for name in held) + temporaries(
+            os.path.join("Preferences", name) for name in os.listdir(folder))
 
     def test_a_run_may_be_killed_at_any_moment(self):
         self.prefer(forceUniqueSubjects=True)
         calls, _ = self.counted()
         self.assertGreater(calls, KILLS)
-        left = 0
+        left = []  # for each run that was killed, the folders in which it has left a temporary
         for number in range(KILLS):
             at = 1 + number * (calls - 1) // (KILLS - 1)
             self.restore()
             self.assertEqual(self.archive(f"kill:{at}"), -signal.SIGKILL, at)
-            left += bool(self.check(at))
+            left.append({os.path.dirname(path) for path in self.check(at)})
             cut = self.messages() if os.path.exists(self.path(MBOX)) else b""
             if b"\n" in cut[-120:]:  # the time in a separator line that is cut off could not be left out
                 self.assertTrue(self.mbox.startswith(cut[:cut.rindex(b"\n")]), at)
@@ -200,7 +203,8 @@ class Faults(FaultTest):
                 self.assertEqual(self.archive(), 0)
                 self.assertEqual(self.check(at), [])
                 self.assertEqual(self.messages(), self.mbox)
-        self.assertGreater(left, KILLS // 4, "hardly any was killed while it had a temporary")
+        self.assertGreater(sum(map(bool, left)), KILLS // 4, "hardly any was killed while it had a temporary")
+        self.assertLessEqual({"Support", "Support/Images", "Preferences"}, set().union(*left))
 
     def test_a_disk_may_fill_at_any_moment(self):
         _, size = self.counted()

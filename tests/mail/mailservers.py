@@ -61,7 +61,7 @@ def mail_server(answers=None, login=None, **settings):
         def authenticator(server, session, envelope, mechanism, data):
             handler.logins.append((mechanism, data.login, data.password))
             # What is not handled, the server answers by itself.
-            return AuthResult(success=(data.login, data.password) == login, handled=False)
+            return AuthResult(success=(data.login, data.password) == login, handled=False, message=handler.answers.get("AUTH"))
         settings.update(authenticator=authenticator, auth_required=True, auth_require_tls="tls_context" in settings)
 
     def protocol():

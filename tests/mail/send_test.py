@@ -1,5 +1,6 @@
 """prattlebug send against real servers: what arrives there, and what the user and the preference pane are told."""
 
+import base64
 import email
 import email.policy
 import email.utils
@@ -144,6 +145,27 @@ class Send(CompanionTest):
             errors = self.send(server.port, code=1)
             self.assert_reported(3, "login rejected", errors, "The SMTP server rejected the username/password.")
         self.assertEqual(server.received, [])
+
+    def test_a_server_that_repeats_the_password_makes_nobody_read_it(self):
+        password, encoded = LOGIN[1].decode(), base64.b64encode(LOGIN[1]).decode()
+        withheld = " (withheld: the server repeats the password)"
+        for command, answer, reported in (
+                ("AUTH", f"535 Not {password}", "login rejected"),
+                ("AUTH", f"535 {encoded}?", "login rejected"),
+                ("MAIL", f"550 5.7.1 {password}?", "550" + withheld),
+                ("RCPT", f"550-Not with\r\n550 {password}", "550" + withheld),
+                ("DATA", f"554 {encoded.rstrip('=')}", "554" + withheld),
+                ("DATA", f"421 {encoded}", "421" + withheld),
+        ):
+            self.prefer(emailNeedsUsername=1, emailUsername="sam", emailPassword=password)
+            login = LOGIN if command != "AUTH" else (b"sam", b"another")
+            with mail_server({command: answer}, login=login, enable_SMTPUTF8=True) as server:
+                errors = self.send(server.port, code=1)
+            stored = self.preferences()
+            self.assertEqual((stored.pop("emailPassword"), stored["reportThis"]), (password, reported))
+            shown = "".join([errors, *self.run_companion("prefs"), *self.run_companion("status"), repr(stored)])
+            for form in (password, LOGIN[1].decode("latin-1"), encoded.rstrip("=")):
+                self.assertNotIn(form, shown, answer)
 
     def test_a_lost_connection_and_a_silent_server_time_out(self):
         for command in ("MAIL", "RCPT", "DATA"):

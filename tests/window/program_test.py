@@ -2,14 +2,16 @@
 
 import fcntl
 import os
+import plistlib
 import re
 import subprocess
 import sys
 import tempfile
 import time
 import unittest
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
-from threading import Thread
+from threading import Event, Thread
 from urllib.parse import unquote
 
 from desktop import Application, Desktop, wait_for
@@ -224,6 +226,56 @@ class ArchivingTest(WindowTest):
         self.desktop.press("F1")
         application.wait_for_window("Prattlebug Archiver Help")
         self.assertNotIn(PANEL, application.windows())
+
+
+class PreferencesTest(WindowTest):
+    def test_beside_the_companion(self):
+        """Both write the preferences at once, again and again, and nobody ever finds half of them."""
+        path = self.home / "Library" / "Preferences" / "com.velmoria.prattlebug.plist"
+        path.parent.mkdir(parents=True)
+        path.write_bytes(plistlib.dumps({"somebody else's": ["kept"]}))
+        done = Event()
+
+        def stored():
+            return plistlib.loads(path.read_bytes())
+
+        def prefer(key, value):
+            subprocess.run([companion, "--home", self.home, "prefs", key, value], check=True)
+
+        def write_again_and_again():
+            number = 0
+            while not done.is_set():
+                number += 1
+                prefer("subjectNumber", str(number))
+                self.assertEqual(stored()["subjectNumber"], number)
+            return number
+
+        def read_again_and_again():
+            while not done.is_set():
+                self.assertEqual(stored()["somebody else's"], ["kept"])
+
+        application = self.start()
+        with ThreadPoolExecutor() as threads:
+            writing = threads.submit(write_again_and_again)
+            reading = threads.submit(read_again_and_again)
+            try:
+                for number in range(10):
+                    self.desktop.press("ctrl+comma")
+                    application.wait_for_window("Preferences")
+                    prefer("emailUsername", f"user {number}")  # which the panel does not show
+                    self.desktop.press("ctrl+a")
+                    self.desktop.type(f"sam{number}@example.org")
+                    self.desktop.press("Return")
+                    application.wait_for_window(WINDOW)
+                    self.assertEqual(stored()["emailAddress"], f"sam{number}@example.org")
+                    self.assertEqual(stored()["emailUsername"], f"user {number}")
+            finally:
+                done.set()
+            last = writing.result()
+            reading.result()
+        self.assertEqual(stored(), {"somebody else's": ["kept"], "subjectNumber": last, "emailUsername": "user 9",
+                                    "emailAddress": "sam9@example.org"})
+        self.assertEqual([entry.name for entry in path.parent.iterdir()], [path.name])
 
 
 class DesktopTest(WindowTest):

@@ -58,7 +58,8 @@ public:
     [[nodiscard]] int connect() override;
     void authenticate(const QString &username, const QString &password, const QString &mechanism) override;
     void sendMessage() override;
-    /// Also valid after the end: the reply that ended the exchange.
+    /// Also valid after the end: the reply that ended the exchange. Of a reply that repeats the password that
+    /// this client has logged in with, as it is or in Base64, the code alone: who asks for it may log it.
     [[nodiscard]] QByteArray lastResponse() const override;
 
     [[nodiscard]] std::optional<Ending> ending() const;

@@ -14,8 +14,10 @@
 #import <Pantomime/CWSMTP.h>
 #import <Pantomime/CWTCPConnection.h>
 
+#include <algorithm>
 #include <objc/runtime.h>
 #include <sys/socket.h>
+#include <vector>
 
 @compatibility_alias LibraryDate NSDate;
 @compatibility_alias LibraryObject NSObject;
@@ -148,8 +150,13 @@ public:
     /// speak out of turn to a server that takes its time.
     void ask(std::function<void()> request);
     [[nodiscard]] LibrarySMTP *smtp() const { return m_smtp; }
+    /// Logs in, as ask() does.
+    void authenticate(const QString &username, const QString &password, const QString &mechanism);
     /// The reply that ended the exchange, before that the latest.
-    [[nodiscard]] QByteArray reply() const { return m_ending ? m_reply : bytesFrom([m_smtp lastResponse]); }
+    [[nodiscard]] QByteArray reply() const
+    {
+        return m_ending ? m_reply : withoutPassword(bytesFrom([m_smtp lastResponse]));
+    }
     [[nodiscard]] std::optional<Ending> ending() const { return m_ending; }
     [[nodiscard]] const QString &problem() const { return m_problem; }
 
@@ -178,6 +185,9 @@ private:
     void giveUp(const QString &problem);
     /// Has @p selector sent to the receiver of events once the library has done with the event at hand.
     void doLater(SEL selector);
+    /// @p reply, or where the server repeats the password in it, its code alone: replies go into logs and
+    /// preferences.
+    [[nodiscard]] QByteArray withoutPassword(const QByteArray &reply) const;
     void startEncryption();
     /// What is wrong with the server's certificate; empty when it is the server's own.
     [[nodiscard]] QString certificateProblem() const;
@@ -200,6 +210,7 @@ private:
     std::function<void()> m_request; ///< which has not been done yet
     QByteArray m_line;               ///< what has come of the greeting, or of the reply to STARTTLS
     qsizetype m_received = 0;        ///< bytes
+    std::vector<QByteArray> m_passwordForms; ///< what the password looks like in a reply
     std::optional<Ending> m_ending;
     QByteArray m_reply;
     QString m_problem;
@@ -366,6 +377,31 @@ void PantomimeExchange::proceed()
     }
 }
 
+void PantomimeExchange::authenticate(const QString &username, const QString &password,
+                                     const QString &mechanism)
+{
+    for (const QByteArray &bytes : {platform::utf8FromString(password), password.toLatin1()}) {
+        for (const QByteArray &form : {bytes, bytes.toBase64(QByteArray::OmitTrailingEquals)}) {
+            if (!form.isEmpty())
+                m_passwordForms.push_back(form);
+        }
+    }
+    ask([=, smtp = m_smtp] {
+        [smtp authenticate:stringFrom(username)
+                  password:stringFrom(password)
+                 mechanism:stringFrom(mechanism)];
+    });
+}
+
+QByteArray PantomimeExchange::withoutPassword(const QByteArray &reply) const
+{
+    constexpr qsizetype codeSize = 3;
+    const QByteArray text = reply.sliced(std::min(codeSize, reply.size()));
+    const bool repeats = std::any_of(m_passwordForms.begin(), m_passwordForms.end(),
+                                     [&text](const QByteArray &form) { return text.contains(form); });
+    return repeats ? reply.first(codeSize) + " (withheld: the server repeats the password)" : reply;
+}
+
 // Opening
 
 void PantomimeExchange::established()
@@ -504,7 +540,7 @@ void PantomimeExchange::lost()
 void PantomimeExchange::terminated()
 {
     m_connected = false; // by us, or by the server with the reply 421
-    const QByteArray reply = bytesFrom([m_smtp lastResponse]);
+    const QByteArray reply = withoutPassword(bytesFrom([m_smtp lastResponse]));
     if (m_opening == Opening::UnderWay)
         giveUp(QStringLiteral("The server answers: ") + QString::fromLatin1(reply));
     else
@@ -618,12 +654,7 @@ int PantomimeClient::connect()
 
 void PantomimeClient::authenticate(const QString &username, const QString &password, const QString &mechanism)
 {
-    LibrarySMTP *smtp = m_exchange->smtp();
-    m_exchange->ask([=] {
-        [smtp authenticate:stringFrom(username)
-                  password:stringFrom(password)
-                 mechanism:stringFrom(mechanism)];
-    });
+    m_exchange->authenticate(username, password, mechanism);
 }
 
 void PantomimeClient::sendMessage()
