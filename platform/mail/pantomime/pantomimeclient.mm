@@ -205,11 +205,11 @@ private:
     Opening m_opening = Opening::NotStarted;
     Encryption m_encryption;
     bool m_connected = false;
-    bool m_introduced = false;       ///< the server has said what it can
-    bool m_asked = false;            ///< something has been asked of it
-    std::function<void()> m_request; ///< which has not been done yet
-    QByteArray m_line;               ///< what has come of the greeting, or of the reply to STARTTLS
-    qsizetype m_received = 0;        ///< bytes
+    bool m_introduced = false;               ///< the server has said what it can
+    bool m_asked = false;                    ///< something has been asked of it
+    std::function<void()> m_request;         ///< which has not been done yet
+    QByteArray m_line;                       ///< what has come of the greeting, or of the reply to STARTTLS
+    qsizetype m_received = 0;                ///< bytes
     std::vector<QByteArray> m_passwordForms; ///< what the password looks like in a reply
     std::optional<Ending> m_ending;
     QByteArray m_reply;
