@@ -19,15 +19,15 @@ ABAddressBook &ABAddressBook::sharedAddressBook()
     return shared;
 }
 
-bool ABAddressBook::CardFile::update(const std::filesystem::path &path)
+void ABAddressBook::CardFile::update(const std::filesystem::path &path)
 {
     if (!file.hasChanged(path))
-        return false;
+        return;
     const FileContents contents = file.exists() ? readWholeFile(path) : FileContents{};
     cards = contents.bytes ? readVCards(*contents.bytes) : std::vector<ABPerson>();
     if (file.exists() && !contents.bytes)
         file.forget();
-    return true;
+    ++version;
 }
 
 ABAddressBook::Reading::Reading()
@@ -42,11 +42,10 @@ ABAddressBook::Reading::~Reading()
     --sharedAddressBook().m_readings;
 }
 
-bool ABAddressBook::update(CardFile &file, const char *name) const
+void ABAddressBook::update(CardFile &file, const char *name) const
 {
-    if (m_readings > 0 && std::exchange(file.reading, m_readingsSoFar) == m_readingsSoFar)
-        return false;
-    return file.update(folder() / name);
+    if (m_readings == 0 || std::exchange(file.reading, m_readingsSoFar) != m_readingsSoFar)
+        file.update(folder() / name);
 }
 
 const ABPerson *ABAddressBook::me()
@@ -57,16 +56,25 @@ const ABPerson *ABAddressBook::me()
 
 const std::vector<const ABPerson *> &ABAddressBook::recordsMatchingAimName(const QString &screenName)
 {
-    if (update(m_contacts, "contacts.vcf")) {
+    const ABPerson *own = me();
+    update(m_contacts, "contacts.vcf");
+    if (const std::pair versions(m_me.version, m_contacts.version); m_indexed != versions) {
+        m_indexed = versions;
         m_recordsByAimName.clear();
-        for (const ABPerson &person : m_contacts.cards) {
-            for (const QString &name : person.aimNames)
-                m_recordsByAimName[name].push_back(&person);
-        }
+        for (const ABPerson &person : m_contacts.cards)
+            addToIndex(person);
+        if (own)
+            addToIndex(*own);
     }
     static const std::vector<const ABPerson *> none;
     const auto found = m_recordsByAimName.constFind(screenName);
     return found == m_recordsByAimName.constEnd() ? none : *found;
+}
+
+void ABAddressBook::addToIndex(const ABPerson &person)
+{
+    for (const QString &name : person.aimNames)
+        m_recordsByAimName[name].push_back(&person);
 }
 
 } // namespace platform

@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -55,8 +56,9 @@ public:
 
     /// The user's own card, or null. Valid until the next request.
     [[nodiscard]] const ABPerson *me();
-    /// The cards whose AIM screen names hold @p screenName, compared exactly, in the order of the file. Found
-    /// through an index, not by a walk. Valid until the next request.
+    /// The cards whose AIM screen names hold @p screenName, compared exactly: the others in the order of
+    /// their file, then the user's own one, which may have several names. Found through an index, not by a
+    /// walk. Valid until the next request.
     [[nodiscard]] const std::vector<const ABPerson *> &recordsMatchingAimName(const QString &screenName);
 
     ABAddressBook(const ABAddressBook &) = delete;
@@ -69,22 +71,24 @@ private:
     struct CardFile {
         NotedFile file;
         quint64 reading = 0; ///< the last Reading that asked for it, by number; 0 for none
+        quint64 version = 0; ///< how often `cards` have been replaced
         std::vector<ABPerson> cards;
 
-        /// Reads the file at @p path unless `cards` still are what it holds. @return whether they were
-        /// replaced.
-        bool update(const std::filesystem::path &path);
+        /// Reads the file at @p path unless `cards` still are what it holds.
+        void update(const std::filesystem::path &path);
     };
 
     /// update() of the card file @p name, unless the Reading at hand has asked for it already.
-    bool update(CardFile &file, const char *name) const;
+    void update(CardFile &file, const char *name) const;
+    void addToIndex(const ABPerson &person);
 
     CardFile m_me;
     CardFile m_contacts;
     int m_readings = 0;          ///< how many are nested now
     quint64 m_readingsSoFar = 0; ///< the number of the outermost one
-    /// The records that bear each AIM name, in the order of the file; pointers into m_contacts.
+    /// The records that bear each AIM name, in order; pointers into the cards of both files.
     QHash<QString, std::vector<const ABPerson *>> m_recordsByAimName;
+    std::pair<quint64, quint64> m_indexed; ///< the versions of the two files that it was made from
 };
 
 /// Reads the cards of a vCard file: versions 2.1, 3.0 and 4.0, in UTF-8 or UTF-16. Malformed UTF-8 becomes

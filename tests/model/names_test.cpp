@@ -40,7 +40,7 @@ TEST_F(Names, FollowServiceAndAddressBook)
         {u"AIM", u" myself ", u" myself "},
         {u"AIM", u"samiam", u"Sam Park"},
         {u"AIM", u"SamIAm", u"SamIAm"},
-        {u"AIM", u"second", u"second"},
+        {u"AIM", u"second", u"Sam Park"},
         {u"AIM", u"kimlee", u"Kim Lee"},
         {u"AIM", u"KimLee", u"KimLee"},
         {u"AIM", u"twice", u"First Other"},

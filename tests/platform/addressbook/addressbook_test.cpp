@@ -67,13 +67,17 @@ TEST_F(AddressBook, FindsRecordsInTheOrderOfTheFile)
 {
     write("contacts.vcf", card("Zoe", "Zack", "X-AIM:shared\nX-AIM:zoe") + card("Kim", "", "X-AIM:shared") +
                               card("Ann", "Able", "X-AIM:shared\nX-AIM:kimlee\nX-AIM:shared"));
-    write("me.vcf", card("Me", "Myself", "X-AIM:mine\nX-AIM;PREF:first") + card("Not", "Me", "X-AIM:other"));
+    write("me.vcf",
+          card("Me", "Myself", "X-AIM:mine\nX-AIM;PREF:first\nX-AIM:zoe") + card("Not", "Me", "X-AIM:other"));
 
     EXPECT_EQ(matching(QStringLiteral("shared")), QStringLiteral("Zoe Zack/?/Ann Able"));
     EXPECT_EQ(matching(kim), QStringLiteral("Ann Able"));
-    for (const char16_t *absent : {u"KimLee", u"kimle", u"kimlee ", u"", u"mine"})
+    for (const char16_t *absent : {u"KimLee", u"kimle", u"kimlee ", u"", u"other"})
         EXPECT_EQ(matching(QString::fromUtf16(absent)), QString())
             << QString::fromUtf16(absent).toStdString();
+
+    EXPECT_EQ(matching(QStringLiteral("mine")), QStringLiteral("Me Myself"));
+    EXPECT_EQ(matching(QStringLiteral("zoe")), QStringLiteral("Zoe Zack/Me Myself"));
 
     EXPECT_EQ(me(), QStringLiteral("Me Myself"));
     const ABPerson *person = ABAddressBook::sharedAddressBook().me();
@@ -87,8 +91,9 @@ TEST_F(AddressBook, ShowsEachChangeInTheNextRequest)
 
     // Same size each time, and in quick succession: the clock of file times may stand still meanwhile.
     for (const char *last : {"Lee", "Doe", "Roe", "Poe"}) {
-        write("me.vcf", card("Kim", last, ""));
+        write("me.vcf", card("Kim", last, "X-AIM:own"));
         write("contacts.vcf", card("Kim", last, "X-AIM:kimlee"));
+        EXPECT_EQ(matching(QStringLiteral("own")), QStringLiteral("Kim ") + QLatin1String(last));
         EXPECT_EQ(me(), QStringLiteral("Kim ") + QLatin1String(last));
         EXPECT_EQ(matching(kim), QStringLiteral("Kim ") + QLatin1String(last));
     }
