@@ -12,6 +12,11 @@ VORALogGenerator::Run::~Run()
     VORAHostFlags::openRun = m_previous;
 }
 
+bool GalleryRun::hasFailed() const
+{
+    return m_links.gallery.hasFailed() || m_images.gallery.hasFailed() || m_statistics.gallery.hasFailed();
+}
+
 bool GalleryRun::isDue() const
 {
     // So that writing takes at most a twentieth of the time of the run, however large the galleries are.

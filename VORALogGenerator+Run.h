@@ -75,7 +75,7 @@ public:
         Part<Kind> &part = run->part(static_cast<Kind *>(nullptr));
         fold(part.gallery);
         const bool isFirst = !std::exchange(part.wasCalled, true);
-        if (isUrgent || isFirst || part.gallery.hasFailed())
+        if (isUrgent || isFirst || run->hasFailed())
             run->timed([&part] { part.gallery.write(); });
         else if (run->isDue())
             run->writeAll();
@@ -91,6 +91,8 @@ private:
     [[nodiscard]] Part<ImageGallery> &part(const ImageGallery *) { return m_images; }
     [[nodiscard]] Part<StatisticsGallery> &part(const StatisticsGallery *) { return m_statistics; }
 
+    /// Whether any store could not be written once: nothing is left to wait any more.
+    [[nodiscard]] bool hasFailed() const;
     [[nodiscard]] bool isDue() const;
     void writeAll();
     /// Adds the time that @p write takes to what the last writing took.

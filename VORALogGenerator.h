@@ -25,7 +25,7 @@ public:
     /// They write at the first call, then when twenty times as long has passed as the last writing took, and
     /// when the run ends. Then every file is what the same calls would have left without a run; in the middle
     /// files are whole, but may lag. A store that someone else has changed meanwhile is read again before the
-    /// next chat is folded in. Where a store cannot be written, its operation goes on as without a run.
+    /// next chat is folded in. Once a store could not be written, all go on as without a run.
     ///
     /// One opened during another one takes its place until it ends.
     class Run {

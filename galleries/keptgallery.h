@@ -94,7 +94,7 @@ public:
         }
     }
 
-    /// Whether the store could not be written once: it should not be left to wait any more.
+    /// Whether the store could not be written once.
     [[nodiscard]] bool hasFailed() const { return m_hasFailed; }
 
     [[nodiscard]] Kind &kind() { return m_kind; }

@@ -206,8 +206,19 @@ TEST_F(GalleryRuns, WriteWhenTwentyTimesTheCostHasPassed)
     call(*chats[1]);
     EXPECT_TRUE(statisticsTell(8));
     clock.add(std::chrono::minutes(1));
-    VORALogGenerator::UpdateStatistics(*chats[2]);
+    clock.isRunning = true;
+    VORALogGenerator::UpdateStatistics(*chats[2]); // and one of a minute for all
     EXPECT_TRUE(statisticsTell(10));
+    clock.isRunning = false;
+    for (const auto &chatLog : std::span(chats).subspan(3))
+        call(*chatLog);
+    EXPECT_TRUE(statisticsTell(10));
+    {
+        const FullDisk disk(0);
+        VORALogGenerator::GenerateLinkFiles(nullptr);
+    }
+    VORALogGenerator::UpdateStatistics(*chats[0]);
+    EXPECT_TRUE(statisticsTell(7 + 40 + 1)) << "once one has failed, none waits";
 }
 
 TEST_F(GalleryRuns, TakeInWhatOthersHaveWrittenMeanwhile)
