@@ -3,7 +3,8 @@
 
 #include "VORALogGenerator.h"
 
-#include "galleries/propertylistfile.h"
+#include "galleries/imagestore.h"
+#include "galleries/linkstore.h"
 #include "galleries/supportfolder.h"
 
 #include "platform/files/files.h"
@@ -15,6 +16,7 @@ namespace {
 /// One of the two galleries.
 struct Gallery {
     std::filesystem::path store;
+    bool isStoreReadable;
     std::filesystem::path pageTemplate;
     std::filesystem::path page; ///< the one with everybody's
     void (*generate)(const VORAChatLog *);
@@ -33,8 +35,8 @@ bool makePages(const Gallery &gallery)
         return false;
     }
     // Pages of a store that cannot be read would be those of an empty one.
-    if (platform::fileExists(gallery.store) && galleries::readPropertyListFile(gallery.store).isNull()) {
-        printFailure(gallery.store, "cannot be read as a property list; its pages stay as they are");
+    if (!gallery.isStoreReadable) {
+        printFailure(gallery.store, "cannot be read as such a store; its pages stay as they are");
         return false;
     }
     const auto before = platform::fileIdentity(gallery.page);
@@ -52,10 +54,14 @@ bool makePages(const Gallery &gallery)
 int pages()
 {
     const std::filesystem::path folder = galleries::supportFolder();
-    const bool links = makePages({galleries::linkStorePath(), galleries::linkTemplatePath(),
-                                  folder / "Links.html", &VORALogGenerator::GenerateLinkFiles});
-    const bool images = makePages({galleries::imageStorePath(), galleries::imageTemplatePath(),
-                                   folder / "Images.html", &VORALogGenerator::GenerateImageFiles});
+    const std::filesystem::path linkStore = galleries::linkStorePath();
+    const std::filesystem::path imageStore = galleries::imageStorePath();
+    const bool links = makePages({linkStore, galleries::LinkStore::load(linkStore).has_value(),
+                                  galleries::linkTemplatePath(), folder / "Links.html",
+                                  &VORALogGenerator::GenerateLinkFiles});
+    const bool images = makePages({imageStore, galleries::ImageStore::load(imageStore).has_value(),
+                                   galleries::imageTemplatePath(), folder / "Images.html",
+                                   &VORALogGenerator::GenerateImageFiles});
     return links && images ? exitDone : exitFailed;
 }
 

@@ -100,9 +100,11 @@ class Everyday(CompanionTest):
         self.assertEqual(self.run_companion("pages")[0].splitlines(), pages)
         self.assertIn(b"<p>anew ", Path(pages[0]).read_bytes())
         self.assertEqual([store.stat().st_mtime_ns for store in stores], before)
-        stores[0].write_bytes(b"no list")
-        self.assertIn("gatheredURLs.plist: cannot be read", self.run_companion("pages", "-q", code=1)[1])
-        self.assertIn(b"<p>anew ", Path(pages[0]).read_bytes(), "the page stays")
+        page = Path(pages[0]).read_bytes()
+        for broken in (b"no list", plistlib.dumps([{"speaker": "Ann", "urls": [{"linkurl": "without a date"}]}])):
+            stores[0].write_bytes(broken)
+            self.assertIn("gatheredURLs.plist: cannot be read", self.run_companion("pages", "-q", code=1)[1])
+            self.assertEqual(Path(pages[0]).read_bytes(), page)
 
     def test_links_and_files_are_added_to_logs(self):
         chat = json.loads(self.run_companion("show", "--as", "json", KIM_2005)[0])
