@@ -7,10 +7,12 @@
 #include "platform/propertylist/xmlwriter.h"
 
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
 #include <map>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 
 namespace platform {
 
@@ -74,15 +76,19 @@ bool makeFolder(const std::filesystem::path &path)
 }
 
 /// Keeps other programs from synchronising while it lives. The folder itself is locked, not the file, which
-/// each synchronisation replaces by another; and no lock file is left about.
+/// each synchronisation replaces by another; and no lock file is left about. It is waited for as long as any
+/// synchronisation could reasonably take: who holds it longer has got stuck, and must not stop others.
 class FolderLock {
 public:
     explicit FolderLock(const std::filesystem::path &folder)
         : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
         // File systems without such locks exist (some networks'); there, saving without one beats not saving.
-        while (m_folder && ::flock(m_folder.number(), LOCK_EX) != 0 && errno == EINTR) {
-        }
+        using namespace std::chrono_literals;
+        const auto latest = std::chrono::steady_clock::now() + 5s;
+        while (m_folder && ::flock(m_folder.number(), LOCK_EX | LOCK_NB) != 0 &&
+               (errno == EINTR || errno == EWOULDBLOCK) && std::chrono::steady_clock::now() < latest)
+            std::this_thread::sleep_for(1ms);
     }
 
     [[nodiscard]] explicit operator bool() const { return bool(m_folder); }
