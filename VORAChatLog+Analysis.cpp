@@ -76,7 +76,7 @@ private:
 
 qint64 VORAChatLog::NumberOfSpeakers() const
 {
-    return qint64(m_participants.size()) + 1;
+    return m_participantCount + 1;
 }
 
 bool VORAChatLog::NameInSpeakerList(const QString &name) const

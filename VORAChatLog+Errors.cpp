@@ -4,6 +4,9 @@
 #include "platform/preferences/preferences.h"
 #include "platform/scripting/nsapplescript.h"
 
+#include <algorithm>
+#include <limits>
+
 using platform::PropertyList;
 
 namespace {
@@ -21,8 +24,9 @@ void VORAChatLog::reportError(ErrorCode code, const QString &andLog)
 {
     platform::CFPreferencesAppSynchronize();
     platform::CFPreferencesSetAppValue(u"errorStatus", PropertyList::fromInteger(qint32(code)));
-    const qint64 failures =
-        platform::integerFromPreference(platform::CFPreferencesCopyAppValue(u"emailFails")).value_or(0) + 1;
+    const qint64 earlier =
+        platform::integerFromPreference(platform::CFPreferencesCopyAppValue(u"emailFails")).value_or(0);
+    const qint64 failures = std::min(earlier, std::numeric_limits<qint64>::max() - 1) + 1;
     platform::CFPreferencesSetAppValue(u"emailFails", PropertyList::fromInteger(failures));
     platform::CFPreferencesSetAppValue(u"reportThis", PropertyList::fromString(andLog));
     platform::CFPreferencesAppSynchronize();
@@ -32,6 +36,8 @@ void VORAChatLog::reportError(ErrorCode code, const QString &andLog)
         QStringLiteral("tell application \"System Events\" to display dialog \"%1\" buttons {\"OK\"}")
             .arg(dialogText));
     platform::Host::current().beep();
-    if (!script.executeAndReturnError())
-        platform::Host::current().dialog(dialogText.toString()); // no scripting here
+    if (platform::NSAppleScript::isAvailable())
+        static_cast<void>(script.executeAndReturnError());
+    else
+        platform::Host::current().dialog(dialogText.toString());
 }

@@ -12,6 +12,7 @@
 
 #include <array>
 #include <charconv>
+#include <limits>
 #include <string_view>
 
 using platform::NSAttributedString;
@@ -94,7 +95,8 @@ private:
         std::array<char16_t, 6> digits{};
         size_t place = 0;
         for (const double component : *color->deviceRGB()) {
-            const auto level = size_t(component * 255);
+            // In single precision, as the platform has components: some decimals of theirs lie just below.
+            const auto level = size_t(float(component) * 255.0F);
             digits[place++] = hexDigits[level / 16];
             digits[place++] = hexDigits[level % 16];
         }
@@ -238,7 +240,8 @@ QString VORAChatLog::subjectForEmail() const
         return chatSubject(m_primaryOtherParty, std::nullopt);
     const qint64 made =
         platform::integerFromPreference(platform::CFPreferencesCopyAppValue(u"subjectNumber")).value_or(0);
-    platform::CFPreferencesSetAppValue(u"subjectNumber", platform::PropertyList::fromInteger(made + 1));
+    if (made < std::numeric_limits<qint64>::max())
+        platform::CFPreferencesSetAppValue(u"subjectNumber", platform::PropertyList::fromInteger(made + 1));
     platform::CFPreferencesAppSynchronize();
     return chatSubject(m_primaryOtherParty, platform::NSDate::now());
 }

@@ -60,6 +60,8 @@ VORAChatLog::VORAChatLog(std::shared_ptr<const NSArray> loadedArray, QString pri
       m_messages(elementsOf<VORAInstantMessage>(listAt(*m_loadedArray, messageListIndex))),
       m_participants(elementsOf<VORAPresentity>(listAt(*m_loadedArray, participantListIndex)))
 {
+    if (const NSArray *participants = listAt(*m_loadedArray, participantListIndex))
+        m_participantCount = qint64(participants->objects().size());
 }
 
 VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path)

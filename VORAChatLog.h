@@ -131,7 +131,8 @@ public:
 
     // Analysis (VORAChatLog+Analysis.cpp)
 
-    /// The participants and the user: 2 in a chat of two.
+    /// The elements of the archived list of participants, whatever they are, and the user: 2 in a chat of
+    /// two.
     [[nodiscard]] qint64 NumberOfSpeakers() const;
     /// Whether a participant's identifier, as archived, is @p name.
     [[nodiscard]] bool NameInSpeakerList(const QString &name) const;
@@ -218,6 +219,7 @@ private:
     QString m_primaryOtherParty;
     Messages m_messages;
     Participants m_participants;
+    qint64 m_participantCount = 0; ///< all elements of the list, whatever they are
 
     bool m_mailTransmissionDone = false;
     platform::CWSMTP *m_smtp = nullptr; ///< lent

@@ -22,8 +22,9 @@ public:
 
     /// Sequential: the next value, which must be an object; null for nil.
     virtual ObjectRef decodeObject() = 0;
-    /// Sequential: the next value, which must be of an integer type, taken as @p type says ('I', an unsigned
-    /// 32-bit integer, is the one that is asked for).
+    /// Sequential: the next value, of an integer type, taken as @p type says ('I', an unsigned 32-bit
+    /// integer, is the one that is asked for). 0 when the object has no further value, or one of another
+    /// type.
     virtual void decodeValueOfObjCType(char type, quint32 &at) = 0;
 
     /// Keyed: the object under @p key of the current object; null for nil or when there is no such key.

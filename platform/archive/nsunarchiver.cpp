@@ -162,7 +162,7 @@ void NSUnarchiver::decodeValueOfObjCType(char type, quint32 &at)
 {
     if (type != 'I')
         throw std::logic_error("only values of the type I are decoded into a quint32");
-    at = quint32(decodeInteger());
+    at = typedstream::isIntegerCode(nextType()) ? quint32(decodeInteger()) : 0;
 }
 
 qint64 NSUnarchiver::decodeInteger()

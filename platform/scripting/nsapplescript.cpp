@@ -7,9 +7,24 @@
 
 namespace platform {
 
+namespace {
+
+/// An empty string when there is none.
+QString interpreterPath()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("osascript"));
+}
+
+} // namespace
+
+bool NSAppleScript::isAvailable()
+{
+    return !interpreterPath().isEmpty();
+}
+
 std::optional<QString> NSAppleScript::executeAndReturnError() const
 {
-    const QString interpreter = QStandardPaths::findExecutable(QStringLiteral("osascript"));
+    const QString interpreter = interpreterPath();
     if (interpreter.isEmpty())
         return std::nullopt;
     constexpr int withoutLimit = -1; // the script may wait for a person

@@ -15,6 +15,9 @@ public:
         return NSAppleScript(std::move(source));
     }
 
+    /// Whether there is such a program.
+    [[nodiscard]] static bool isAvailable();
+
     /// Runs the script, which is given to `osascript` on its standard input, and waits for it.
     /// @return what it printed, without the line feed at its end; nothing when it could not be run or failed.
     [[nodiscard]] std::optional<QString> executeAndReturnError() const;

@@ -168,6 +168,16 @@ TEST_F(EndOfChat, AsksForTheFourTitlesWithTheNameMadeFitForAScript)
         "end tell");
 }
 
+TEST_F(EndOfChat, IsAskedForByScriptLikeTheDialogWhoseFailureIsIgnored)
+{
+    osascript.answers("", 1);
+    for (int i = 0; i < 3; ++i)
+        VORAChatLog::reportError(VORAChatLog::ErrorCode::MailServer, QStringLiteral("550"));
+    EXPECT_TRUE(
+        osascript.script().value_or("").starts_with("tell application \"System Events\" to display dialog"));
+    EXPECT_TRUE(dialogs().empty());
+}
+
 TEST_F(EndOfChat, IsNotKnownWithoutAnInterpreter)
 {
     EXPECT_FALSE(chatWith({"Kim"})->isLikelyEndOfChat());

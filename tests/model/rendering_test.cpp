@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <limits>
 
 using platform::NSAttributedString;
 using platform::NSColor;
@@ -124,6 +125,10 @@ TEST_F(Rendering, TurnsAttributesIntoTags)
         {u"hi",
          {{colorKey, color(NSColorSpace::DeviceRGB, {1, 0.5, 0})}},
          "<font color=\"#ff7f00\">hi</font>"},
+        // Levels 7 and 126 as the platform writes them: as doubles they lie just below.
+        {u"hi",
+         {{colorKey, color(NSColorSpace::DeviceRGB, {0.02745098, 0.494117647, 0})}},
+         "<font color=\"#077e00\">hi</font>"},
         {u"hi",
          {{colorKey, color(NSColorSpace::CalibratedRGB, {1, 1, 1, 0.2})}},
          "<font color=\"#ffffff\">hi</font>"},
@@ -222,6 +227,10 @@ TEST_F(Rendering, CountsTheSubjectsThatItMakesUnique)
                     testing::MatchesRegex("\\[IM\\] Kim .* \\([0-9:]{8} [0-9]{2} [A-Z][a-z]{2} [0-9]{4}\\)"));
         EXPECT_EQ(platform::CFPreferencesCopyAppValue(u"subjectNumber").integer(), made);
     }
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    platform::CFPreferencesSetAppValue(u"subjectNumber", platform::PropertyList::fromInteger(most));
+    EXPECT_TRUE(chatLog->subjectForEmail().contains(u':'));
+    EXPECT_EQ(platform::CFPreferencesCopyAppValue(u"subjectNumber").integer(), most);
     const auto when = platform::NSDate::fromInterval(131432865.9);
     EXPECT_EQ(chatSubject(QStringLiteral("Kim"), when), QStringLiteral("[IM] Kim (21:07:45 01 Mar 2005)"));
 }
