@@ -84,11 +84,11 @@ public:
         : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
         // File systems without such locks exist (some networks'); there, saving without one beats not saving.
-        using namespace std::chrono_literals;
-        const auto latest = std::chrono::steady_clock::now() + 5s;
+        constexpr std::chrono::seconds longestWait(5);
+        const auto latest = std::chrono::steady_clock::now() + longestWait;
         while (m_folder && ::flock(m_folder.number(), LOCK_EX | LOCK_NB) != 0 &&
                (errno == EINTR || errno == EWOULDBLOCK) && std::chrono::steady_clock::now() < latest)
-            std::this_thread::sleep_for(1ms);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
     [[nodiscard]] explicit operator bool() const { return bool(m_folder); }
