@@ -13,7 +13,7 @@ struct ImageResolution {
 };
 
 /// The resolution that the header of a picture states:
-/// - PNG: the chunk pHYs (PNG specification, 11.3.5.3), in pixels per metre;
+/// - PNG: the chunk pHYs (W3C PNG, 11.3.5.3), in pixels per metre;
 /// - JPEG: the first directory of the Exif segment, and where that says nothing the JFIF segment;
 /// - TIFF: the fields XResolution, YResolution and ResolutionUnit of the first directory (TIFF 6.0).
 /// A resolution without a unit is a ratio and counts as none. One that is a whole number of pixels per inch

@@ -10,7 +10,7 @@
 #include <ctime>
 
 // Whatever the bytes are, peak memory stays below 64 MiB and 32 times the file's size, and decoding and
-// taking apart what was decoded below a second per MB.
+// taking apart what was decoded below a second and one more per MB.
 
 namespace {
 
