@@ -172,11 +172,8 @@ void TranscriptCopies::copy(const std::filesystem::path &chats)
         struct stat status{};
         if (below(own, source))
             continue;
-        const bool isLink = std::filesystem::is_symlink(source, error);
         if (::stat(source.c_str(), &status) != 0)
             continue; // a link that leads nowhere
-        if (S_ISDIR(status.st_mode) && !isLink && ::access(source.c_str(), R_OK | X_OK) != 0)
-            m_outcome.unread.push_back(withReason(source, platform::reasonOf(errno)));
         if (!S_ISREG(status.st_mode) || !isTranscriptName(source))
             continue;
         std::filesystem::path relative = *entry;
@@ -186,6 +183,8 @@ void TranscriptCopies::copy(const std::filesystem::path &chats)
         }
         addCopy(source, relative);
     }
+    for (const auto &[folder, reason] : walk.unreadFolders())
+        m_outcome.unread.push_back(withReason(folder.empty() ? root : root / folder, reason));
 }
 
 void TranscriptCopies::copyPassedOver()

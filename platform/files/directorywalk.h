@@ -10,28 +10,45 @@ namespace platform {
 /// Walks everything below a folder, at every depth, in the order in which the file system lists it: a folder
 /// first, then what it holds.
 ///
-/// Works by the bytes of names, sees hidden entries, does not descend into symbolic links (the folder itself
-/// may be one), and passes over folders that cannot be read. The folder's own listing is taken when the walk
-/// is made, each further one when the walk comes to it.
+/// Works by the bytes of names, sees hidden entries, and does not descend into symbolic links (the folder
+/// itself may be one). A folder that cannot be listed, or not to its end, does not stop the walk: it is kept,
+/// with the reason. The folder's own listing is taken when the walk is made, each further one when the walk
+/// comes to it.
 class DirectoryWalk {
 public:
+    /// A folder of which the walk has not seen everything, and why.
+    struct UnreadFolder {
+        std::filesystem::path folder; ///< relative; empty for the folder that is walked
+        std::string reason;           ///< in English
+    };
+
     explicit DirectoryWalk(std::filesystem::path folder);
 
     /// The next entry, relative to the folder; nothing at the end.
     [[nodiscard]] std::optional<std::filesystem::path> next();
+
+    /// The folders so far of which something may be missing, each once, in the order of the walk. One that
+    /// somebody has removed meanwhile is none of them.
+    [[nodiscard]] const std::vector<UnreadFolder> &unreadFolders() const { return m_unread; }
 
 private:
     struct Listing {
         std::filesystem::path folder; ///< relative
         std::vector<std::string> names;
         size_t next = 0;
+        bool isWhole = true;
     };
+
+    void open(const std::filesystem::path &folder);
+    void noteUnread(Listing &listing, int error);
 
     std::filesystem::path m_root;
     std::vector<Listing> m_open;
+    std::vector<UnreadFolder> m_unread;
 };
 
-/// The names of everything directly inside @p folder, hidden entries included; empty when it cannot be read.
+/// The names of everything directly inside @p folder, hidden entries included; those that could be read,
+/// where it cannot be listed to its end.
 [[nodiscard]] std::vector<std::string> contentsOfDirectory(const std::filesystem::path &folder);
 
 } // namespace platform
