@@ -19,7 +19,7 @@ namespace {
 struct LogKind {
     QStringView format; ///< the preference
     const char *example;
-    const char *noun;
+    const char *noun; ///< of one entry
     void (VORAChatLog::*extend)(const std::filesystem::path &) const;
     size_t (*entries)(const VORAChatLog &); ///< how many the chat has
     bool needsFolder;                       ///< `Images` beside the log
@@ -42,9 +42,9 @@ size_t filesOf(const VORAChatLog &chatLog)
 }
 
 constexpr LogKind links{
-    u"bookmarkEntry", R"('<a href="%@">%@</a> %@, %@')", "links", &VORAChatLog::ExtendURLLog, linksOf, false};
+    u"bookmarkEntry", R"('<a href="%@">%@</a> %@, %@')", "link", &VORAChatLog::ExtendURLLog, linksOf, false};
 constexpr LogKind images{
-    u"imageEntry", R"('<img src="Images/%@"> %@, %@')", "files", &VORAChatLog::ExtendImageLog, filesOf, true};
+    u"imageEntry", R"('<img src="Images/%@"> %@, %@')", "file", &VORAChatLog::ExtendImageLog, filesOf, true};
 
 int fail(const std::filesystem::path &path, const std::string &reason)
 {
@@ -81,7 +81,8 @@ int extend(const LogKind &kind, const std::filesystem::path &file, const std::fi
     if (platform::fileIdentity(log) == identity) // it is replaced even when there is nothing to add
         return fail(log, "could not be written");
     if (verbosity() != Verbosity::Quiet)
-        printLine(QByteArrayView(QByteArray::number(entries) + ' ' + kind.noun + " added"));
+        printLine(QByteArrayView(QByteArray::number(entries) + ' ' + kind.noun + (entries == 1 ? "" : "s") +
+                                 " added"));
     return exitDone;
 }
 

@@ -12,7 +12,7 @@ packages="
     gobjc gnustep-make libgnustep-gui-dev gnustep-back0.29-cairo
     appstream desktop-file-utils dpkg-dev
     git mutt zsh fish python3 time xauth xvfb
-    chromium chromium-driver python3-selenium
+    chromium chromium-driver firefox-esr python3-selenium
     at-spi2-core dbus-daemon gir1.2-atspi-2.0 openbox python3-gi xdotool
 "
 

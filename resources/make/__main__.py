@@ -1,7 +1,7 @@
 """Writes the page templates, the icon of PDF documents and the list of what was ever shipped: python3 resources/make [FOLDER]
 
 They go into FOLDER (the folder above this one, when none is named), each a file that stands by itself. What they have in
-common is written once, here: the head, with the script that mends links and the policy that lets nothing else run, and
+common is written once, here: the head, with the policy that lets nothing run but the page's own script, the scripts, and
 the styles.
 
 shipped.sha256 tells a file that somebody has changed from an older version of ours: it has a line for every version of
@@ -21,9 +21,9 @@ HERE = Path(__file__).resolve().parent
 
 # Of each template the scripts, the styles, and what its policy allows beside them.
 TEMPLATES = {
-    "imagetemplate.html": (["page.js", "images.js"], ["page.css", "gallery.css", "images.css"], "; img-src 'self' file:"),
-    "linktemplate.html": (["page.js"], ["page.css", "gallery.css", "links.css"], ""),
-    "statstemplate.html": (["page.js"], ["page.css", "statistics.css"], ""),
+    "imagetemplate.html": (["gallery.js", "images.js"], ["page.css", "gallery.css", "images.css"], "; img-src 'self' file:"),
+    "linktemplate.html": (["gallery.js", "links.js"], ["page.css", "gallery.css", "links.css"], ""),
+    "statstemplate.html": (["statistics.js"], ["page.css", "statistics.css"], ""),
 }
 
 WORD_LISTS = ["curses.plist", "netspeak.plist"]

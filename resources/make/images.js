@@ -1,48 +1,39 @@
-// The sections stand in a <template>, so that no browser asks for pictures by addresses that are not mended yet. They come
-// out of it before the window's listener mends them, to be loaded when they come into view.
-document.addEventListener("DOMContentLoaded", () => {
-  let template;
-  while ((template = document.querySelector("template"))) { // a name may have opened another one
-    for (const thumbnail of template.content.querySelectorAll("img")) thumbnail.loading = "lazy";
-    template.replaceWith(template.content);
-  }
-});
-// Then each gets the name of its file, and what cannot be shown has the name in its place. By that time all that was still
-// being loaded has been stopped.
-addEventListener("load", () => setTimeout(() => {
-  const speakers = [...document.querySelectorAll("#contents a")].map(link => link.textContent);
-  const nameOf = link => {
-    const name = link.href.slice(link.href.lastIndexOf("/") + 1);
-    try {
-      return decodeURIComponent(name);
-    } catch {
-      return name;
-    }
+const listClass = "images";
+const token = `${"_".repeat(4)}IMAGES`;
+// Kinds that browsers show without running anything in them, or hand to another program. Of kinds that they do not know some
+// look into the file, and run the scripts of what looks like a page.
+const canOpen = new RegExp("\\.(?:jpe?g|jpe|png|gif|bmp|tiff?|webp|avif|hei[cf]|ico|psd|mp[34]|mpe?g|m4[av]|mov|qt|avi|wm[av]|wav|aiff?|" +
+  "aac|og[gav]|flac|mid|3gp|mkv|webm|te?xt|rtf|pdf|docx?|xlsx?|pptx?|odt|csv|zip|gz|tgz|bz2|tar|sit|dmg|rar|7z)$", "i");
+const readSections = (text, people) => {
+  const shown = people.findIndex(person => person.isShown);
+  const names = people.slice(1).map(person => person.name.replaceAll("/", ":")).sort((a, b) => b.length - a.length);
+  // What the file was called, and who sent it: both are in its name, with the time between them.
+  const readName = file => {
+    const [, stem, extension] = /^(.*)-\d{4}-\d\d-\d\d \d\d:\d\d:\d\d [-+]\d{4}\.([^.]*)$/s.exec(file) ?? [];
+    const sender = shown > 0 ? people[shown].name.replaceAll("/", ":") : names.find(name => stem?.endsWith(`-${name}`));
+    if (!stem || !stem.endsWith(`-${sender}`)) return file;
+    return stem.slice(0, -sender.length - 1) + (extension && `.${extension}`);
   };
-  const addCaption = link => {
-    const caption = document.createElement("span");
-    caption.textContent = link.title;
-    const [, stem, extension] = /^(.*)-\d{4}-\d\d-\d\d \d\d:\d\d:\d\d [-+]\d{4}\.([^.]*)$/s.exec(link.title) ?? [];
-    if (stem) {
-      const speaker = speakers.find(name => stem.endsWith(`-${name}`));
-      caption.textContent = stem.slice(0, speaker && -speaker.length - 1) + (extension && `.${extension}`);
-    }
-    link.append(caption);
+  const show = (target, source) => {
+    const file = decodeURIComponent(target).slice("Images/".length);
+    const caption = make("span", {}, readName(file));
+    const card = canOpen.test(file)
+      ? make("a", { title: file, href: target, target: "_blank" })
+      : make("div", { title: `${file}: saved in the folder Images, and not opened from here, as it could run scripts` });
+    const picture = make("img", { loading: "lazy", alt: source ? "" : file });
+    picture.addEventListener("error", () => {
+      card.classList.add("file");
+      picture.replaceWith(caption);
+    });
+    picture.src = source ?? target; // after `loading`, and once: else some browsers load it at once
+    card.append(picture, ...(source ? [caption] : []));
+    return make("li", {}, card);
   };
-  for (const thumbnail of document.querySelectorAll(".images a > img")) {
-    const link = thumbnail.parentElement;
-    link.title = nameOf(link);
-    if (thumbnail.getAttribute("src") === "Images/pdf.png") {
-      thumbnail.alt = "";
-      addCaption(link);
-    } else {
-      thumbnail.alt = link.title;
-      thumbnail.addEventListener("error", () => {
-        thumbnail.remove();
-        link.classList.add("file");
-        addCaption(link);
-      });
-    }
-    if (!thumbnail.naturalWidth) thumbnail.src = thumbnail.src;
+  const sections = [];
+  const parts = /<h3>([^<]*)<\/h3>\n<table class="images"|<td><a href="(Images%2F[A-Za-z0-9%]*)" target="_blank"><img src="(Images\/pdf\.png)?/g;
+  for (const [, title, target, source] of text.matchAll(parts)) {
+    if (title !== undefined) sections.push({ title, entries: [] });
+    else sections.at(-1)?.entries.push({ item: show(mended(target), source), text: decodeURIComponent(mended(target)) });
   }
-}));
+  return sections;
+};
