@@ -19,13 +19,24 @@ const mended = target => {
     return encodeURIComponent(String.fromCharCode(parseInt(escape.slice(1), 16))).toLowerCase();
   });
 };
+const decoded = target => {
+  try {
+    return decodeURIComponent(mended(target));
+  } catch { // somebody has made it up
+    return target;
+  }
+};
 const showName = name => make("bdi", {}, name || "(no name)");
 const readPeople = text => {
   const [, ...pieces] = text.split(/<li( class="active")?><a href="([A-Za-z0-9%]*(?:-images)?\.html)">/);
   const people = [];
   for (let at = 0; at < pieces.length; at += 3) {
     const [active, target, piece] = pieces.slice(at, at + 3);
-    const [, name, count] = /^(.*)<\/a><span class="numb">\((\d+)\)<\/span><\/li>/s.exec(piece) ?? [, piece, ""];
+    // A name may hold an end as well. The right one is where the name has the page's file name, or else the last.
+    const page = decoded(target.replace(/(?:-images)?\.html$/, ""));
+    const ends = [...piece.matchAll(/<\/a><span class="numb">\((\d+)\)<\/span><\/li>/g)]
+      .map(end => ({ name: piece.slice(0, end.index), count: end[1] }));
+    const { name, count } = ends.find(end => end.name.replaceAll("/", ":") === page) ?? ends.at(-1) ?? { name: piece, count: "" };
     people.push({ name, count, target: mended(target), isShown: Boolean(active) });
   }
   return people;
@@ -96,8 +107,12 @@ document.addEventListener("DOMContentLoaded", () => {
   // The count of the last person, the template's empty line, and the months. Should there be a second such place, somebody has
   // made it up, and each list is looked for in everything.
   const parts = text.split(/(?<=\(\d+\)<\/span><\/li>)\n\n/);
-  const [contents, months] = parts.length === 2 ? parts : [text, text];
-  const people = readPeople(contents.replaceAll(months.trimEnd(), token)); // somebody can be called like the token
+  let [contents, months] = [text, text];
+  if (parts.length === 2) {
+    [contents, months] = parts;
+    contents = contents.replaceAll(months.trimEnd(), token); // somebody was called like the token
+  }
+  const people = readPeople(contents);
   showPeople(people);
   const sections = readSections(months, people);
   showSections(sections);

@@ -15,17 +15,17 @@ const readSections = (text, people) => {
     return stem.slice(0, -sender.length - 1) + (extension && `.${extension}`);
   };
   const show = (target, source) => {
-    const file = decodeURIComponent(target).slice("Images/".length);
+    const file = decoded(target).slice("Images/".length);
     const caption = make("span", {}, readName(file));
     const card = canOpen.test(file)
-      ? make("a", { title: file, href: target, target: "_blank" })
+      ? make("a", { title: file, href: mended(target), target: "_blank" })
       : make("div", { title: `${file}: saved in the folder Images, and not opened from here, as it could run scripts` });
     const picture = make("img", { loading: "lazy", alt: source ? "" : file });
     picture.addEventListener("error", () => {
       card.classList.add("file");
       picture.replaceWith(caption);
     });
-    picture.src = source ?? target; // after `loading`, and once: else some browsers load it at once
+    picture.src = source ?? mended(target); // after `loading`, and once: else some browsers load it at once
     card.append(picture, ...(source ? [caption] : []));
     return make("li", {}, card);
   };
@@ -33,7 +33,7 @@ const readSections = (text, people) => {
   const parts = /<h3>([^<]*)<\/h3>\n<table class="images"|<td><a href="(Images%2F[A-Za-z0-9%]*)" target="_blank"><img src="(Images\/pdf\.png)?/g;
   for (const [, title, target, source] of text.matchAll(parts)) {
     if (title !== undefined) sections.push({ title, entries: [] });
-    else sections.at(-1)?.entries.push({ item: show(mended(target), source), text: decodeURIComponent(mended(target)) });
+    else sections.at(-1)?.entries.push({ item: show(target, source), text: decoded(target) });
   }
   return sections;
 };

@@ -17,21 +17,23 @@ const readSections = (text, people) => {
     }
     return found;
   };
-  const show = (piece, date) => {
-    const { link, name } = readLink(piece) ?? {};
-    if (link === undefined) return make("li", {}, make("bdi", {}, piece));
+  const show = ({ link, name }, date) => {
     const anchor = make("a", { href: link, target: "_blank", title: link }, make("bdi", {}, shortened(link)));
     if (anchor.protocol === "javascript:") anchor.removeAttribute("href");
     return make("li", {}, anchor, make("span", {}, showName(name), `, ${date}`));
   };
-  const [head, ...pieces] = text.split('<li><span><a href="');
-  const heading = /\n<h3>([^<]*)<\/h3><ul class="links">\n$/;
+  const heading = /(?:^|\(\d+\)<\/span><\/li>\n\n)\n<h3>([^<]*)<\/h3><ul class="links">\n$/; // behind the contents
   const end = /, (\w+ \w+ \d+, \d\d:\d\d[AP]M)<\/span><\/li>(?:<\/ul>)*(?:\n<h3>([^<]*)<\/h3><ul class="links">)?\n?$/;
+  const [head, ...pieces] = text.split('<li><span><a href="');
   const sections = [{ title: heading.exec(head)?.[1] ?? "", entries: [] }];
   for (const piece of pieces) {
-    const [tail, date, next] = end.exec(piece) ?? ["", ""];
+    const [tail, date, month] = end.exec(piece) ?? ["", ""];
     const text = tail ? piece.slice(0, -tail.length) : piece;
-    sections.at(-1).entries.push({ item: show(text, date), text });
+    const read = readLink(text);
+    // Somebody may have made up a heading, so an entry belongs to the last one of its own month.
+    const section = sections.findLast(({ title }) => title.split(" ")[0] === date?.split(" ")[1]) ?? sections.at(-1);
+    section.entries.push({ item: read ? show(read, date) : make("li", {}, make("bdi", {}, text)), text });
+    const next = month ?? heading.exec(piece)?.[1];
     if (next) sections.push({ title: next, entries: [] });
   }
   return sections.filter(({ entries }) => entries.length);

@@ -117,8 +117,10 @@ class Everyday(CompanionTest):
             self.assertIn(reason, self.run_companion(*arguments, code=1)[1])
         self.preferences(bookmarkEntry="%@|%@|%@|%@\n", imageEntry="%@|%@|%@\n")
         self.assertEqual(self.run_companion("link-log", KIM_2005, log)[0], f"{len(links)} links added\n")
+        one = os.path.join(SAMPLES, "chats", "Tomás Novák on 2004-09-18 at 19.33.chat")
+        self.assertEqual(self.run_companion("link-log", one, log)[0], "1 link added\n")
         lines = Path(log).read_text(encoding="utf-8").splitlines()
-        self.assertEqual([line.split("|")[:2] for line in lines[1:]], [[link, link] for link in links])
+        self.assertEqual([line.split("|")[:2] for line in lines[1:-1]], [[link, link] for link in links])
 
         with_files = os.path.join(SAMPLES, "chats", "Kim Lee on 2009-01-20 at 17.00.ichat")
         self.assertIn("logs/Images: no such folder", self.run_companion("image-log", with_files, log, code=1)[1])

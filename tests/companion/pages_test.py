@@ -37,7 +37,8 @@ MARKUP = ("<textarea>", "<style>", "<script>", "</script>", "</template>", "<!--
 # What the lists in the pages are taken apart by.
 MARKS = ('<li><span><a href="', '" target="_blank">', "</a> -- ", ", Mon March 7, 03:03PM</span></li>", "</ul>\n",
          '\n<h3>May 1999</h3><ul class="links">\n', '<li><a href="Ann.html">', '</a><span class="numb">(1)</span></li>', "\n\n",
-         '<li class="active"><a href="Ann.html">', '</span></li>\n\n<h3>May 1999</h3>\n<table class="images"><td><a href="')
+         '</a><span class="numb">(1)</span></li>\n\n',
+         '<li class="active"><a href="%ff.html">', '</span></li>\n\n<h3>May 1999</h3>\n<table class="images"><td><a href="')
 
 PEOPLE = """
 return [...document.querySelectorAll("#contents li")].map(item =>
