@@ -9,16 +9,13 @@ const make = (tag, properties, ...children) => {
 };
 // In the program's links each character of a name is one %XX, upper case up to U+00FF, else UTF-8 in lower case. Browsers take
 // %XX for a byte of UTF-8 and leave %2F alone: they would find neither Jos%E9.html nor Images%2Fa.jpg.
-const mended = target => {
-  const next = "%[89ab][0-9a-f]";
-  const escapes = new RegExp(
-    `%[cd][0-9a-f]${next}|%e[0-9a-f](?:${next}){2}|%f[0-7](?:${next}){3}|%2F|%[89A-F][0-9A-F]`, "g");
-  return target.replace(escapes, escape => {
-    if (escape === "%2F") return "/";
-    if (escape.length > 3) return escape;
-    return encodeURIComponent(String.fromCharCode(parseInt(escape.slice(1), 16))).toLowerCase();
-  });
-};
+const next = "%[89ab][0-9a-f]";
+const escapes = new RegExp(`%[cd][0-9a-f]${next}|%e[0-9a-f](?:${next}){2}|%f[0-7](?:${next}){3}|%2F|%[89A-F][0-9A-F]`, "g");
+const mended = target => target.replace(escapes, escape => {
+  if (escape === "%2F") return "/";
+  if (escape.length > 3) return escape;
+  return encodeURIComponent(String.fromCharCode(parseInt(escape.slice(1), 16))).toLowerCase();
+});
 const decoded = target => {
   try {
     return decodeURIComponent(mended(target));
