@@ -6,11 +6,11 @@ set -eu
 
 packages_to() {
     case $1 in
-        # The programs and what they load. ccache is among them because a build folder that finds it later starts anew.
+        # The programs and what they load. gnustep-config runs make. A build folder that finds ccache later starts anew.
         build) echo "
             ccache cmake g++ ninja-build
             qt6-base-dev qt6-image-formats-plugins libqt6svg6 tzdata libcli11-dev libmimalloc-dev
-            gobjc++ libpantomime-dev libgnutls28-dev gnustep-make" ;;
+            gobjc++ libpantomime-dev libgnutls28-dev gnustep-make make" ;;
         # The test library; witnesses that share no code with ours; a mail server and client, shells, a browser, a desktop.
         test) echo "
             pkg-config libgtest-dev libgmock-dev libplist-dev python3
