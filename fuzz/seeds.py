@@ -38,8 +38,10 @@ STARTS = (
 
 CARDS = (
     "BEGIN:VCARD\r\nVERSION:2.1\r\nN;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:M=FCller;Zo=\r\n=EB\r\nX-AIM;PREF:zoe\r\nEND:VCARD\r\n",
-    "BEGIN:VCARD\nVERSION:3.0\nN:Lee\\;x;Kim;;;\nitem1.X-AIM;type=pref;type=HOME:kim\n lee\nIMPP;X-SERVICE-TYPE=AIM:aim:kim%20lee\nEND:VCARD\n",
-    "BEGIN:VCARD\nVERSION:4.0\nN:Lee;Kim\nIMPP;PREF=1:aim:goim?screenname=kim\nN;ENCODING=b:TGVlO0tpbQ==\nAGENT:BEGIN:VCARD\nN:a;b\nEND:VCARD\nEND:VCARD\n",
+    "BEGIN:VCARD\nVERSION:3.0\nN:Lee\\;x;Kim;;;\nitem1.X-AIM;type=pref;type=HOME:kim\n lee\nIMPP;X-SERVICE-TYPE=AIM:aim:kim%20lee\n"
+    "END:VCARD\n",
+    "BEGIN:VCARD\nVERSION:4.0\nN:Lee;Kim\nIMPP;PREF=1:aim:goim?screenname=kim\nN;ENCODING=b:TGVlO0tpbQ==\n"
+    "AGENT:BEGIN:VCARD\nN:a;b\nEND:VCARD\nEND:VCARD\n",
 )
 
 CALENDAR = ("March 2005", "%a %b %B %c %d %e %H %I %p %M %S %m %y %Y %z %%", "December 10000", "May 0", "%B %Y%q%")

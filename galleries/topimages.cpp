@@ -53,9 +53,8 @@ void refreshTopImages(const ImageStore &store)
         const filesystem::path source = platform::pathFromString(filename);
         if (!isAttachedFile(source))
             continue;
-        const QString extension = u'.' + pathExtension(filename).toString();
-        const filesystem::path copy =
-            topImagesFolder() / ("0" + std::to_string(number) + platform::pathFromString(extension).native());
+        const QString name = u'0' + QString::number(number) + u'.' + pathExtension(filename).toString();
+        const filesystem::path copy = topImagesFolder() / platform::pathFromString(name);
         try {
             filesystem::copy(supportFolder() / source, copy, filesystem::copy_options::recursive, ignored);
         } catch (const filesystem::filesystem_error &) { // from reading a folder, in spite of the error code

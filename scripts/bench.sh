@@ -8,8 +8,9 @@ counts=${1:-1000,2000,4000,8000}
 build=build/release
 work=$build/bench-chats
 
-scripts/install-deps.sh gnuplot-nox
-cmake --preset release >/dev/null
+scripts/install-deps.sh build bench
+[ -f "$build/CMakeCache.txt" ] || tests=-DPRATTLEBUG_TESTS=OFF
+cmake --preset release ${tests:+"$tests"} >/dev/null
 cmake --build --preset release --target prattlebug prattlebug_bench prattlebug_archive_bench >&2
 export PYTHONDONTWRITEBYTECODE=1
 if [ ! -d "$work/single" ]; then

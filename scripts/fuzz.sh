@@ -6,12 +6,13 @@ set -eu
 cd "$(dirname "$0")/.."
 seconds=${1:-30}
 
-scripts/install-deps.sh
+scripts/install-deps.sh build fuzz
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 
 # One input may take a minute, on a machine that has other work, and half a gigabyte, sanitizers included; decoding itself
 # is bound more narrowly.
+# shellcheck disable=SC2016 # for the shell that xargs starts
 fuzz_one='
     name=$1
     build=build/fuzz
@@ -26,6 +27,10 @@ fuzz_one='
     }
     sed -n "s/.*DONE *\(cov: [0-9]*\).*/fuzz_$name: \1/p; s/^stat::\(number_of_executed_units\|peak_rss_mb\)/fuzz_$name: \1/p" \
         "$build/logs/$name"
+    grep -q "^stat::number_of_executed_units: *[1-9]" "$build/logs/$name" || {
+        echo "fuzz_$name: nothing was tried" >&2
+        exit 1
+    }
 '
-ls fuzz/*.cpp | sed 's|fuzz/\(.*\)\.cpp|\1|' | grep -vx -e classes -e replay |
-    xargs -P 2 -I NAME env UBSAN_OPTIONS=print_stacktrace=1 sh -c "$fuzz_one" sh NAME "$seconds"
+fuzzers=$(for file in fuzz/*.cpp; do basename "$file" .cpp; done | grep -vx -e classes -e replay)
+echo "$fuzzers" | xargs -P 2 -I NAME env UBSAN_OPTIONS=print_stacktrace=1 sh -c "$fuzz_one" sh NAME "$seconds"

@@ -9,7 +9,7 @@ top=$PWD
 build=$top/build/release
 prattlebug=$build/companion/prattlebug
 
-scripts/install-deps.sh
+scripts/install-deps.sh build
 cmake --preset release -DPRATTLEBUG_TESTS=OFF >/dev/null
 cmake --build --preset release >&2
 cd "${OLDPWD:-.}"

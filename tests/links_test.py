@@ -1,4 +1,4 @@
-"""Looks up every link and picture of our Markdown files: links_test.py SOURCE"""
+"""Looks up every link and picture in the Markdown files of a folder: links_test.py FOLDER"""
 
 import re
 import sys
@@ -10,8 +10,11 @@ def anchors(text):
     return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in re.findall(r"(?m)^#+ (.*)$", text)}
 
 
-def faults(source):
-    for file in [*source.glob("*.md"), *source.glob("*/*.md")]:
+def faults(folder):
+    files = [*folder.glob("*.md"), *folder.glob("*/*.md")]
+    if not files:
+        yield f"There is no Markdown file in {folder}"
+    for file in files:
         text = file.read_text(encoding="utf-8")
         for link in re.findall(r"\]\(([^)\s]+)\)", text):
             path, _, anchor = link.partition("#")

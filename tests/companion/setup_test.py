@@ -55,7 +55,8 @@ class Setup(CompanionTest):
         self.assertNotIn("Still missing", output)
         self.assertIn("Next: prattlebug archive", output)
         # The entries are folders.
-        self.assertIn("20 chats archived, 2 entries that are no transcripts.\n", self.run_companion("archive", "--quiet", self.path("Out"))[0])
+        self.assertIn("20 chats archived, 2 entries that are no transcripts.\n",
+                      self.run_companion("archive", "--quiet", self.path("Out"))[0])
         mbox = self.path("Out/Prattlebug Archive mbox")
         settings = self.write("muttrc", f"""
             set folder='{self.home}' spoolfile=/dev/null charset=utf-8 quit=yes wait_key=no
@@ -192,10 +193,12 @@ class Setup(CompanionTest):
                 ([self.chats / "none"], [], "none cannot be read: No such file"),
                 ([self.chats, self.chats / "cards.vcf"], [], "cards.vcf is neither a folder nor a transcript"),
                 ([self.chats], ["Documents"], "Documents is a file where a folder must be"),
-                ([self.chats], [TRANSCRIPTS], r"\(Prattlebugged\) is a file where"), ([self.chats], [SUPPORT], "Prattlebug is a file where"),
+                ([self.chats], [TRANSCRIPTS], r"\(Prattlebugged\) is a file where"),
+                ([self.chats], [SUPPORT], "Prattlebug is a file where"),
                 ([self.chats], [SUPPORT + "/Images"], "Images is a file where"),
                 ([self.chats, "--email", "a@b"], ["Library/Preferences"], "Preferences is a file where"),
-                (["--email", "a@b", self.chats], ["Library/Preferences/com.velmoria.prattlebug.plist/"], "preferences could not be written"),
+                (["--email", "a@b", self.chats], ["Library/Preferences/com.velmoria.prattlebug.plist/"],
+                 "preferences could not be written"),
         ):
             for path in before:
                 os.makedirs(os.path.dirname(self.path(path)), exist_ok=True)

@@ -19,7 +19,7 @@ class Handler:
         self.answers = answers
         self.received = []  # envelopes
         self.logins = []    # mechanism, name and password
-        self.encrypted = [] # for each envelope, whether it came over an encrypted connection
+        self.encrypted = []  # for each envelope, whether it came over an encrypted connection
 
     async def answer(self, command, server, usual):
         answer = self.answers.get(command, usual)

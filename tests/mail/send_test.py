@@ -296,7 +296,8 @@ class Send(CompanionTest):
                             for server in ("", ":25", "127.0.0.1:", "127.0.0.1:0", "127.0.0.1:65536", "127.0.0.1:25x",
                                            "a b", "[::1]:25", "ümlaut")),
                           *(["--server", "127.0.0.1:1", "--to", address]
-                            for address in ("", "kim", "@", "kim@", "kim@eve@x.org", "kim,eve@x.org", "Kim <kim@example.org>", "kim@example.org>\r\nRCPT TO:<eve@x",
+                            for address in ("", "kim", "@", "kim@", "kim@eve@x.org", "kim,eve@x.org", "Kim <kim@example.org>",
+                                            "kim@example.org>\r\nRCPT TO:<eve@x",
                                             "kím@example.org", "k" * 250 + "@x.org")),
                           *(["--server", "127.0.0.1:1", "--to", "kim@example.org", *options]
                             for options in (["--from", "sam"], ["--timeout", "0"], ["--timeout", "soon"], ["--ca-file", "x"]))):
