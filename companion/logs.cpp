@@ -47,20 +47,12 @@ bool extendImageLog(const VORAChatLog &chatLog, const std::filesystem::path &log
     return areSaved;
 }
 
-constexpr LogKind links{u"bookmarkEntry",
-                        R"('<a href="%@">%@</a> %@, %@')",
-                        "link",
-                        "links",
-                        &VORAChatLog::linkCount,
-                        extendLinkLog,
-                        false};
-constexpr LogKind images{u"imageEntry",
-                         R"('<img src="Images/%@"> %@, %@')",
-                         "file",
-                         "files",
-                         &VORAChatLog::fileCount,
-                         extendImageLog,
-                         true};
+constexpr LogKind links{u"bookmarkEntry", R"('<a href="%@">%@</a> %@, %@')",
+                        "link",           &VORAChatLog::linkCount,
+                        extendLinkLog,    false};
+constexpr LogKind images{u"imageEntry",  R"('<img src="Images/%@"> %@, %@')",
+                         "file",         &VORAChatLog::fileCount,
+                         extendImageLog, true};
 
 int extend(const LogKind &kind, const std::filesystem::path &file, const std::filesystem::path &log)
 {
