@@ -3,10 +3,8 @@
 #include "galleries/imagenames.h"
 #include "galleries/savedfiles.h"
 
-#include "platform/addressbook/addressbook.h"
 #include "platform/date/calendar.h"
 #include "platform/files/files.h"
-#include "platform/log/nslog.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/filetext.h"
 #include "platform/text/format.h"
@@ -14,58 +12,6 @@
 #include <array>
 
 namespace {
-
-/// What each link or file weighs beside its text: about what an entry of a store takes.
-constexpr qsizetype entryWeight = 64;
-/// What each run weighs that is looked through for them.
-constexpr qsizetype runWeight = 4;
-
-qsizetype weightOf(const LinkRecord &record)
-{
-    qsizetype weight = 0;
-    for (const QString &url : record.urls)
-        weight += url.size() + entryWeight;
-    return weight;
-}
-
-qsizetype weightOf(const ImageRecord &record)
-{
-    qsizetype weight = 0;
-    for (const auto &image : record.images)
-        weight += (image->preferredFilename() ? image->preferredFilename()->size() : 0) + entryWeight;
-    return weight;
-}
-
-/// The records that @p record makes of the messages that somebody sent; none when they weigh too much.
-/// @param attribute of the text that a record is filled from.
-template <class Record>
-std::vector<Record> gathered(const VORAChatLog &chatLog, VORAChatLog::Records which, QStringView attribute,
-                             Record (VORAInstantMessage::*record)() const)
-{
-    const platform::ABAddressBook::Reading reading;
-    const bool onlyFilled = which == VORAChatLog::Records::Filled;
-    std::vector<Record> records;
-    qsizetype weight = 0;
-    for (const auto &message : chatLog.messages()) {
-        if (message->isStatusMessage())
-            continue;
-        weight += qsizetype(message->string()->runs().size()) * runWeight;
-        if (!onlyFilled || message->string()->hasAttribute(attribute)) {
-            Record made = (message.get()->*record)();
-            const qsizetype ownWeight = weightOf(made);
-            weight += ownWeight + (made.speaker ? made.speaker->size() : 0);
-            if (!onlyFilled || ownWeight > 0)
-                records.push_back(std::move(made));
-        }
-        if (weight > VORAChatLog::largestGathering) {
-            platform::NSLog(QStringLiteral("The chat with %1 is too large for its links and files to be "
-                                           "gathered.")
-                                .arg(chatLog.primaryOtherParty()));
-            return {};
-        }
-    }
-    return records;
-}
 
 QString dateText(const platform::NSDate &time)
 {
@@ -108,16 +54,6 @@ private:
 
 } // namespace
 
-std::vector<LinkRecord> VORAChatLog::GatheredURLs(Records which) const
-{
-    return gathered(*this, which, platform::NSLinkAttributeName, &VORAInstantMessage::allURLs);
-}
-
-std::vector<ImageRecord> VORAChatLog::GatheredImages(Records which) const
-{
-    return gathered(*this, which, platform::NSAttachmentAttributeName, &VORAInstantMessage::allImages);
-}
-
 void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
 {
     TextLog log(path, u"bookmarkEntry");
@@ -128,18 +64,21 @@ void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
     log.write();
 }
 
-void VORAChatLog::ExtendImageLog(const std::filesystem::path &path) const
+void VORAChatLog::ExtendImageLog(const std::filesystem::path &path,
+                                 const galleries::SavedFiles::Failed &failed) const
 {
     TextLog log(path, u"imageEntry");
-    galleries::SavedFiles files(path.parent_path() / "Images");
+    galleries::SavedFiles files(path.parent_path() / "Images", failed);
     for (const ImageRecord &record : GatheredImages(Records::Filled)) {
         for (const auto &wrapper : record.images) {
             const QString when = platform::descriptionWithCalendarFormat(*record.time, u"%a%b%e%I%M%p");
             const galleries::FileName name =
                 galleries::imageFileName(wrapper->preferredFilename(), *record.speaker, when);
-            files.save(wrapper, name);
-            log.add(std::array{name.text(), *record.speaker, dateText(*record.time)});
+            if (files.save(wrapper, name))
+                log.add(std::array{name.text(), *record.speaker, dateText(*record.time)});
         }
     }
+    if (files.isFull())
+        logFilesLeftOut();
     log.write();
 }

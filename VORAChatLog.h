@@ -3,6 +3,8 @@
 #include "VORAInstantMessage.h"
 #include "VORAPresentity.h"
 
+#include "galleries/savedfiles.h"
+
 #include "platform/date/nsdate.h"
 #include "platform/foundation/collections.h"
 #include "platform/foundation/nsattributedstring.h"
@@ -95,7 +97,7 @@ public:
     /// current time; that also adds one to the preference subjectNumber.
     [[nodiscard]] QString subjectForEmail() const;
 
-    // Links and attached files (VORAChatLog+Logs.cpp)
+    // Links and attached files (VORAChatLog+Gathering.cpp)
 
     /// The most that is gathered from one chat: the UTF-16 units of all links, of the names of all files
     /// and of each record's speaker, each link or file counting 64 more and each run of a text 4. A small
@@ -112,6 +114,13 @@ public:
     /// The messages' records, in order.
     [[nodiscard]] std::vector<LinkRecord> GatheredURLs(Records which = Records::All) const;
     [[nodiscard]] std::vector<ImageRecord> GatheredImages(Records which = Records::All) const;
+    /// How many links and files these hold. What was gathered last is not gathered again for it.
+    [[nodiscard]] qint64 linkCount() const;
+    [[nodiscard]] qint64 fileCount() const;
+    /// Says in the console log that galleries::SavedFiles has left some of the files out.
+    void logFilesLeftOut() const;
+
+    // Log files of links and attached files (VORAChatLog+Logs.cpp)
 
     /// Appends an entry for each link of the chat, in order, to the text file at @p path: the preference
     /// bookmarkEntry as a format (platform::filledFormat()) with the link, the link again, the sender's name
@@ -126,8 +135,11 @@ public:
     /// with the name on disk, the sender's name and the date, "Tue March 1, 09:07PM". Names are those of
     /// galleries::imageFileName() with dates like "TueMar10907PM".
     ///
-    /// The text file is treated as by ExtendURLLog(); the attached files are written in any case.
-    void ExtendImageLog(const std::filesystem::path &path) const;
+    /// The text file is treated as by ExtendURLLog(); the attached files are written in any case. One that
+    /// cannot be written has its entry all the same.
+    /// @param failed told of each of these.
+    void ExtendImageLog(const std::filesystem::path &path,
+                        const galleries::SavedFiles::Failed &failed = {}) const;
 
     // Analysis (VORAChatLog+Analysis.cpp)
 
@@ -220,6 +232,10 @@ private:
     Messages m_messages;
     Participants m_participants;
     qint64 m_participantCount = 0; ///< all elements of the list, whatever they are
+
+    // Of what was gathered last; nothing before. They do not change: what they count does not.
+    mutable std::optional<qint64> m_linkCount;
+    mutable std::optional<qint64> m_fileCount;
 
     bool m_mailTransmissionDone = false;
     platform::CWSMTP *m_smtp = nullptr; ///< lent

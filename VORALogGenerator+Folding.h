@@ -6,9 +6,9 @@
 
 #include <set>
 
-/// More people than ever sent something in one chat. Every page lists every speaker, so that one forged chat
-/// with a hundred thousand of them would fill the disk with pages.
-inline constexpr size_t mostSpeakersOfAChat = 1000;
+/// The most people who can have sent links, or files, in one chat: more than sit in any chat room. Every page
+/// lists every person, so that the pages grow with the square of their number.
+inline constexpr size_t mostSpeakersOfAChat = 100;
 
 /// The filled @p records of @p chatLog; they have a speaker and a time. None when they come from more than
 /// mostSpeakersOfAChat, and a message in the console log says so.

@@ -4,13 +4,10 @@
 #include "VORALogGenerator+Run.h"
 
 #include "galleries/imagenames.h"
-#include "galleries/imagepages.h"
 #include "galleries/savedfiles.h"
 #include "galleries/supportfolder.h"
-#include "galleries/topimages.h"
 
 #include "platform/appkit/nsimage.h"
-#include "platform/files/files.h"
 
 #include <algorithm>
 #include <limits>
@@ -39,58 +36,41 @@ Size sizeOf(const NSFileWrapper &wrapper)
 
 /// Writes the files of @p chatLog into the folder of attached files.
 /// @return what the store is to hold of them.
-std::vector<ImageStore::Speaker> savedFilesOf(const VORAChatLog &chatLog)
+ImageStore::Contribution savedFilesOf(const VORAChatLog &chatLog)
 {
+    const std::vector<ImageRecord> records =
+        recordsToFold(chatLog, chatLog.GatheredImages(VORAChatLog::Records::Filled), u"files");
     galleries::SavedFiles files(galleries::imagesFolder());
     QHash<const NSFileWrapper *, Size> sizes; // a file may be sent in very many messages
-    std::vector<ImageStore::Speaker> speakers;
-    for (const ImageRecord &record :
-         recordsToFold(chatLog, chatLog.GatheredImages(VORAChatLog::Records::Filled), u"files")) {
-        ImageStore::Speaker &speaker = speakers.emplace_back(ImageStore::Speaker{*record.speaker, {}});
+    ImageStore::Contribution contribution;
+    for (const ImageRecord &record : records) {
+        ImageStore::Speaker &speaker = contribution.emplace_back(ImageStore::Speaker{*record.speaker, {}});
         for (const auto &wrapper : record.images) {
+            const galleries::FileName name = galleries::imageFileName(
+                wrapper->preferredFilename(), *record.speaker, record.time->description());
+            if (!files.save(wrapper, name))
+                continue;
             auto size = sizes.constFind(wrapper.get());
             if (size == sizes.cend())
                 size = sizes.insert(wrapper.get(), sizeOf(*wrapper));
-            const galleries::FileName name = galleries::imageFileName(
-                wrapper->preferredFilename(), *record.speaker, record.time->description());
-            files.save(wrapper, name);
             speaker.entries.push_back(
                 {*record.time, QStringLiteral("Images/") + name.text(), size->width, size->height});
         }
     }
-    return speakers;
+    if (files.isFull())
+        chatLog.logFilesLeftOut();
+    return contribution;
 }
 
 } // namespace
 
-std::filesystem::path ImageGallery::path()
-{
-    return galleries::imageStorePath();
-}
-
-bool ImageGallery::save(const Store &store)
-{
-    const auto bytes = store.propertyList();
-    return bytes && !platform::writeAtomically(path(), *bytes);
-}
-
-void ImageGallery::writePages(const Store *store)
-{
-    const Store empty;
-    galleries::writeImagePages(store ? *store : empty);
-    galleries::refreshTopImages(store ? *store : empty);
-}
-
 void VORALogGenerator::GenerateImageFiles(const VORAChatLog *chatLog)
 {
-    GalleryRun::call<ImageGallery>(!chatLog, [chatLog](galleries::KeptGallery<ImageGallery> &gallery) {
-        const bool isReadable = gallery.refresh();
-        if (chatLog) {
-            auto files = savedFilesOf(*chatLog);
-            if (isReadable)
-                gallery.fold(std::move(files));
-        }
-        gallery.requestPages(); // of an empty store, when it cannot be read
+    inRun([chatLog](galleries::Session &session) {
+        if (chatLog)
+            session.addFiles(savedFilesOf(*chatLog));
+        else
+            session.makeImagePages();
     });
 }
 

@@ -5,71 +5,32 @@
 
 #include "galleries/filenames.h"
 #include "galleries/linkpages.h"
-#include "galleries/supportfolder.h"
-
-#include "platform/files/files.h"
-#include "platform/log/nslog.h"
 
 using galleries::LinkStore;
 
 namespace {
 
-std::vector<LinkStore::Speaker> linksOf(const VORAChatLog &chatLog)
+LinkStore::Contribution linksOf(const VORAChatLog &chatLog)
 {
-    std::vector<LinkStore::Speaker> speakers;
+    LinkStore::Contribution links;
     for (const LinkRecord &record :
          recordsToFold(chatLog, chatLog.GatheredURLs(VORAChatLog::Records::Filled), u"links")) {
-        LinkStore::Speaker &speaker = speakers.emplace_back(LinkStore::Speaker{*record.speaker, {}});
+        LinkStore::Speaker &speaker = links.emplace_back(LinkStore::Speaker{*record.speaker, {}});
         for (const QString &url : record.urls)
             speaker.entries.push_back({*record.time, url});
     }
-    return speakers;
-}
-
-void reportUnwritten(const std::filesystem::path &path)
-{
-    platform::NSLog(QStringLiteral("Link file failed to write to path: %1").arg(platform::displayPath(path)));
-    VORAChatLog::reportError(VORAChatLog::ErrorCode::FileNotWritten, QStringLiteral("permissions"));
+    return links;
 }
 
 } // namespace
 
-std::filesystem::path LinkGallery::path()
-{
-    return galleries::linkStorePath();
-}
-
-bool LinkGallery::save(const Store &store)
-{
-    const auto bytes = store.propertyList();
-    if (!bytes) {
-        platform::NSLog(
-            QStringLiteral("Error while serializing link database: it is larger than can be read again"));
-        VORAChatLog::reportError(VORAChatLog::ErrorCode::Internal, QStringLiteral("corrupt cache"));
-        return false;
-    }
-    if (platform::writeAtomically(path(), *bytes)) {
-        reportUnwritten(path());
-        return false;
-    }
-    return true;
-}
-
-void LinkGallery::writePages(const Store *store)
-{
-    galleries::writeLinkPages(store ? *store : Store());
-}
-
 void VORALogGenerator::GenerateLinkFiles(const VORAChatLog *chatLog)
 {
-    GalleryRun::call<LinkGallery>(!chatLog, [chatLog](galleries::KeptGallery<LinkGallery> &gallery) {
-        const bool isReadable = gallery.refresh();
-        if (!chatLog)
-            gallery.requestPages();
-        else if (isReadable)
-            gallery.fold(linksOf(*chatLog));
+    inRun([chatLog](galleries::Session &session) {
+        if (chatLog)
+            session.addLinks(linksOf(*chatLog));
         else
-            reportUnwritten(LinkGallery::path()); // what cannot be read is not written over
+            session.makeLinkPages();
     });
 }
 

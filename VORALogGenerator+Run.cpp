@@ -1,35 +1,41 @@
 #include "VORALogGenerator+Run.h"
 
+#include "DateComparator.h"
+#include "VORAChatLog.h"
+
+#include "platform/files/files.h"
+#include "platform/log/nslog.h"
+
+namespace {
+
+/// Tells the console log and the preference pane.
+class PaneReporter : public galleries::Reporter {
+public:
+    void linkStoreNotWritten(const std::filesystem::path &store) override
+    {
+        platform::NSLog(
+            QStringLiteral("Link file failed to write to path: %1").arg(platform::displayPath(store)));
+        VORAChatLog::reportError(VORAChatLog::ErrorCode::FileNotWritten, QStringLiteral("permissions"));
+    }
+    void linkStoreTooLarge() override
+    {
+        platform::NSLog(
+            QStringLiteral("Error while serializing link database: it is larger than can be read again"));
+        VORAChatLog::reportError(VORAChatLog::ErrorCode::Internal, QStringLiteral("corrupt cache"));
+    }
+};
+
+PaneReporter theReporter; // has no state
+
+} // namespace
+
 VORALogGenerator::Run::Run(std::function<Clock::time_point()> now)
-    : m_run(std::make_unique<GalleryRun>(std::move(now))),
-      m_previous(std::exchange(VORAHostFlags::openRun, m_run.get()))
+    : m_session(std::make_unique<galleries::Session>(
+          theReporter,
+          galleries::Session::MonthOrders{DateComparator::compareLinkDateString,
+                                          DateComparator::compareImageDateString},
+          galleries::WriteSchedule(std::move(now))))
 {
 }
 
-VORALogGenerator::Run::~Run()
-{
-    m_run->finish();
-    VORAHostFlags::openRun = m_previous;
-}
-
-bool GalleryRun::hasFailed() const
-{
-    return m_links.gallery.hasFailed() || m_images.gallery.hasFailed() || m_statistics.gallery.hasFailed();
-}
-
-bool GalleryRun::isDue() const
-{
-    // So that writing takes at most a twentieth of the time of the run, however large the galleries are.
-    constexpr int share = 20;
-    return m_now() - m_lastEnd >= share * m_lastCost;
-}
-
-void GalleryRun::writeAll()
-{
-    m_lastCost = {};
-    timed([this] {
-        m_links.gallery.write();
-        m_images.gallery.write();
-        m_statistics.gallery.write();
-    });
-}
+VORALogGenerator::Run::~Run() = default;

@@ -9,7 +9,9 @@
 #include <functional>
 #include <memory>
 
-class GalleryRun;
+namespace galleries {
+class Session;
+} // namespace galleries
 
 /// The galleries and the statistics in the support folder, `Library/Prattlebug` under the home folder: each
 /// operation loads its store, folds a chat in, saves the store and writes the pages anew. Holds nothing
@@ -22,7 +24,7 @@ public:
     /// UpdateStatistics() keep their stores in memory and write them, with their pages, only now and then, so
     /// that a chat costs the same however many there were before.
     ///
-    /// They write at the first call, then when twenty times as long has passed as the last writing took, and
+    /// They write at the first call, then when fifty times as long has passed as the last writing took, and
     /// when the run ends. Then every file is what the same calls would have left without a run; in the middle
     /// files are whole, but may lag. A store that someone else has changed meanwhile is read again before the
     /// next chat is folded in. Once a store could not be written, all go on as without a run.
@@ -39,8 +41,7 @@ public:
         Run &operator=(const Run &) = delete;
 
     private:
-        std::unique_ptr<GalleryRun> m_run;
-        GalleryRun *m_previous;
+        std::unique_ptr<galleries::Session> m_session;
     };
 
     /// Folds the links of @p chatLog into the link store and writes all link pages anew. Without a chat log

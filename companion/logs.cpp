@@ -19,38 +19,40 @@ namespace {
 struct LogKind {
     QStringView format; ///< the preference
     const char *example;
-    const char *noun; ///< of one entry
-    void (VORAChatLog::*extend)(const std::filesystem::path &) const;
-    size_t (*entries)(const VORAChatLog &); ///< how many the chat has
-    bool needsFolder;                       ///< `Images` beside the log
+    const char *noun;                                                      ///< of one entry
+    qint64 (VORAChatLog::*entries)() const;                                ///< how many the chat has
+    bool (*extend)(const VORAChatLog &, const std::filesystem::path &log); ///< @return whether all was saved
+    bool needsFolder;                                                      ///< `Images` beside the log
 };
-
-size_t linksOf(const VORAChatLog &chatLog)
-{
-    size_t count = 0;
-    for (const LinkRecord &record : chatLog.GatheredURLs())
-        count += record.urls.size();
-    return count;
-}
-
-size_t filesOf(const VORAChatLog &chatLog)
-{
-    size_t count = 0;
-    for (const ImageRecord &record : chatLog.GatheredImages())
-        count += record.images.size();
-    return count;
-}
-
-constexpr LogKind links{
-    u"bookmarkEntry", R"('<a href="%@">%@</a> %@, %@')", "link", &VORAChatLog::ExtendURLLog, linksOf, false};
-constexpr LogKind images{
-    u"imageEntry", R"('<img src="Images/%@"> %@, %@')", "file", &VORAChatLog::ExtendImageLog, filesOf, true};
 
 int fail(const std::filesystem::path &path, const std::string &reason)
 {
     printError(QByteArrayView(QByteArray::fromStdString(path.native() + ": " + reason)));
     return exitFailed;
 }
+
+bool extendLinkLog(const VORAChatLog &chatLog, const std::filesystem::path &log)
+{
+    chatLog.ExtendURLLog(log);
+    return true;
+}
+
+bool extendImageLog(const VORAChatLog &chatLog, const std::filesystem::path &log)
+{
+    bool areSaved = true;
+    chatLog.ExtendImageLog(log, [&areSaved](const std::filesystem::path &file, const std::string &reason) {
+        areSaved = false;
+        fail(file, reason);
+    });
+    return areSaved;
+}
+
+constexpr LogKind links{u"bookmarkEntry", R"('<a href="%@">%@</a> %@, %@')",
+                        "link",           &VORAChatLog::linkCount,
+                        extendLinkLog,    false};
+constexpr LogKind images{u"imageEntry",  R"('<img src="Images/%@"> %@, %@')",
+                         "file",         &VORAChatLog::fileCount,
+                         extendImageLog, true};
 
 int extend(const LogKind &kind, const std::filesystem::path &file, const std::filesystem::path &log)
 {
@@ -67,7 +69,7 @@ int extend(const LogKind &kind, const std::filesystem::path &file, const std::fi
             kind.example)));
         return exitFailed;
     }
-    const size_t entries = kind.entries(*loading.chatLog);
+    const qint64 entries = (*loading.chatLog.*kind.entries)();
     std::error_code error;
     if (kind.needsFolder && entries > 0 &&
         !std::filesystem::is_directory(log.parent_path() / "Images", error))
@@ -77,13 +79,13 @@ int extend(const LogKind &kind, const std::filesystem::path &file, const std::fi
     if (kind.needsFolder)
         platform::removeLeftTemporaries(folder / "Images");
     const auto identity = platform::fileIdentity(log);
-    (loading.chatLog.get()->*kind.extend)(log);
+    const bool areSaved = kind.extend(*loading.chatLog, log);
     if (platform::fileIdentity(log) == identity) // it is replaced even when there is nothing to add
         return fail(log, "could not be written");
     if (verbosity() != Verbosity::Quiet)
         printLine(QByteArrayView(QByteArray::number(entries) + ' ' + kind.noun + (entries == 1 ? "" : "s") +
                                  " added"));
-    return exitDone;
+    return areSaved ? exitDone : exitFailed;
 }
 
 void addCommand(CLI::App &commands, const LogKind &kind, const char *name, const char *description,
@@ -119,7 +121,7 @@ void addImageLogCommand(CLI::App &commands, Action &action)
         "Example: prattlebug image-log \"Kim on 2005-03-01.ichat\" pictures/log.html\n"
         "The files go into the folder Images beside LOG, which must exist. The preference imageEntry says\n"
         "what is written for each: its three %@ are the file's name, the sender and the date.\n"
-        "Exit code: 1 when the chat cannot be read, the file not written, or imageEntry is not set.",
+        "Exit code: 1 when the chat cannot be read, a file not written, or imageEntry is not set.",
         action);
 }
 

@@ -106,7 +106,7 @@ int stats(bool asJson)
         printError(QByteArrayView(name + " holds no statistics."));
         return exitFailed;
     }
-    const galleries::Statistics loaded = galleries::Statistics::load();
+    const galleries::Statistics loaded = galleries::Statistics::load(path);
     const Totals totals{loaded.counts, loaded.startDate, galleries::storedDate(store[u"endDate"])};
     if (asJson)
         printJson(totals);

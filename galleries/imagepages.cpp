@@ -10,7 +10,7 @@ namespace galleries {
 
 namespace {
 
-GalleryLayout imageLayout()
+GalleryLayout imageLayout(MonthOrder order)
 {
     return {.pageTemplate = imageTemplatePath(),
             .sectionsToken = "____IMAGES",
@@ -20,7 +20,8 @@ GalleryLayout imageLayout()
                       .afterTitle = u"</h3>\n<table class=\"images\" cellpadding=0 cellspacing=10>\n",
                       .rowLength = 5,
                       .rowBreak = u"</tr><tr>",
-                      .end = u"</tr></table></ul>"}};
+                      .end = u"</tr></table></ul>",
+                      .order = order}};
 }
 
 constexpr qsizetype leastMarkup = 60; ///< of a cell, beside what the file's name takes
@@ -38,7 +39,7 @@ QString cell(const ImageEntry &entry)
 
 } // namespace
 
-void writeImagePages(const ImageStore &store)
+void writeImagePages(const ImageStore &store, MonthOrder order)
 {
     std::vector<GallerySpeaker> speakers;
     for (const ImageStore::Speaker &speaker : store.speakers()) {
@@ -52,7 +53,7 @@ void writeImagePages(const ImageStore &store)
             return GalleryItem{entry.date, cell(entry)};
         };
     }
-    writeGalleryPages(imageLayout(), speakers);
+    writeGalleryPages(imageLayout(order), speakers);
 }
 
 } // namespace galleries

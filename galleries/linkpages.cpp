@@ -11,7 +11,7 @@ namespace galleries {
 
 namespace {
 
-GalleryLayout linkLayout()
+GalleryLayout linkLayout(MonthOrder order)
 {
     return {.pageTemplate = linkTemplatePath(),
             .sectionsToken = "____LINKS",
@@ -21,7 +21,8 @@ GalleryLayout linkLayout()
                       .afterTitle = u"</h3><ul class=\"links\">\n",
                       .rowLength = 0,
                       .rowBreak = {},
-                      .end = u"</ul>"}};
+                      .end = u"</ul>",
+                      .order = order}};
 }
 
 QString linkItem(const QString &speaker, const LinkEntry &entry)
@@ -33,7 +34,7 @@ QString linkItem(const QString &speaker, const LinkEntry &entry)
 
 } // namespace
 
-void writeLinkPages(const LinkStore &store)
+void writeLinkPages(const LinkStore &store, MonthOrder order)
 {
     std::vector<GallerySpeaker> speakers;
     for (const LinkStore::Speaker &speaker : store.speakers()) {
@@ -47,7 +48,7 @@ void writeLinkPages(const LinkStore &store)
             return GalleryItem{entry.date, linkItem(speaker.name, entry)};
         };
     }
-    writeGalleryPages(linkLayout(), speakers);
+    writeGalleryPages(linkLayout(order), speakers);
 }
 
 QString compressedLink(const QString &link)

@@ -1,7 +1,5 @@
 #include "galleries/monthtable.h"
 
-#include "DateComparator.h"
-
 #include <QStringBuilder>
 
 #include <algorithm>
@@ -32,9 +30,8 @@ MonthSection &MonthTable::section(const QString &title)
 QString MonthTable::html() const
 {
     QStringList titles = m_sections.keys();
-    std::sort(titles.begin(), titles.end(), [](const QString &a, const QString &b) {
-        return DateComparator::compareLinkDateString(a, b) > 0;
-    });
+    std::sort(titles.begin(), titles.end(),
+              [this](const QString &a, const QString &b) { return m_layout.order(a, b) > 0; });
     QString text;
     for (const QString &title : std::as_const(titles))
         text.append(m_sections[title].html()).append(m_layout.end);

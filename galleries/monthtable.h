@@ -4,7 +4,12 @@
 #include <QString>
 #include <QStringView>
 
+#include <compare>
+
 namespace galleries {
+
+/// How two months compare, by their titles ("March 2005"): the earlier one is less.
+using MonthOrder = std::strong_ordering (*)(QStringView, QStringView);
 
 /// What stands around the entries of one month on the pages of a gallery.
 struct MonthLayout {
@@ -13,6 +18,7 @@ struct MonthLayout {
     qsizetype rowLength = 0; ///< entries in a row; 0 where they stand in none
     QStringView rowBreak;    ///< behind each full row, the last one too
     QStringView end;
+    MonthOrder order; ///< of the sections
 };
 
 /// The entries of one month under their heading.

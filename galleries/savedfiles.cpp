@@ -5,7 +5,10 @@
 
 #include <cstdio>
 #include <fcntl.h>
+#include <optional>
+#include <string>
 #include <system_error>
+#include <unistd.h>
 
 using platform::NSFileWrapper;
 namespace filesystem = std::filesystem;
@@ -14,7 +17,11 @@ namespace galleries {
 
 namespace {
 
+using Failure = std::optional<std::string>;
+
+constexpr qint64 timesItsSize = 16;
 constexpr qint64 costOfAFile = 4096;
+constexpr qint64 costOfALink = 256;
 
 qint64 weightOf(const NSFileWrapper &wrapper) // no deeper than its reader goes
 {
@@ -24,74 +31,119 @@ qint64 weightOf(const NSFileWrapper &wrapper) // no deeper than its reader goes
     return weight;
 }
 
-bool writeFile(const filesystem::path &path, const QByteArray &contents)
-{
-    return !platform::writeAtomically(path, contents, {.durability = platform::Durability::Unsynced});
-}
-
 bool isFolder(const filesystem::path &path)
 {
     std::error_code error;
     return filesystem::is_directory(filesystem::symlink_status(path, error));
 }
 
-/// @return whether all of it has been written.
-bool writeContents(const NSFileWrapper &folder, const filesystem::path &path)
+Failure writeFile(const filesystem::path &path, const QByteArray &contents)
 {
-    bool isWhole = true;
-    for (const NSFileWrapper::Child &child : folder.children()) {
-        const filesystem::path target = path / platform::pathFromString(fileName(child.name, {}).text());
-        if (child.wrapper->isRegularFile()) {
-            isWhole &= writeFile(target, child.wrapper->regularFileContents());
-            continue;
-        }
-        std::error_code error;
-        filesystem::create_directory(target, error);
-        isWhole &= !error && writeContents(*child.wrapper, target);
-    }
-    return isWhole;
+    return platform::writeAtomically(path, contents, {.durability = platform::Durability::Unsynced});
 }
 
-void writeFolder(const NSFileWrapper &folder, const filesystem::path &path)
+/// @return the first failure.
+Failure writeContents(const NSFileWrapper &folder, const filesystem::path &path)
+{
+    Failure failure;
+    for (const NSFileWrapper::Child &child : folder.children()) {
+        const filesystem::path target = path / platform::pathFromString(fileName(child.name, {}).text());
+        Failure ofChild;
+        if (child.wrapper->isRegularFile()) {
+            ofChild = writeFile(target, child.wrapper->regularFileContents());
+        } else {
+            std::error_code error;
+            filesystem::create_directory(target, error);
+            ofChild = error ? Failure(error.message()) : writeContents(*child.wrapper, target);
+        }
+        if (!failure)
+            failure = std::move(ofChild);
+    }
+    return failure;
+}
+
+Failure writeFolder(const NSFileWrapper &folder, const filesystem::path &path)
 {
     const filesystem::path temporary = platform::temporaryBeside(path, platform::TemporaryKind::Folder);
     std::error_code error;
     filesystem::remove_all(temporary, error);
     if (!filesystem::create_directory(temporary, error))
-        return;
-    const bool isWhole = writeContents(folder, temporary);
+        return error.message();
+    Failure failure = writeContents(folder, temporary);
     // Exchanged with what stands there, so that at no moment nothing does; not every file system can.
-    if ((isWhole || !isFolder(path)) &&
+    if ((!failure || !isFolder(path)) &&
         ::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) != 0) {
         filesystem::remove_all(path, error);
         filesystem::rename(temporary, path, error);
+        if (error && !failure)
+            failure = error.message();
     }
     filesystem::remove_all(temporary, error); // the old one, or what could not be made whole
+    return failure;
+}
+
+/// In place of what stands there.
+Failure write(const NSFileWrapper &wrapper, const filesystem::path &path)
+{
+    if (!wrapper.isRegularFile())
+        return writeFolder(wrapper, path);
+    Failure failure = writeFile(path, wrapper.regularFileContents());
+    if (failure && isFolder(path)) {
+        std::error_code ignored;
+        filesystem::remove_all(path, ignored);
+        failure = writeFile(path, wrapper.regularFileContents());
+    }
+    return failure;
 }
 
 } // namespace
 
-void SavedFiles::save(const std::shared_ptr<const NSFileWrapper> &wrapper, const FileName &name)
+bool SavedFiles::save(const std::shared_ptr<const NSFileWrapper> &wrapper, const FileName &name)
 {
     const QString text = name.text();
-    std::shared_ptr<const NSFileWrapper> &saved = m_saved[text];
-    if (saved == wrapper || m_left == 0)
-        return;
-    const qint64 weight = weightOf(*wrapper);
-    if (weight > m_left) {
-        m_left = 0; // nor is anything further weighed, which is work too
-        return;
+    if (m_isFull)
+        return false;
+    if (m_saved.value(text) == wrapper)
+        return true;
+    if (!m_places.contains(wrapper.get())) {
+        m_places.insert(wrapper.get(), {});
+        m_left += timesItsSize * wrapper->totalSize();
     }
-    m_left -= weight;
-    saved = wrapper;
 
     const filesystem::path path = m_folder / platform::pathFromString(text);
-    if (!wrapper->isRegularFile())
-        return writeFolder(*wrapper, path);
-    std::error_code ignored;
-    if (isFolder(path))
-        filesystem::remove_all(path, ignored);
-    writeFile(path, wrapper->regularFileContents());
+    if (!link(*wrapper, path)) {
+        const qint64 weight = weightOf(*wrapper);
+        if (weight > m_left) {
+            m_isFull = true; // nor is anything further weighed, which is work too
+            return false;
+        }
+        m_left -= weight;
+        const Failure failure = write(*wrapper, path);
+        if (failure && m_failed)
+            m_failed(path, *failure);
+        if (failure)
+            return true;
+    }
+    m_saved.insert(text, wrapper);
+    m_places.insert(wrapper.get(), text);
+    return true;
+}
+
+/// Makes @p path a hard link to where @p wrapper stands already, if it does.
+bool SavedFiles::link(const NSFileWrapper &wrapper, const filesystem::path &path)
+{
+    const QString place = m_places.value(&wrapper);
+    if (place.isEmpty() || m_saved.value(place).get() != &wrapper || !wrapper.isRegularFile() ||
+        m_left < costOfALink)
+        return false;
+    const filesystem::path temporary = platform::temporaryBeside(path, platform::TemporaryKind::File);
+    ::unlink(temporary.c_str());
+    if (::link((m_folder / platform::pathFromString(place)).c_str(), temporary.c_str()) != 0)
+        return false; // not every file system can, and none without end
+    const bool isLinked = ::rename(temporary.c_str(), path.c_str()) == 0;
+    ::unlink(temporary.c_str()); // it stays when both are links to one file already
+    m_left -= isLinked ? costOfALink : 0;
+    return isLinked;
 }
 
 } // namespace galleries

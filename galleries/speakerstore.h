@@ -56,6 +56,8 @@ public:
         QString name; ///< display name
         std::vector<Entry> entries;
     };
+    /// What one chat adds, in its order: a speaker may stand in it more than once.
+    using Contribution = std::vector<Speaker>;
 
     /// The store at @p path, an empty one when there is no file. Nothing when the file cannot be read, or
     /// holds anything else than such a list.
@@ -74,7 +76,7 @@ public:
     /// name is new. Nothing is done without entries.
     void add(const QString &speaker, std::vector<Entry> entries);
     /// Adds all that @p speakers have sent, one after the other, and sorts.
-    void fold(const std::vector<Speaker> &speakers);
+    void fold(const Contribution &speakers);
     /// Sorts every speaker's entries with newestFirst(); those of equal dates keep their order.
     void sort();
     /// Makes a sorted store what its file would give back: with whole seconds.
@@ -84,6 +86,8 @@ public:
     /// again.
     [[nodiscard]] std::optional<QByteArray>
     propertyList(qsizetype largest = platform::largestReadableFile) const;
+    /// Replaces the file at @p path, atomically.
+    [[nodiscard]] StoreSaving save(const std::filesystem::path &path) const;
 
 private:
     static constexpr QStringView speakerKey = u"speaker";
@@ -182,7 +186,7 @@ void SpeakerStore<Entry>::add(const QString &speaker, std::vector<Entry> entries
 }
 
 template <StoreEntry Entry>
-void SpeakerStore<Entry>::fold(const std::vector<Speaker> &speakers)
+void SpeakerStore<Entry>::fold(const Contribution &speakers)
 {
     for (const Speaker &speaker : speakers)
         add(speaker.name, speaker.entries);
@@ -254,6 +258,15 @@ std::optional<QByteArray> SpeakerStore<Entry>::propertyList(qsizetype largest) c
     if (bytes.size() > largest)
         return std::nullopt;
     return bytes;
+}
+
+template <StoreEntry Entry>
+StoreSaving SpeakerStore<Entry>::save(const std::filesystem::path &path) const
+{
+    const auto bytes = propertyList();
+    if (!bytes)
+        return StoreSaving::TooLarge;
+    return platform::writeAtomically(path, *bytes) ? StoreSaving::NotWritten : StoreSaving::Saved;
 }
 
 template <StoreEntry Entry>

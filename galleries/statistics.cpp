@@ -1,6 +1,5 @@
 #include "galleries/statistics.h"
 
-#include "galleries/propertylistfile.h"
 #include "galleries/supportfolder.h"
 
 #include "platform/files/files.h"
@@ -57,11 +56,10 @@ qint32 saturated(qint64 count)
     return qint32(std::clamp<qint64>(count, Limits::min(), Limits::max()));
 }
 
-Statistics Statistics::load()
+Statistics Statistics::load(const std::filesystem::path &path)
 {
     const auto startingAt = [](const NSDate &start) { return Statistics{{}, start, start}; };
 
-    const std::filesystem::path path = statisticsStorePath();
     if (!platform::fileExists(path))
         return startingAt(NSDate::now());
     const PropertyList store = readPropertyListFile(path);
@@ -91,7 +89,7 @@ void Statistics::settle()
     endDate = startDate;
 }
 
-bool Statistics::save() const
+StoreSaving Statistics::save(const std::filesystem::path &path) const
 {
     platform::XMLPropertyListWriter writer;
     writer.beginDictionary();
@@ -104,7 +102,7 @@ bool Statistics::save() const
     writer.key(endDateKey);
     writer.date(endDate);
     writer.endDictionary();
-    return !platform::writeAtomically(statisticsStorePath(), writer.finish());
+    return platform::writeAtomically(path, writer.finish()) ? StoreSaving::NotWritten : StoreSaving::Saved;
 }
 
 } // namespace galleries

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "galleries/propertylistfile.h"
+
 #include "platform/date/nsdate.h"
 
-#include <QtGlobal>
+#include <filesystem>
 
 namespace galleries {
 
@@ -33,18 +35,21 @@ struct ChatStatistics {
 
 /// The statistics store: running totals over all chats and the time that they cover.
 ///
-/// Its file, statisticsStorePath(), is a property list with a dictionary at its root: the nine counts as
+/// Its file is a property list with a dictionary at its root: the nine counts as
 /// integers and the two dates, each under its name here.
 struct Statistics {
-    StatisticsCounts counts;
-    platform::NSDate startDate;
-    platform::NSDate endDate; ///< of the chat folded in last; until there is one, the start
+    using Contribution = ChatStatistics;
 
-    /// Reads the store, in any form of a property list. Where there is no file, the statistics begin now.
-    /// What is no property list with a dictionary at its root counts as an empty store. A count that is
-    /// missing or is neither a number nor a text of digits is 0. A start date that is missing, or is no date,
-    /// is the support folder's creation, or now when that cannot be had. The stored end date is not read.
-    [[nodiscard]] static Statistics load();
+    StatisticsCounts counts;
+    platform::NSDate startDate = platform::NSDate::now();
+    platform::NSDate endDate = startDate; ///< of the chat folded in last; until there is one, the start
+
+    /// Reads the store at @p path, in any form of a property list. Where there is no file, the statistics
+    /// begin now. What is no property list with a dictionary at its root counts as an empty store. A count
+    /// that is missing or is neither a number nor a text of digits is 0. A start date that is missing, or is
+    /// no date, is the support folder's creation, or now when that cannot be had. The stored end date is not
+    /// read.
+    [[nodiscard]] static Statistics load(const std::filesystem::path &path);
 
     /// Adds what one chat contributes, and ends the time covered at its last message, also when that is
     /// earlier than before.
@@ -53,9 +58,8 @@ struct Statistics {
     /// Makes the statistics what their file would give back: with whole seconds, and without an end.
     void settle();
 
-    /// Writes the store as XML, atomically; in the file dates have whole seconds.
-    /// @return whether it stands there.
-    bool save() const;
+    /// Replaces the file at @p path, in XML and atomically; there, dates have whole seconds.
+    [[nodiscard]] StoreSaving save(const std::filesystem::path &path) const;
 };
 
 } // namespace galleries

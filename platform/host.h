@@ -7,9 +7,9 @@ namespace platform {
 
 /// What the running program offers to the model below it: somewhere to write, to beep and to show a dialog.
 ///
-/// Together with the chat-log model's three host flags this is the only state that belongs to the process. A
-/// program installs its host once, at its start; until then the default host stands, which writes console
-/// lines to standard error and shows a dialog as such a line.
+/// Together with the chat-log model's three host flags and the open galleries::Session this is the only state
+/// that belongs to the process. A program installs its host once, at its start; until then the default host
+/// stands, which writes console lines to standard error and shows a dialog as such a line.
 class Host {
 public:
     virtual ~Host() = default;

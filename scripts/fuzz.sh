@@ -17,9 +17,11 @@ fuzz_one='
     name=$1
     build=build/fuzz
     mkdir -p "$build/corpus/$name" "$build/faults" "$build/logs"
+    largest=65536
+    [ "$name" = picture ] && largest=1048576 # a larger file of an odd kind is not looked at
     regressions=fuzz/regressions/$name
     [ -d "$regressions" ] || regressions=
-    "$build/fuzz/fuzz_$name" -max_total_time="$2" -timeout=60 -rss_limit_mb=2048 -malloc_limit_mb=512 -max_len=65536 \
+    "$build/fuzz/fuzz_$name" -max_total_time="$2" -timeout=60 -rss_limit_mb=2048 -malloc_limit_mb=512 -max_len="$largest" \
         -print_final_stats=1 -artifact_prefix="$build/faults/$name-" \
         "$build/corpus/$name" "$build/fuzz/seeds/$name" $regressions >"$build/logs/$name" 2>&1 || {
         echo "fuzz_$name: a fault" && tail -n 60 "$build/logs/$name"

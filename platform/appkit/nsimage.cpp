@@ -1,6 +1,6 @@
 #include "platform/appkit/nsimage.h"
 
-#include "platform/appkit/imageresolution.h"
+#include "platform/appkit/pictureheader.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -8,6 +8,17 @@
 namespace platform {
 
 namespace {
+
+/// The size of a picture of a kind whose header is not read here.
+QSize askedOfQt(const QByteArray &data)
+{
+    QBuffer buffer;
+    buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    const QImageReader reader(&buffer);
+    // Qt would read the whole drawing, and a small one can ask for more work than any machine can do.
+    return reader.format().startsWith("svg") ? QSize() : reader.size();
+}
 
 double points(int pixels, const std::optional<double> &resolution)
 {
@@ -19,19 +30,13 @@ double points(int pixels, const std::optional<double> &resolution)
 
 std::optional<NSImage> NSImage::initWithData(const QByteArray &data)
 {
-    QBuffer buffer;
-    buffer.setData(data);
-    buffer.open(QIODevice::ReadOnly);
-    const QImageReader reader(&buffer);
-    // Qt would read the whole drawing, and a small one can ask for more work than any machine can do.
-    if (reader.format().startsWith("svg"))
+    std::optional<PictureHeader> header = pictureHeader(data);
+    if (!header && data.size() <= largestOfOtherKinds)
+        header = PictureHeader{askedOfQt(data), {}, {}};
+    if (!header || header->pixels.isEmpty())
         return std::nullopt;
-    const QSize pixels = reader.size();
-    if (pixels.isEmpty())
-        return std::nullopt;
-    const ImageResolution resolution = statedResolution(data);
-    return NSImage(points(pixels.width(), resolution.horizontal),
-                   points(pixels.height(), resolution.vertical));
+    return NSImage(points(header->pixels.width(), header->horizontalResolution),
+                   points(header->pixels.height(), header->verticalResolution));
 }
 
 } // namespace platform

@@ -222,3 +222,20 @@ TEST_F(Archiver, KeepsOnlyWholeMessagesWhenTheDiskFills)
     EXPECT_THAT(consoleLog().toStdString(),
                 HasSubstr("The chat with Kim could not be written to the mbox: File too large"));
 }
+
+TEST_F(Archiver, LeavesOutAChatThatIsTooLargeAndTakesTheNext)
+{
+    const auto chatOf = [](qsizetype length, size_t times) {
+        const auto message =
+            makeMessage(u"Jabber", u"mallory", platform::NSAttributedString(QString(length, u'x')));
+        return VORAChatLog::withMessages(VORAChatLog::Messages(times, message), QStringLiteral("mallory"));
+    };
+    const auto date = platform::NSDate::fromUnixTime(1109711265);
+    std::string failure;
+    auto file = platform::NSFileHandle::createFileAtPath(home() / "mbox", failure);
+    EXPECT_FALSE(archiver.appendChatLog(*chatOf(100'000, 8'000), file, date));
+    EXPECT_EQ(read(home() / "mbox"), "");
+    EXPECT_THAT(consoleLog().toStdString(),
+                HasSubstr("The chat with mallory is too large for a mail message and has been left out."));
+    EXPECT_TRUE(archiver.appendChatLog(*chatOf(1, 1), file, date));
+}

@@ -133,6 +133,11 @@ class Everyday(CompanionTest):
         names = [line.split("|")[0] for line in Path(log).read_text(encoding="utf-8").splitlines()[len(lines):]]
         self.assertTrue(names)
         self.assertEqual(sorted(set(names)), sorted(os.listdir(self.path("logs/Images"))))
+        shutil.rmtree(self.path("logs/Images"))
+        os.symlink("/proc", self.path("logs/Images"))  # where nothing can be written
+        output, errors = self.run_companion("image-log", with_files, log, code=1)
+        self.assertIn(f"logs/Images/{names[0]}: ", errors)
+        self.assertEqual(Path(log).read_text(encoding="utf-8").count(names[0]), 2)
 
     def test_status_tells_of_failures_and_clears_the_count(self):
         self.assertEqual(self.run_companion("status")[0], "No failure has been reported.\n")

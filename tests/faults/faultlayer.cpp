@@ -221,6 +221,11 @@ int renameat2(int fromFolder, const char *from, int toFolder, const char *to, un
                : -1;
 }
 
+int link(const char *from, const char *to)
+{
+    return mayChange(AT_FDCWD, to) ? original<decltype(link)>("link")(from, to) : -1;
+}
+
 int unlink(const char *path)
 {
     return mayChange(AT_FDCWD, path) ? original<decltype(unlink)>("unlink")(path) : -1;

@@ -334,20 +334,52 @@ TEST_F(Images, ThatAreFoldersAreWrittenWithAllTheyHold)
     EXPECT_THAT(names(path), ElementsAre("linktemplate.html"));
 }
 
-TEST_F(Images, OfOneChatHaveALimit)
+TEST_F(Images, ThatAreSentAgainAreHardLinksWithinALimit)
 {
-    galleries::SavedFiles saved(images(), 10'000);
+    std::vector<std::filesystem::path> failed;
+    const auto note = [&failed](const std::filesystem::path &path, const std::string &) {
+        failed.push_back(path);
+    };
+    galleries::SavedFiles saved(images(), note, 13'000);
     const auto save = [&saved](const char16_t *name, const Wrapper &wrapper) {
-        saved.save(wrapper, {QString::fromUtf16(name), {}});
+        return saved.save(wrapper, {QString::fromUtf16(name), {}});
     };
     const Wrapper a = file(QString(), "a");
     const Wrapper b = file(QString(), "b");
     for (int i = 0; i < 5; ++i)
-        save(u"1", a); // which it is already
-    save(u"1", b);
-    EXPECT_EQ(read(images() / "1"), "b");
-    save(u"2", a);
-    EXPECT_THAT(names(images()), ElementsAre("1"));
+        EXPECT_TRUE(save(u"1", a)) << "which it is already";
+    EXPECT_TRUE(save(u"2", a));
+    EXPECT_EQ(std::filesystem::hard_link_count(images() / "1"), 2U);
+    EXPECT_TRUE(save(u"1", b));
+    EXPECT_TRUE(save(u"3", a)) << "a link to the second";
+    EXPECT_EQ(read(images() / "1") + read(images() / "2") + read(images() / "3"), "baa");
+    EXPECT_EQ(std::filesystem::hard_link_count(images() / "2"), 2U);
+    std::filesystem::remove(images() / "3");
+    EXPECT_TRUE(save(u"4", a)) << "a copy, where no link can be made";
+    EXPECT_EQ(std::filesystem::hard_link_count(images() / "4"), 1U);
+    EXPECT_FALSE(saved.isFull());
+    EXPECT_FALSE(save(u"5", file(QString(), "c")));
+    EXPECT_FALSE(save(u"1", a)) << "nor anything after it";
+    EXPECT_TRUE(saved.isFull());
+    EXPECT_THAT(names(images()), UnorderedElementsAre("1", "2", "4"));
+    EXPECT_THAT(failed, IsEmpty());
+
+    galleries::SavedFiles nowhere(home() / "none", note);
+    EXPECT_TRUE(nowhere.save(a, {QStringLiteral("1"), {}})) << "it has its entry all the same";
+    EXPECT_THAT(failed, ElementsAre(home() / "none/1"));
+}
+
+TEST_F(Images, BeyondTheLimitHaveNeitherFilesNorEntries)
+{
+    std::vector<NSFileWrapper::Child> children(20'000, {QString(), file(QString(), QByteArray())});
+    const Wrapper album = std::make_shared<NSFileWrapper>(QStringLiteral("album"), std::move(children));
+    const QString ann = QStringLiteral("Ann");
+    VORALogGenerator::GenerateImageFiles(
+        chat({{ann, utc(2005, 1, 1), {file(QStringLiteral("a"))}}, {ann, utc(2005, 1, 2), {album, nameless}}})
+            .get());
+    EXPECT_EQ(store().total(), 1);
+    EXPECT_EQ(names(images()).size(), 1U);
+    EXPECT_EQ(consoleLog().count("more than one chat may write"), 1);
 }
 
 TEST_F(Images, ExtendALogAndStandBesideIt)

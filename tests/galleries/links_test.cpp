@@ -222,6 +222,22 @@ TEST_F(Links, AreWhollyOldOrWhollyNewOnAFullDisk)
         << "store, template and two pages of Ann, no parts";
 }
 
+TEST_F(Links, OfMorePeopleThanSitInAnyChatAreLeftOut)
+{
+    std::vector<std::string> names;
+    for (int i = 0; i < 101; ++i)
+        names.push_back("friend" + std::to_string(i));
+    std::vector<Sent> sent;
+    for (const std::string &name : names)
+        sent.push_back({name.c_str(), local(2006, 1, 1), {QStringLiteral("x")}});
+    VORALogGenerator::GenerateLinkFiles(chat(sent).get());
+    EXPECT_EQ(galleries::LinkStore::load(home() / storeName)->total(), 0);
+    EXPECT_EQ(consoleLog().count("come from too many people and have been left out."), 1);
+    sent.pop_back();
+    VORALogGenerator::GenerateLinkFiles(chat(sent).get());
+    EXPECT_EQ(galleries::LinkStore::load(home() / storeName)->total(), 100);
+}
+
 TEST_F(Links, ExtendABookmarkLog)
 {
     const auto chatLog =

@@ -4,9 +4,14 @@
 #include "tests/support/testhome.h"
 #include "tests/support/transcripts.h"
 
+#include "galleries/gallery.h"
+#include "galleries/writeschedule.h"
+
 #include "platform/appkit/nsfilewrapper.h"
+#include "platform/files/files.h"
 #include "platform/foundation/scalars.h"
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/propertylist.h"
 
 #include <gmock/gmock.h>
 
@@ -141,7 +146,7 @@ TEST_F(GalleryRuns, LeaveWhatTheCallsAloneWouldLeave)
                 call(*chatLog);
             const auto expected = files();
             // Written never but at the ends, now and then, and with every call.
-            for (const int between : {0, 60, 10'000}) {
+            for (const int between : {0, 200, 10'000}) {
                 SCOPED_TRACE(std::string(zone) + ", " + row.name + ", " + std::to_string(between));
                 setUp();
                 row.prepare();
@@ -189,36 +194,110 @@ TEST_F(GalleryRuns, FailAsTheCallsAloneWould)
     EXPECT_EQ(found, untouched);
 }
 
-TEST_F(GalleryRuns, WriteWhenTwentyTimesTheCostHasPassed)
+TEST_F(GalleryRuns, WaitNoMoreOnceOneCouldNotBeWritten)
 {
     setUp();
     TestClock clock;
-    const Chats chats = randomChats(3, 40);
-    const auto statisticsTell = [this](int chatCount) {
-        return read(home() / "Library/Prattlebug/talkmeter.plist")
-            .contains("<key>chatcount</key>\n\t<integer>" + QByteArray::number(chatCount));
+    const Chats chats = randomChats(3, 3);
+    const auto chatCount = [this] {
+        const auto stored = platform::readPropertyList(read(home() / "Library/Prattlebug/talkmeter.plist"));
+        return stored[u"chatcount"].integer();
     };
     const VORALogGenerator::Run run(clock.now());
-    call(*chats[0]); // three writings of a minute each
-    EXPECT_TRUE(statisticsTell(8));
-    clock.isRunning = false;
-    clock.add(std::chrono::minutes(59));
-    call(*chats[1]);
-    EXPECT_TRUE(statisticsTell(8));
-    clock.add(std::chrono::minutes(1));
-    clock.isRunning = true;
-    VORALogGenerator::UpdateStatistics(*chats[2]); // and one of a minute for all
-    EXPECT_TRUE(statisticsTell(10));
-    clock.isRunning = false;
-    for (const auto &chatLog : std::span(chats).subspan(3))
+    for (const auto &chatLog : chats)
         call(*chatLog);
-    EXPECT_TRUE(statisticsTell(10));
+    EXPECT_EQ(chatCount(), 8) << "the first is written at once, the others wait";
     {
         const FullDisk disk(0);
         VORALogGenerator::GenerateLinkFiles(nullptr);
     }
     VORALogGenerator::UpdateStatistics(*chats[0]);
-    EXPECT_TRUE(statisticsTell(7 + 40 + 1)) << "once one has failed, none waits";
+    EXPECT_EQ(chatCount(), 7 + 3 + 1);
+}
+
+TEST_F(GalleryRuns, WithoutCallsLeaveEverythingAsItWas)
+{
+    setUp();
+    call(*randomChats(1, 1).front());
+    const auto before = files();
+    {
+        const VORALogGenerator::Run run;
+    }
+    EXPECT_EQ(files(), before);
+}
+
+TEST(WriteSchedule, IsDueWhenFiftyTimesTheCostHasPassed)
+{
+    using std::chrono::minutes;
+    galleries::WriteSchedule::Clock::time_point time;
+    galleries::WriteSchedule schedule([&time] { return time; });
+    const auto isDueFirstAfter = [&](minutes wait) {
+        time += wait - minutes(1);
+        const bool isEarly = schedule.isDue();
+        time += minutes(1);
+        return !isEarly && schedule.isDue();
+    };
+    const auto writing = [&time](int cost) { return [&time, cost] { time += minutes(cost); }; };
+    schedule.writeOne(writing(1));
+    schedule.writeOne(writing(2));
+    EXPECT_TRUE(isDueFirstAfter(minutes(150))) << "what was written one by one adds up";
+    schedule.writeAll(writing(5));
+    EXPECT_TRUE(isDueFirstAfter(minutes(250)));
+    schedule.writeOne(writing(1));
+    EXPECT_TRUE(isDueFirstAfter(minutes(300)));
+}
+
+namespace {
+
+/// A store of numbers, of which 13 does not fit into the memory, nor does the file with 7 in it.
+struct NumberStore {
+    using Contribution = int;
+
+    QByteArray text;
+
+    static std::filesystem::path path() { return platform::homeDirectory() / "numbers"; }
+    static std::optional<NumberStore> load(const std::filesystem::path &path)
+    {
+        return NumberStore{platform::readWholeFile(path).bytes.value_or(QByteArray())};
+    }
+    void fold(int number)
+    {
+        text += QByteArray::number(number) + ' ';
+        if (number == 13)
+            throw std::bad_alloc();
+    }
+    void settle() {}
+    [[nodiscard]] galleries::StoreSaving save(const std::filesystem::path &path) const
+    {
+        if (text.contains('7'))
+            throw std::bad_alloc();
+        return platform::writeAtomically(path, text) ? galleries::StoreSaving::NotWritten
+                                                     : galleries::StoreSaving::Saved;
+    }
+};
+
+} // namespace
+
+TEST_F(GalleryRuns, GiveUpTheChatForWhichThereIsTooLittleMemory)
+{
+    galleries::Gallery<NumberStore> gallery(
+        {.path = NumberStore::path, .writePages = [](const NumberStore &) { throw std::bad_alloc(); }});
+    const auto fold = [&gallery](int number) {
+        ASSERT_TRUE(gallery.refresh());
+        gallery.fold(number);
+    };
+    fold(1);
+    EXPECT_THROW(fold(13), std::bad_alloc);
+    gallery.write();
+    EXPECT_EQ(read(NumberStore::path()), "1 ") << "the end of a run comes next";
+    fold(2);
+    EXPECT_THROW(fold(13), std::bad_alloc);
+    fold(7);
+    EXPECT_THROW(gallery.write(), std::bad_alloc);
+    EXPECT_EQ(read(NumberStore::path()), "1 ");
+    fold(3);
+    gallery.write();
+    EXPECT_EQ(read(NumberStore::path()), "1 2 3 ");
 }
 
 TEST_F(GalleryRuns, TakeInWhatOthersHaveWrittenMeanwhile)

@@ -6,6 +6,8 @@
 #include <QtEndian>
 #include <gtest/gtest.h>
 
+#include <ctime>
+
 using platform::NSImage;
 
 namespace {
@@ -66,9 +68,49 @@ QByteArray withExif(QByteArray jpeg, const QByteArray &tiff)
     return jpeg.insert(20, "\xFF\xE1" + bigEndian(quint16(data.size() + 2)) + data);
 }
 
-/// A GIF of 96 by 20 pixels up to its colours, which is all that a size takes.
-const QByteArray gif("GIF89a\x60\0\x14\0\x80\0\0\0\0\0\xFF\xFF\xFF,\0\0\0\0\x60\0\x14\0\0\x02\x02\x44\x01\0;",
-                     36);
+QByteArray fromHex(const char *hex)
+{
+    return QByteArray::fromHex(hex);
+}
+
+/// A GIF with a screen of this size, of four hexadecimal digits each, little-endian, and one image of 96 by
+/// 20 pixels two pixels from the left and three from the top, with a comment before it.
+QByteArray gif(const char *width, const char *height)
+{
+    return "GIF89a" + fromHex(width) + fromHex(height) +
+           fromHex("800000"
+                   "000000ffffff"
+                   "21fe0161"
+                   "00") +
+           fromHex("2c02000300"
+                   "60001400"
+                   "00"
+                   "02024401003b");
+}
+
+/// The first chunk of a WebP picture.
+QByteArray webp(const char *type, const char *data)
+{
+    return QByteArray("RIFF\x40\0\0\0WEBP", 12) + type + fromHex("20000000") + fromHex(data);
+}
+
+/// A BMP with an information header of this size, the rest of which are zeros.
+QByteArray bmp(quint8 headerSize, const char *sizes)
+{
+    return "BM" + QByteArray(12, '\0') + char(headerSize) + QByteArray(3, '\0') + fromHex(sizes) +
+           QByteArray(headerSize, '\0');
+}
+
+/// The first directory of a TIFF in which the sizes stand in fields of this type.
+const QByteArray littleTiff = fromHex("49492a00080000000200"
+                                      "000103000100000060000000"
+                                      "010103000100000014000000");
+const QByteArray bigTiff = fromHex("4d4d002b000800000000000000000010"
+                                   "0000000000000002"
+                                   "01000004000000000000000100000060"
+                                   "00000000"
+                                   "01010010000000000000000100000000"
+                                   "00000014");
 
 QByteArray hugePng()
 {
@@ -107,7 +149,18 @@ TEST(NSImage, HasTheSizeThatItsHeaderStates)
         {"exif without a unit, so jfif", withExif(jpeg, exif(720, 1440, 1)), {30, 40}},
         {"tiff, 72 dpi", picture("tiff"), {60, 40}},
         {"tiff, 144 by 72 dpi", picture("tiff", 5669, 2835), {30, 40}},
-        {"gif", gif, {96, 20}},
+        {"gif", gif("6000", "1400"), {96, 20}},
+        {"gif, larger than its image", gif("d007", "c800"), {2000, 200}},
+        {"gif, too large to be believed", gif("da07", "ffff"), {98, 23}},
+        {"gif without a size of its own", gif("0000", "0000"), {98, 23}},
+        {"bmp of OS/2", bmp(12, "60001400"), {96, 20}},
+        {"bmp from top to bottom", bmp(40, "60000000ecffffff"), {96, 20}},
+        {"bmp of version 5", bmp(124, "6000000014000000"), {96, 20}},
+        {"webp, lossy", webp("VP8 ", "3001009d012a60401480"), {96, 20}},
+        {"webp, lossless", webp("VP8L", "2f5fc00400"), {96, 20}},
+        {"webp, animated", webp("VP8X", "020000005f0000130000"), {96, 20}},
+        {"tiff, little-endian and short", littleTiff, {96, 20}},
+        {"BigTIFF, big-endian and long", bigTiff, {96, 20}},
         {"bmp, which states none here", picture("bmp", 5669, 5669), {60, 40}},
         {"webp", picture("webp"), {60, 40}},
         {"ico", picture("ico"), {60, 40}},
@@ -123,15 +176,44 @@ TEST(NSImage, HasTheSizeThatItsHeaderStates)
 
 TEST(NSImage, IsNothingElse)
 {
-    for (const char *bytes : {"", "text", "%PDF-1.3\n", "GIF89a",
-                              "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"/>"})
-        EXPECT_FALSE(NSImage::initWithData(bytes)) << bytes;
+    const QByteArray icon = picture("ico");
+    for (const QByteArray &bytes :
+         {QByteArray(), QByteArray("text"), QByteArray("%PDF-1.3\n"), QByteArray("GIF89a"),
+          QByteArray("RIFF"),
+          QByteArray("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"/>"),
+          icon + QByteArray(NSImage::largestOfOtherKinds, '\0'), webp("VP8L", "005fc00400"),
+          bmp(40, "a0ffffff14000000"), fromHex("49492a00ffffffff"), picture("png").first(20)})
+        EXPECT_FALSE(NSImage::initWithData(bytes)) << bytes.left(64).constData();
+}
+
+TEST(NSImage, CostsNoMoreThanItsHeader)
+{
+    // Each would take from tenths of a second to minutes, were it unpacked or gone through to its end.
+    QByteArray packed = qCompress(QByteArray(1 << 26, '\0'), 9).sliced(4);
+    packed.prepend(QByteArray("zTXtk\0\0", 7));
+    const QByteArray chunk = bigEndian(quint32(packed.size() - 4)) + packed + bigEndian<quint32>(0);
+    const QByteArray frame = fromHex("414e4d4620000000"
+                                     "000000000000ff3f00ff3f0064000000") +
+                             webp("VP8L", "2fffffff0f").sliced(12);
+    const QByteArray files[] = {
+        picture("png").insert(33, chunk.repeated(8)),
+        webp("VP8X", "02000000ff3f00ff3f00") + frame.repeated(10'000),
+        picture("jpg").insert(2, fromHex("ffe20002").repeated(10'000'000)),
+        picture("jpg").insert(2, QByteArray(40'000'000, '\xFF')),
+        gif("6000", "1400").insert(19, fromHex("21fe017800").repeated(10'000'000)),
+    };
+    const std::clock_t start = std::clock();
+    for (const QByteArray &file : files)
+        static_cast<void>(NSImage::initWithData(file));
+    EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC / 20);
 }
 
 TEST(NSImage, SurvivesCutAndDamagedHeaders)
 {
     for (const QByteArray &file : {picture("png", 5669, 2835), withExif(picture("jpg"), exif(720, 720, 2)),
-                                   picture("tiff", 5669, 2835), exif(720, 720, 3), gif}) {
+                                   picture("tiff", 5669, 2835), exif(720, 720, 3), gif("6000", "1400"),
+                                   bigTiff, picture("bmp"), webp("VP8X", "020000005f0000130000"),
+                                   webp("VP8L", "2f5fc00400"), webp("VP8 ", "3001009d012a60401480")}) {
         for (qsizetype i = 0; i < std::min<qsizetype>(file.size(), 300); ++i) {
             static_cast<void>(NSImage::initWithData(file.first(i)));
             for (const char byte : {'\0', '\x7F', '\xFF'}) {

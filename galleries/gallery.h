@@ -1,0 +1,153 @@
+#pragma once
+
+#include "galleries/propertylistfile.h"
+
+#include "platform/files/files.h"
+#include "platform/log/nslog.h"
+
+#include <filesystem>
+#include <functional>
+#include <new>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace galleries {
+
+/// One store in a file, and the pages made from it. The store is kept in memory between the chats that are
+/// folded in.
+///
+/// Store and pages are what they would be, had each chat been folded in by itself: the file read, the chat
+/// folded in, the file and the pages written. A file that someone else has replaced meanwhile is read again,
+/// and what was folded in since the last writing is folded in anew.
+///
+/// An exception (there is too little memory) leaves the gallery as it was before the last fold().
+/// @tparam Store LinkStore, ImageStore or Statistics: load(path), fold(), settle() and save(path).
+template <class Store>
+class Gallery {
+public:
+    using Contribution = typename Store::Contribution; ///< what one chat adds
+
+    /// What tells one gallery from another.
+    struct Kind {
+        std::filesystem::path (*path)();               ///< of the store, asked for anew each time
+        std::function<void(const Store &)> writePages; ///< of an empty store where there is no readable one
+        bool pagesNeedTheFile = false;                 ///< whether pages show only what the file holds
+        std::function<void(StoreSaving)> failed = {};  ///< told why the store could not be written
+    };
+    explicit Gallery(Kind kind) : m_kind(std::move(kind)) {}
+
+    /// Makes the store at hand what its file holds, if it is not.
+    /// @return whether it could be read.
+    bool refresh()
+    {
+        const std::filesystem::path path = m_kind.path();
+        const auto identity = platform::fileIdentity(path);
+        if (m_store && identity == m_identity) {
+            m_store->settle();
+            return true;
+        }
+        m_identity = identity;
+        m_store = Store::load(path);
+        if (!m_store) {
+            m_isPending = false; // it is not replaced, nor are pages made that would show none of it
+            return false;
+        }
+        try {
+            for (const Contribution &contribution : m_unsaved) {
+                m_store->fold(contribution);
+                m_store->settle();
+            }
+        } catch (...) {
+            m_store.reset();
+            throw;
+        }
+        return true;
+    }
+
+    /// Folds in what a chat adds; refresh() has just said that there is a store.
+    void fold(Contribution contribution)
+    {
+        m_unsaved.push_back(std::move(contribution));
+        try {
+            m_store->fold(m_unsaved.back());
+        } catch (...) {
+            giveUpLast();
+            throw;
+        }
+        m_isPending = true;
+    }
+
+    /// Has write() make the pages also when nothing has been folded in.
+    void requestPages() { m_isPending = true; }
+
+    /// Writes the store if something has been folded in, and the pages; nothing if nothing has been folded in
+    /// or requested since the last time. When the store cannot be written, the chat folded in last is given
+    /// up, as it would be had it been folded in by itself.
+    void write()
+    {
+        m_wasWritten = true;
+        if (!std::exchange(m_isPending, false))
+            return;
+        const StoreSaving saving = save();
+        if (saving == StoreSaving::Saved || !m_kind.pagesNeedTheFile)
+            writePages();
+        if (saving == StoreSaving::Saved)
+            return;
+        m_hasFailed = true;
+        giveUpLast();
+        if (m_kind.failed)
+            m_kind.failed(saving);
+    }
+
+    /// Whether write() was ever called.
+    [[nodiscard]] bool wasWritten() const { return m_wasWritten; }
+    /// Whether the store could not be written once.
+    [[nodiscard]] bool hasFailed() const { return m_hasFailed; }
+
+private:
+    StoreSaving save()
+    {
+        if (m_unsaved.empty())
+            return StoreSaving::Saved;
+        try {
+            if (!m_store && !refresh())
+                return StoreSaving::Saved; // what someone else has put there is not replaced
+            const StoreSaving saving = m_store->save(m_kind.path());
+            m_identity = platform::fileIdentity(m_kind.path());
+            if (saving == StoreSaving::Saved)
+                m_unsaved.clear();
+            return saving;
+        } catch (const std::bad_alloc &) {
+            giveUpLast();
+            throw;
+        }
+    }
+
+    void writePages() const
+    {
+        try {
+            m_kind.writePages(m_store ? *m_store : Store());
+        } catch (const std::bad_alloc &) { // the store, which counts, is written
+            platform::NSLog(
+                u"There is not enough memory for the pages of a gallery; they stay as they were.");
+        }
+    }
+
+    void giveUpLast()
+    {
+        m_unsaved.pop_back();
+        m_isPending = !m_unsaved.empty();
+        m_store.reset();
+    }
+
+    Kind m_kind;
+    std::optional<Store> m_store;
+    std::optional<platform::FileIdentity> m_identity; // of the file that m_store was read from or written to
+    std::vector<Contribution> m_unsaved;              // folded into m_store since
+    bool m_isPending = false;                         // whether write() has something to do
+    bool m_wasWritten = false;
+    bool m_hasFailed = false;
+};
+
+} // namespace galleries

@@ -1,0 +1,116 @@
+#include "galleries/session.h"
+
+#include "galleries/imagepages.h"
+#include "galleries/linkpages.h"
+#include "galleries/statisticspage.h"
+#include "galleries/supportfolder.h"
+#include "galleries/topimages.h"
+
+namespace galleries {
+
+namespace {
+
+Session *theOpenSession = nullptr;
+
+void report(Reporter &reporter, StoreSaving saving)
+{
+    if (saving == StoreSaving::TooLarge)
+        reporter.linkStoreTooLarge();
+    else
+        reporter.linkStoreNotWritten(linkStorePath());
+}
+
+} // namespace
+
+Session::Session(Reporter &reporter, const MonthOrders &orders, WriteSchedule schedule)
+    : m_reporter(reporter),
+      m_links({.path = linkStorePath,
+               .writePages = [order = orders.links](const LinkStore &store) { writeLinkPages(store, order); },
+               .pagesNeedTheFile = true,
+               .failed = [&reporter](StoreSaving saving) { report(reporter, saving); }}),
+      m_images({.path = imageStorePath,
+                .writePages =
+                    [order = orders.images](const ImageStore &store) {
+                        writeImagePages(store, order);
+                        refreshTopImages(store);
+                    }}),
+      m_statistics({.path = statisticsStorePath, .writePages = writeStatisticsPage}),
+      m_schedule(std::move(schedule)), m_previous(std::exchange(theOpenSession, this))
+{
+}
+
+Session::~Session()
+{
+    try {
+        writeAll();
+    } catch (const std::bad_alloc &) {
+        platform::NSLog(
+            u"There is not enough memory to write the galleries; the last chats are missing from them.");
+    }
+    theOpenSession = m_previous;
+}
+
+Session *Session::open()
+{
+    return theOpenSession;
+}
+
+void Session::addLinks(LinkStore::Contribution links)
+{
+    if (m_links.refresh())
+        m_links.fold(std::move(links));
+    else
+        m_reporter.linkStoreNotWritten(linkStorePath());
+    write(m_links);
+}
+
+void Session::addFiles(ImageStore::Contribution files)
+{
+    if (m_images.refresh())
+        m_images.fold(std::move(files));
+    else
+        m_images.requestPages();
+    write(m_images);
+}
+
+void Session::addStatistics(const ChatStatistics &chat)
+{
+    m_statistics.refresh(); // which any file can be
+    m_statistics.fold(chat);
+    write(m_statistics);
+}
+
+void Session::makeLinkPages()
+{
+    m_links.refresh();
+    m_links.requestPages();
+    write(m_links, Urgency::AtOnce);
+}
+
+void Session::makeImagePages()
+{
+    m_images.refresh();
+    m_images.requestPages();
+    write(m_images, Urgency::AtOnce);
+}
+
+template <class Store>
+void Session::write(Gallery<Store> &gallery, Urgency urgency)
+{
+    const bool hasFailed = m_links.hasFailed() || m_images.hasFailed() || m_statistics.hasFailed();
+    if (urgency == Urgency::AtOnce || !gallery.wasWritten() || hasFailed)
+        m_schedule.writeOne([&gallery] { gallery.write(); });
+    else if (m_schedule.isDue())
+        writeAll();
+}
+
+void Session::writeAll()
+{
+    m_schedule.writeAll([this] {
+        m_links.write();
+        m_images.write();
+        m_statistics.write();
+    });
+}
+
+} // namespace galleries
