@@ -76,6 +76,8 @@ char NSUnarchiver::nextType()
 char NSUnarchiver::expectValue(const char *what)
 {
     const char code = nextType();
+    if (code == '\0' && m_cursor == &m_stream)
+        throw FormatError(m_cursor->offset, "the file is cut off");
     if (code == '\0')
         fail(what);
     return code;

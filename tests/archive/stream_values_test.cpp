@@ -185,7 +185,6 @@ TEST(StreamValues, HeaderIsChecked)
         EXPECT_EQ(decoded.error, c.error);
         EXPECT_EQ(decoded.offset, c.offset);
     }
-    EXPECT_EQ(decodeStream(good.first(16)).error, "an object is missing");
     for (qsizetype length = 0; length < good.size(); ++length)
-        EXPECT_EQ(decodeStream(good.first(length)).error.starts_with("the file is cut off"), length != 16);
+        EXPECT_EQ(decodeStream(good.first(length)).error.substr(0, 19), "the file is cut off") << length;
 }
