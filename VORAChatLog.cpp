@@ -9,6 +9,9 @@
 #include "platform/log/nslog.h"
 #include "platform/text/encoding.h"
 
+#include <algorithm>
+#include <new>
+
 using platform::NSArray;
 
 namespace {
@@ -31,11 +34,36 @@ const platform::ClassTable &transcriptClasses()
     return table;
 }
 
+/// Why bytes that are no archive of the kind that @p extension stands for are none, when they are something
+/// that can be named.
+const char *whatElse(const QByteArray &bytes, std::string_view extension)
+{
+    if (bytes.isEmpty())
+        return "the file is empty";
+    if (extension == "ichat" && platform::NSUnarchiver::looksLikeTypedStream(bytes))
+        return "this is an iChat 2 archive, whose name should end in .chat";
+    if (extension == "chat" && platform::NSKeyedUnarchiver::looksLikePropertyList(bytes))
+        return "this is an iChat 3 archive, whose name should end in .ichat";
+    return nullptr;
+}
+
 /// The list at @p index of the root array, null when there is none.
 const NSArray *listAt(const NSArray &root, size_t index)
 {
     return index < root.objects().size() ? dynamic_cast<const NSArray *>(root.objects()[index].get())
                                          : nullptr;
+}
+
+VORAChatLog::Loading unreadable(const std::string &reason)
+{
+    return {VORAChatLog::Outcome::Unreadable, nullptr, platform::stringFromUtf8(reason)};
+}
+
+/// @throws platform::LayoutError when there is a list of messages that could not be read.
+bool hasMessageList(const NSArray &root)
+{
+    return root.objects().size() > messageListIndex &&
+           platform::readable<NSArray>(root.objects()[messageListIndex]);
 }
 
 /// The elements of @p list that are of class T.
@@ -71,11 +99,17 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path)
 
 VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const std::string &fileName)
 {
+    try {
+        return loadWhole(path, fileName);
+    } catch (const std::bad_alloc &) {
+        return unreadable("it does not fit into memory");
+    }
+}
+
+VORAChatLog::Loading VORAChatLog::loadWhole(const std::filesystem::path &path, const std::string &fileName)
+{
     const auto notATranscript = [](QString reason) {
         return Loading{Outcome::NotATranscript, nullptr, std::move(reason)};
-    };
-    const auto unreadable = [](const std::string &reason) {
-        return Loading{Outcome::Unreadable, nullptr, platform::stringFromUtf8(reason)};
     };
 
     const size_t point = fileName.rfind('.');
@@ -83,17 +117,19 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const 
     if (extension != "chat" && extension != "ichat")
         return notATranscript(QStringLiteral("its name ends neither in \".chat\" nor in \".ichat\""));
 
-    const platform::FileContents file = platform::readWholeFile(path);
-    if (!file.bytes)
-        return unreadable(file.error);
+    platform::FileContents file;
     std::shared_ptr<const NSArray> root;
     try {
+        file = platform::readWholeFile(path);
+        if (!file.bytes)
+            return unreadable(file.error);
         root = extension == "chat" ? LoadiChat2Data(*file.bytes) : LoadiChat3Data(*file.bytes);
+        if (!root || !hasMessageList(*root))
+            return unreadable("it holds no list of messages");
     } catch (const platform::FormatError &error) {
-        return unreadable(error.description());
+        const char *known = whatElse(*file.bytes, extension);
+        return unreadable(known ? platform::FormatError(0, known).description() : error.description());
     }
-    if (!root || !listAt(*root, messageListIndex))
-        return unreadable("it holds no list of messages");
 
     const size_t separator = fileName.rfind(" on ");
     if (separator == std::string::npos)
@@ -109,9 +145,12 @@ std::unique_ptr<VORAChatLog> VORAChatLog::initWithFilePath(const std::filesystem
                                                            Outcome *outcome)
 {
     Loading loading = load(path);
-    if (loading.outcome == Outcome::Unreadable)
+    const QString note = loading.chatLog                          ? loading.chatLog->unreadableMessagesNote()
+                         : loading.outcome == Outcome::Unreadable ? loading.reason
+                                                                  : QString();
+    if (!note.isEmpty())
         platform::NSLogBytes(QByteArray::fromStdString(path.native()) + ": " +
-                             platform::utf8FromString(loading.reason));
+                             platform::utf8FromString(note));
     if (outcome)
         *outcome = loading.outcome;
     return std::move(loading.chatLog);
@@ -123,7 +162,7 @@ std::shared_ptr<const NSArray> VORAChatLog::LoadiChat2Data(const QByteArray &dat
     unarchiver->decodeClassName("InstantMessage", "VORAInstantMessage");
     unarchiver->decodeClassName("Presentity", "VORAPresentity");
     unarchiver->decodeClassName("Person", "VORAPerson");
-    return unarchiver->decode<NSArray>();
+    return platform::readable<NSArray>(unarchiver->decodeObject());
 }
 
 std::shared_ptr<const NSArray> VORAChatLog::LoadiChat3Data(const QByteArray &data)
@@ -132,7 +171,7 @@ std::shared_ptr<const NSArray> VORAChatLog::LoadiChat3Data(const QByteArray &dat
     unarchiver->setClass(platform::makersOf<VORAInstantMessage>(), "InstantMessage");
     unarchiver->setClass(platform::makersOf<VORAPresentity>(), "Presentity");
     unarchiver->setClass(platform::makersOf<VORAPerson>(), "Person");
-    return unarchiver->decodeForKey<NSArray>("root");
+    return platform::readable<NSArray>(unarchiver->decodeObjectForKey("root"));
 }
 
 std::unique_ptr<VORAChatLog> VORAChatLog::withMessages(const Messages &messages, const QString &otherParty,
@@ -152,5 +191,26 @@ QString VORAChatLog::description() const
 
 std::optional<platform::NSDate> VORAChatLog::LastMessageDate() const
 {
-    return m_messages.empty() ? std::nullopt : m_messages.back()->TimeStamp();
+    const auto last = std::find_if(m_messages.rbegin(), m_messages.rend(), [](const auto &message) {
+        return message->TimeStamp() || !message->fault();
+    });
+    return last != m_messages.rend() ? (*last)->TimeStamp() : std::nullopt;
+}
+
+qsizetype VORAChatLog::unreadableMessages() const
+{
+    return std::count_if(m_messages.begin(), m_messages.end(),
+                         [](const auto &message) { return message->fault().has_value(); });
+}
+
+QString VORAChatLog::unreadableMessagesNote() const
+{
+    const qsizetype count = unreadableMessages();
+    if (count == 0)
+        return {};
+    const auto first = std::find_if(m_messages.begin(), m_messages.end(),
+                                    [](const auto &message) { return message->fault().has_value(); });
+    return (count == 1 ? QStringLiteral("1 unreadable message: ")
+                       : QString::number(count) + QStringLiteral(" unreadable messages, the first: ")) +
+           platform::stringFromUtf8(platform::LayoutError(*(*first)->fault()).description());
 }

@@ -53,7 +53,8 @@ public:
     /// included).
     [[nodiscard]] static Loading load(const std::filesystem::path &path, const std::string &fileName);
 
-    /// load() for a run over many files: an unreadable file is named in the console log with the reason.
+    /// load() for a run over many files: an unreadable file is named in the console log with the reason, and
+    /// so is one with unreadable messages.
     /// @param outcome if not null, receives what came of it.
     /// @return the chat log, or null.
     [[nodiscard]] static std::unique_ptr<VORAChatLog> initWithFilePath(const std::filesystem::path &path,
@@ -63,15 +64,20 @@ public:
     [[nodiscard]] static std::unique_ptr<VORAChatLog>
     withMessages(const Messages &messages, const QString &otherParty, const Participants &participants = {});
 
-    /// In the order in which they were written.
+    /// In the order in which they were written. Those that could not be read, or not whole, stand in their
+    /// places with what could be read of them (VORAInstantMessage::fault() tells them).
     [[nodiscard]] const Messages &messages() const { return m_messages; }
+    /// How many of them could not be read whole.
+    [[nodiscard]] qsizetype unreadableMessages() const;
+    /// How many these are and what is wrong with the first, in English; empty when there are none.
+    [[nodiscard]] QString unreadableMessagesNote() const;
     /// The participants other than the user.
     [[nodiscard]] const Participants &participants() const { return m_participants; }
     [[nodiscard]] const QString &primaryOtherParty() const { return m_primaryOtherParty; }
     /// The decoded transcript in the platform's text form of an array, for diagnostics.
     [[nodiscard]] QString description() const;
     /// When the last message was sent, a status message too; nothing when there are no messages, or it has no
-    /// time.
+    /// time. Messages whose time could not be read do not count.
     [[nodiscard]] std::optional<platform::NSDate> LastMessageDate() const;
 
     // Rendering (VORAChatLog+Rendering.cpp)
@@ -218,6 +224,7 @@ public:
 private:
     VORAChatLog(std::shared_ptr<const platform::NSArray> loadedArray, QString primaryOtherParty);
 
+    [[nodiscard]] static Loading loadWhole(const std::filesystem::path &path, const std::string &fileName);
     [[nodiscard]] static std::shared_ptr<const platform::NSArray> LoadiChat2Data(const QByteArray &data);
     [[nodiscard]] static std::shared_ptr<const platform::NSArray> LoadiChat3Data(const QByteArray &data);
 

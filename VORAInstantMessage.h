@@ -47,7 +47,13 @@ public:
 
     /// Keyed archives: "Sender", "Time", "MessageText", "Flags". Typed streams: sender, time, text, and the
     /// flags word, in this sequence.
+    /// A text that was archived as a plain string has no attributes. What cannot be read is absent, and
+    /// fault() says why.
     [[nodiscard]] static std::shared_ptr<const VORAInstantMessage> initWithCoder(platform::NSCoder &coder);
+
+    /// Why not all of the message could be read: its sender, time or text, or how it is laid out; of several
+    /// reasons the first. Nothing for a message that is whole.
+    [[nodiscard]] const std::optional<platform::LayoutFault> &fault() const { return m_fault; }
 
     /// The sender, or null.
     [[nodiscard]] const std::shared_ptr<const VORAPresentity> &sender() const { return m_speaker; }
@@ -101,6 +107,13 @@ public:
     [[nodiscard]] QString className() const override { return QStringLiteral("VORAInstantMessage"); }
 
 private:
+    // Take what was decoded for a part of the message, or note why it cannot be taken.
+    void takeSender(const platform::ObjectRef &object, const platform::NSCoder &coder);
+    void takeTime(const platform::ObjectRef &object, const platform::NSCoder &coder);
+    void takeText(const platform::ObjectRef &object, platform::NSCoder &coder);
+    void noteUnlessNil(const platform::ObjectRef &object, const platform::NSCoder &coder, const char *reason);
+    void note(const platform::LayoutFault &fault);
+
     /// Notes sender and time in @p record. @return whether the message can contribute anything to it.
     [[nodiscard]] bool startRecord(MessageRecord &record) const;
 
@@ -108,4 +121,5 @@ private:
     std::shared_ptr<const platform::NSAttributedString> m_string;
     std::optional<platform::NSDate> m_timestamp;
     qint32 m_mystery;
+    std::optional<platform::LayoutFault> m_fault;
 };

@@ -42,7 +42,8 @@ std::shared_ptr<const VORAPresentity> VORAPresentity::initWithCoder(NSCoder &cod
 {
     const bool keyed = coder.allowsKeyedCoding();
     auto protocol = textOf(keyed ? coder.decodeForKey<NSString>("ServiceName") : coder.decode<NSString>());
-    auto name = textOf(keyed ? coder.decodeForKey<NSString>("ID") : coder.decode<NSString>());
+    auto name =
+        textOf(platform::readable<NSString>(keyed ? coder.decodeObjectForKey("ID") : coder.decodeObject()));
     return std::make_shared<VORAPresentity>(std::move(protocol), std::move(name));
 }
 

@@ -16,7 +16,8 @@ class VORAPresentity final : public platform::NSObject {
 public:
     VORAPresentity(std::optional<QString> protocol, std::optional<QString> name);
 
-    /// Keyed archives: "ServiceName", then "ID". Typed streams: the same two objects in sequence.
+    /// Keyed archives: "ServiceName", then "ID". Typed streams: the same two objects in sequence. Without an
+    /// identifier that can be read, the presentity cannot be.
     [[nodiscard]] static std::shared_ptr<const VORAPresentity> initWithCoder(platform::NSCoder &coder);
 
     /// The display name, worked out anew on every call:

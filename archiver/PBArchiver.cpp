@@ -16,6 +16,7 @@
 
 #include <QStringList>
 
+#include <new>
 #include <system_error>
 
 using platform::NSDate;
@@ -115,11 +116,18 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         ++(outcome == VORAChatLog::Outcome::Unreadable ? m_counts.unreadable : m_counts.notTranscripts);
         return;
     }
-    VORALogGenerator::GenerateLinkFiles(chatLog.get());
-    VORALogGenerator::GenerateImageFiles(chatLog.get());
-    VORALogGenerator::UpdateStatistics(*chatLog);
-    const bool written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
+    bool written = false;
+    try {
+        VORALogGenerator::GenerateLinkFiles(chatLog.get());
+        VORALogGenerator::GenerateImageFiles(chatLog.get());
+        VORALogGenerator::UpdateStatistics(*chatLog);
+        written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
+    } catch (const std::bad_alloc &) { // costs this chat alone
+        logAbout(path, QStringLiteral("it does not fit into memory"));
+    }
     ++(written ? m_counts.archived : m_counts.notWritten);
+    if (written)
+        m_counts.unreadableMessages += chatLog->unreadableMessages();
 }
 
 bool PBArchiver::AllowLog(const std::filesystem::path &path) const
@@ -164,6 +172,10 @@ QString PBArchiver::summary() const
         return count == 1 ? QStringLiteral("1 chat") : QString::number(count) + QStringLiteral(" chats");
     };
     QStringList parts{chats(m_counts.archived) + QStringLiteral(" archived")};
+    if (m_counts.unreadableMessages > 0)
+        parts += m_counts.unreadableMessages == 1
+                     ? QStringLiteral("with 1 unreadable message")
+                     : QStringLiteral("with %1 unreadable messages").arg(m_counts.unreadableMessages);
     if (m_counts.notTranscripts > 0)
         parts += QString::number(m_counts.notTranscripts) +
                  (m_counts.notTranscripts == 1 ? QStringLiteral(" entry that is no transcript")

@@ -21,11 +21,12 @@ public:
 
     /// What became of the entries of the last run.
     struct Counts {
-        qsizetype archived = 0;       ///< their message stands in the mbox
-        qsizetype notTranscripts = 0; ///< folders and other files
-        qsizetype passedOver = 0;     ///< by the check box
-        qsizetype unreadable = 0;     ///< named as transcripts, but no well-formed ones
-        qsizetype notWritten = 0;     ///< loaded, but their message does not stand in the mbox
+        qsizetype archived = 0;           ///< their message stands in the mbox
+        qsizetype notTranscripts = 0;     ///< folders and other files
+        qsizetype passedOver = 0;         ///< by the check box
+        qsizetype unreadable = 0;         ///< named as transcripts, but no well-formed ones
+        qsizetype unreadableMessages = 0; ///< in the chats that were archived
+        qsizetype notWritten = 0;         ///< loaded, but their message does not stand in the mbox
     };
     /// How the last run ended.
     enum class Ending {

@@ -24,7 +24,11 @@ public:
         const VORAChatLog::Loading loading = VORAChatLog::load(path);
         if (loading.outcome == VORAChatLog::Outcome::Loaded) {
             ++m_readable;
-            if (verbosity() == Verbosity::Verbose)
+            const qsizetype unreadableMessages = loading.chatLog->unreadableMessages();
+            m_unreadableMessages += unreadableMessages;
+            if (unreadableMessages > 0)
+                print(path, loading.chatLog->unreadableMessagesNote());
+            else if (verbosity() == Verbosity::Verbose)
                 print(path, QStringLiteral("can be read"));
         } else if (named || loading.outcome == VORAChatLog::Outcome::Unreadable) {
             ++m_unreadable;
@@ -38,15 +42,19 @@ public:
 
     [[nodiscard]] int finish() const
     {
-        QString summary = QString::number(m_readable) + QStringLiteral(" can be read, ") +
-                          QString::number(m_unreadable) + QStringLiteral(" cannot.");
+        QString summary = QString::number(m_readable) + QStringLiteral(" can be read, ");
+        if (m_unreadableMessages > 0)
+            summary += m_unreadableMessages == 1
+                           ? QStringLiteral("with 1 unreadable message, ")
+                           : QStringLiteral("with %1 unreadable messages, ").arg(m_unreadableMessages);
+        summary += QString::number(m_unreadable) + QStringLiteral(" cannot.");
         if (m_passedOver > 0)
             summary += u' ' + QString::number(m_passedOver) +
                        QStringLiteral(" more will not be archived for want of \" on \" in the name: "
                                       "prattlebug setup makes copies that will.");
         if (verbosity() != Verbosity::Quiet)
             printLine(summary);
-        return m_unreadable > 0 ? exitFailed : exitDone;
+        return m_unreadable > 0 || m_unreadableMessages > 0 ? exitFailed : exitDone;
     }
 
 private:
@@ -58,6 +66,7 @@ private:
 
     qsizetype m_readable = 0;
     qsizetype m_unreadable = 0;
+    qsizetype m_unreadableMessages = 0;
     qsizetype m_passedOver = 0;
 };
 
@@ -89,7 +98,7 @@ void addCheckCommand(CLI::App &commands, Action &action)
         "check", "Decode transcripts without writing anything and list those that cannot be read");
     command->add_option("FILES", *files, "Transcripts; without any, all of the transcript folder");
     command->footer("Example: prattlebug check\nWith --verbose those that can be read are listed too.\nExit "
-                    "code: 1 when there are transcripts that cannot be read.");
+                    "code: 1 when there are transcripts or messages that cannot be read.");
     command->callback([files, &action] { action = [files] { return check(*files); }; });
 }
 

@@ -10,6 +10,7 @@
 #include "platform/archive/nsunarchiver.h"
 #include "platform/files/files.h"
 #include "platform/foundation/scalars.h"
+#include "platform/text/encoding.h"
 
 #include <cstdio>
 #include <memory>
@@ -90,6 +91,8 @@ private:
         } else {
             writeClass(dynamic_cast<const VORAPerson *>(&object) ? QStringLiteral("Person")
                                                                  : object.className());
+            if (const auto *unreadable = dynamic_cast<const platform::UnreadableObject *>(&object))
+                writeFault(unreadable->fault());
         }
         m_json.endObject();
     }
@@ -127,6 +130,14 @@ private:
         field(u"text", message.string().get());
         m_json.key(u"flags");
         m_json.integer(message.flags());
+        if (message.fault())
+            writeFault(*message.fault());
+    }
+
+    void writeFault(const platform::LayoutFault &fault)
+    {
+        m_json.key(u"unreadable");
+        m_json.string(platform::stringFromUtf8(platform::LayoutError(fault).description()));
     }
 
     void field(QStringView key, const NSObject *value)
@@ -161,8 +172,7 @@ platform::ClassTable inspectedClasses()
 platform::ObjectRef decodeRoot(const QByteArray &bytes)
 {
     const platform::ClassTable classes = inspectedClasses();
-    const QByteArrayView signature = QByteArrayView(bytes).sliced(std::min<qsizetype>(2, bytes.size()));
-    if (signature.startsWith("streamtyped") || signature.startsWith("typedstream"))
+    if (platform::NSUnarchiver::looksLikeTypedStream(bytes))
         return platform::NSUnarchiver::initForReadingWithData(bytes, classes)->decodeObject();
     return platform::NSKeyedUnarchiver::initForReadingWithData(bytes, classes)->decodeObjectForKey("root");
 }

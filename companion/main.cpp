@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <new>
 
 // The product's console companion: the archiver and the tools around it, for terminals and scripts.
 
@@ -81,7 +82,10 @@ int main(int argc, char **argv)
 {
     try {
         return run(argc, argv);
-    } catch (const std::exception &error) { // out of memory, for one
+    } catch (const std::bad_alloc &) {
+        std::fputs("prattlebug: it does not fit into memory\n", stderr);
+        return companion::exitFailed;
+    } catch (const std::exception &error) {
         std::fprintf(stderr, "prattlebug: %s\n", error.what());
         return companion::exitFailed;
     }

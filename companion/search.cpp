@@ -17,6 +17,7 @@
 #include <array>
 #include <chrono>
 #include <memory>
+#include <new>
 
 namespace companion {
 
@@ -162,11 +163,16 @@ int search(const Query &query)
         ++chats;
         if (const auto identity = platform::fileIdentity(folder / entry))
             bytes += identity->size;
-        for (const auto &message : loading.chatLog->messages()) {
-            if (!query.matches(*message))
-                continue;
-            ++matches;
-            printMatch(entry, *message);
+        try {
+            for (const auto &message : loading.chatLog->messages()) {
+                if (!query.matches(*message))
+                    continue;
+                ++matches;
+                printMatch(entry, *message);
+            }
+        } catch (const std::bad_alloc &) { // costs this chat alone
+            printError(
+                QByteArrayView(QByteArray::fromStdString(entry.native()) + ": it does not fit into memory"));
         }
     }
     if (verbosity() == Verbosity::Verbose) {

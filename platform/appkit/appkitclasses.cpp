@@ -20,11 +20,6 @@ namespace {
 
 using typedstream::TypeEncoding;
 
-ObjectRef unreadable(const char *className)
-{
-    return std::make_shared<UnknownObject>(QString::fromLatin1(className));
-}
-
 // Fonts.
 
 bool nextIsReal(NSUnarchiver &coder)
@@ -66,16 +61,12 @@ std::optional<QString> fontName(QByteArrayView serialized)
 
 ObjectRef fontFromStream(NSUnarchiver &coder)
 {
-    if (!nextIsReal(coder))
-        return unreadable("NSFont");
-    coder.skipValue(); // the length, which the bytes have too
-    if (coder.nextType() != TypeEncoding::BytesCode)
-        return unreadable("NSFont");
+    static_cast<void>(coder.decodeReal()); // the length, which the bytes have too
     const QByteArrayView serialized = coder.decodeBytes();
     coder.charge(quint64(serialized.size()), sizeof(char16_t));
     const auto name = fontName(serialized);
-    if (!name || !nextIsReal(coder))
-        return unreadable("NSFont");
+    if (!name)
+        coder.fail("a font without a name");
     return std::make_shared<NSFont>(*name, coder.decodeReal());
 }
 
@@ -83,7 +74,7 @@ ObjectRef fontFromKeys(NSKeyedUnarchiver &coder)
 {
     const auto name = coder.decodeForKey<NSString>("NSName");
     if (!name)
-        return unreadable("NSFont");
+        coder.fail("a font without a name");
     return std::make_shared<NSFont>(name->string(), coder.decodeDoubleForKey("NSSize").value_or(0.0));
 }
 
@@ -93,8 +84,6 @@ constexpr size_t mostComponents = 5;
 
 ObjectRef colorFromStream(NSUnarchiver &coder)
 {
-    if (!typedstream::isIntegerCode(coder.nextType()))
-        return unreadable("NSColor");
     const auto space = NSColorSpace(coder.decodeInteger());
     if (space == NSColorSpace::Named) {
         for (int i = 0; i < 2 && coder.nextType() == '@'; ++i)
@@ -143,7 +132,8 @@ ObjectRef colorFromKeys(NSKeyedUnarchiver &coder)
     return std::make_shared<NSColor>(space, std::span<const double>());
 }
 
-// Attachments: some values, one of them the file wrapper; the wrapper is its serialised bytes.
+// Attachments: some values, one of them the file wrapper; the wrapper is its serialised bytes, as an object
+// or as they are.
 
 ObjectRef attachmentFromStream(NSUnarchiver &coder)
 {
@@ -169,20 +159,30 @@ ObjectRef fileWrapperOf(Coder &coder, const QByteArray &serialized)
 
 ObjectRef fileWrapperFromStream(NSUnarchiver &coder)
 {
-    while (coder.nextType() != '\0') {
-        if (coder.nextIsObjectOfClass("NSData")) {
-            const auto data = coder.decode<NSData>();
-            return data ? fileWrapperOf(coder, data->bytes()) : nullptr;
+    std::optional<QByteArrayView> direct;
+    for (char type = coder.nextType(); type != '\0'; type = coder.nextType()) {
+        if (coder.nextIsObjectOfClass("NSData"))
+            return fileWrapperOf(coder, readable<NSData>(coder.decodeObject())->bytes());
+        if (type != '+' && type != TypeEncoding::BytesCode) {
+            coder.skipValue();
+            continue;
         }
-        coder.skipValue();
+        const QByteArrayView bytes = coder.decodeBytes();
+        if (!direct || (!NSFileWrapper::looksSerialized(*direct) && NSFileWrapper::looksSerialized(bytes)))
+            direct = bytes;
     }
-    return nullptr;
+    if (!direct)
+        coder.fail("a file wrapper without its bytes");
+    coder.charge(quint64(direct->size()), 1);
+    return fileWrapperOf(coder, direct->toByteArray());
 }
 
 ObjectRef fileWrapperFromKeys(NSKeyedUnarchiver &coder)
 {
     const auto bytes = coder.decodeBytesForKey("NSFileWrapperData");
-    return bytes ? fileWrapperOf(coder, *bytes) : nullptr;
+    if (!bytes)
+        coder.fail("a file wrapper without its bytes");
+    return fileWrapperOf(coder, *bytes);
 }
 
 } // namespace

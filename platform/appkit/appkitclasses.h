@@ -7,8 +7,8 @@ namespace platform {
 /// Adds the classes that an attributed text's attributes hold: fonts, colours, text attachments, file
 /// wrappers.
 ///
-/// Their layout in typed streams is known by report only, so one whose contents are not as reported decodes
-/// as an UnknownObject (a file wrapper as no file) instead of making the whole archive malformed.
+/// Their layout in typed streams is known by report only: a file wrapper is taken in any of the layouts that
+/// have been reported.
 void addAppKitClasses(ClassTable &table);
 
 } // namespace platform

@@ -189,6 +189,11 @@ std::shared_ptr<const NSFileWrapper> NSFileWrapper::initWithSerializedRepresenta
     }
 }
 
+bool NSFileWrapper::looksSerialized(QByteArrayView bytes)
+{
+    return bytes.startsWith(signature);
+}
+
 qint64 NSFileWrapper::totalSize() const // no deeper than the reader goes
 {
     qint64 total = m_contents.size();

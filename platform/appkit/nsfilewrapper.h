@@ -3,6 +3,7 @@
 #include "platform/foundation/nsobject.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 
 #include <functional>
@@ -34,6 +35,9 @@ public:
     /// taken for the contents of a file without a name, so that nothing attached is lost.
     [[nodiscard]] static std::shared_ptr<const NSFileWrapper>
     initWithSerializedRepresentation(const QByteArray &bytes, const Charge &charge);
+
+    /// Whether @p bytes begin as the serialised form does.
+    [[nodiscard]] static bool looksSerialized(QByteArrayView bytes);
 
     /// The name the sender's file had; nothing when it had none.
     [[nodiscard]] const std::optional<QString> &preferredFilename() const { return m_name; }

@@ -1,17 +1,29 @@
 #pragma once
 
 #include "platform/foundation/nsobject.h"
+#include "platform/foundation/scalars.h"
 
 #include <QByteArrayView>
 #include <QtGlobal>
 
 namespace platform {
 
+/// @p object as a T; null for nil and for objects of other classes.
+/// @throws LayoutError when it could not be read, for whoever cannot be read without it.
+template <class T>
+std::shared_ptr<const T> readable(const ObjectRef &object)
+{
+    if (const auto *unreadable = dynamic_cast<const UnreadableObject *>(object.get()))
+        throw LayoutError(unreadable->fault());
+    return std::dynamic_pointer_cast<const T>(object);
+}
+
 /// What an object that is being decoded reads its fields from: the two kinds of archive behind one face.
 ///
 /// These are the platform's operations of the same names. An object asks allowsKeyedCoding() and then uses
 /// the operations of that kind of archive only; an operation of the other kind throws std::logic_error. All
-/// throw FormatError when the archive does not hold what is asked for.
+/// throw LayoutError when the object does not hold what is asked for, which makes that object unreadable, and
+/// FormatError when nothing of the archive can be read any more.
 class NSCoder {
 public:
     virtual ~NSCoder() = default;
@@ -32,8 +44,15 @@ public:
     /// Keyed: the integer under @p key of the current object; 0 when there is no such key.
     virtual qint32 decodeInt32ForKey(QByteArrayView key) = 0;
 
-    /// The object under a key, or next in sequence, when it is a T; null for nil and for objects of other
-    /// classes.
+    /// Charges the budget for what the object in the making is about to allocate.
+    virtual void charge(quint64 count, quint64 size) = 0;
+    /// Where the archive holds what is being read.
+    [[nodiscard]] virtual qint64 offset() const = 0;
+    /// Reports the object in the making as unreadable.
+    [[noreturn]] void fail(const char *reason) const { throw LayoutError({offset(), reason}); }
+
+    /// The object under a key, or next in sequence, when it is a T; null for nil, for objects of other
+    /// classes and for unreadable ones.
     template <class T>
     std::shared_ptr<const T> decode()
     {

@@ -52,7 +52,9 @@ ObjectRef dateFromStream(NSUnarchiver &coder)
 ObjectRef dateFromKeys(NSKeyedUnarchiver &coder)
 {
     const auto seconds = coder.decodeDoubleForKey("NS.time");
-    return seconds ? dateObject(*seconds) : nullptr;
+    if (!seconds)
+        coder.fail("a date without its seconds");
+    return dateObject(*seconds);
 }
 
 // Data: a length, then as many bytes.
@@ -197,7 +199,7 @@ ObjectRef makeUrl(Coder &coder, const std::shared_ptr<const NSString> &string,
     // For each character of what it is resolved from: UTF-16, and three of these where it has to be escaped.
     constexpr quint64 costPerCharacter = 8;
     if (!string)
-        return nullptr;
+        coder.fail("a URL without its string");
     if (base)
         coder.charge(quint64(base->absoluteString().size() + string->string().size()), costPerCharacter);
     return std::make_shared<NSURL>(string->string(), std::move(base));
@@ -207,30 +209,37 @@ ObjectRef urlFromStream(NSUnarchiver &coder)
 {
     std::shared_ptr<const NSURL> base;
     if (coder.decodeInteger() != 0)
-        base = coder.decode<NSURL>();
-    return makeUrl(coder, coder.decode<NSString>(), std::move(base));
+        base = readable<NSURL>(coder.decodeObject());
+    return makeUrl(coder, readable<NSString>(coder.decodeObject()), std::move(base));
 }
 
 ObjectRef urlFromKeys(NSKeyedUnarchiver &coder)
 {
-    auto base = coder.decodeForKey<NSURL>("NS.base");
-    return makeUrl(coder, coder.decodeForKey<NSString>("NS.relative"), std::move(base));
+    auto base = readable<NSURL>(coder.decodeObjectForKey("NS.base"));
+    return makeUrl(coder, readable<NSString>(coder.decodeObjectForKey("NS.relative")), std::move(base));
 }
 
-// Attributed strings: the string, then runs until its length is used up.
+// Attributed strings: the string, then runs until its length is used up. One whose runs are not as they
+// should be keeps its text, and the runs before.
 
 using Run = NSAttributedString::Run;
 /// What it takes to remember an attribute set's number.
 constexpr quint64 costPerSet = 96;
 
-ObjectRef attributedStringFromStream(NSUnarchiver &coder)
+/// The text of an attributed string from @p object, which stands where its string should.
+QString textOf(const NSCoder &coder, const ObjectRef &object)
 {
-    const auto string = coder.decode<NSString>();
-    QString text = string ? string->string() : QString();
-    std::vector<Run> runs;
-    std::unordered_map<qint64, AttributesRef>
-        sets; // by number; the first mention of a number brings its set along
-    for (qint64 left = text.size(); left > 0 && coder.nextType() != '\0';) {
+    const auto string = readable<NSString>(object);
+    if (!string)
+        coder.fail("an attributed string without its string");
+    return string->string();
+}
+
+void readRuns(NSUnarchiver &coder, qsizetype textLength, std::vector<Run> &runs)
+{
+    // By number: the first mention of a number brings its set along.
+    std::unordered_map<qint64, AttributesRef> sets;
+    for (qint64 left = textLength; left > 0 && coder.nextType() != '\0';) {
         const qint64 set = coder.decodeInteger();
         const qint64 length = std::clamp(coder.decodeInteger(), qint64(0), left);
         auto found = sets.find(set);
@@ -243,6 +252,16 @@ ObjectRef attributedStringFromStream(NSUnarchiver &coder)
             runs.push_back({qsizetype(length), found->second});
         }
         left -= length;
+    }
+}
+
+ObjectRef attributedStringFromStream(NSUnarchiver &coder)
+{
+    QString text = textOf(coder, coder.decodeObject());
+    std::vector<Run> runs;
+    try {
+        readRuns(coder, text.size(), runs);
+    } catch (const LayoutError &) { // NOLINT(bugprone-empty-catch): as told above
     }
     return std::make_shared<NSAttributedString>(std::move(text), std::move(runs));
 }
@@ -272,10 +291,8 @@ std::vector<Run> runsFromKeys(NSKeyedUnarchiver &coder, const NSArray &sets, qsi
     for (qsizetype position = 0; position < info.size() && left > 0;) {
         const auto length = readGroupedNumber(info, position);
         const auto set = readGroupedNumber(info, position);
-        if (!length || !set)
-            coder.fail("attribute runs that end in the middle of a number");
-        if (*set >= sets.objects().size())
-            coder.fail("an attribute run that names no attributes");
+        if (!length || !set || *set >= sets.objects().size())
+            break;
         const quint64 covered = std::min(*length, left);
         if (covered > 0)
             runs.push_back({qsizetype(covered),
@@ -287,8 +304,7 @@ std::vector<Run> runsFromKeys(NSKeyedUnarchiver &coder, const NSArray &sets, qsi
 
 ObjectRef attributedStringFromKeys(NSKeyedUnarchiver &coder)
 {
-    const auto string = coder.decodeForKey<NSString>("NSString");
-    QString text = string ? string->string() : QString();
+    QString text = textOf(coder, coder.decodeObjectForKey("NSString"));
     const ObjectRef attributes = coder.decodeObjectForKey("NSAttributes");
     std::vector<Run> runs;
     if (auto whole = std::dynamic_pointer_cast<const NSDictionary>(attributes))

@@ -1,6 +1,7 @@
 #include "platform/archive/nskeyedunarchiver.h"
 
 #include "platform/foundation/scalars.h"
+#include "platform/propertylist/readers.h"
 #include "platform/text/encoding.h"
 
 #include <QScopedValueRollback>
@@ -43,6 +44,11 @@ NSKeyedUnarchiver::NSKeyedUnarchiver(const QByteArray &data, const ClassTable &c
     m_current = *top;
     m_budget.charge(m_table->size(), DecodedObjects::costPerNumber(), 0);
     m_objects.resize(m_table->size());
+}
+
+bool NSKeyedUnarchiver::looksLikePropertyList(QByteArrayView bytes)
+{
+    return looksBinary(bytes) || looksXml(bytes);
 }
 
 void NSKeyedUnarchiver::setClass(const ClassMakers &makers, const QByteArray &forClassName)
@@ -91,6 +97,15 @@ ObjectRef NSKeyedUnarchiver::objectFor(Node value)
 ObjectRef NSKeyedUnarchiver::make(Node node)
 {
     m_budget.charge(costPerObject, m_table->offset(node));
+    try {
+        return makeContents(node);
+    } catch (const LayoutError &error) {
+        return std::make_shared<UnreadableObject>(archivedName(node), error.fault());
+    }
+}
+
+ObjectRef NSKeyedUnarchiver::makeContents(Node node)
+{
     switch (m_table->kind(node)) {
     case Kind::Null: return nullptr;
     case Kind::Boolean: return std::make_shared<NSNumber>(m_table->boolean(node));
@@ -103,7 +118,7 @@ ObjectRef NSKeyedUnarchiver::make(Node node)
     case Kind::String:
         m_budget.charge(quint64(m_table->stringLength(node)), sizeof(char16_t), m_table->offset(node));
         return std::make_shared<NSString>(m_table->string(node));
-    case Kind::UID: throw FormatError(m_table->offset(node), "a reference to a reference");
+    case Kind::UID: throw LayoutError({m_table->offset(node), "a reference to a reference"});
     case Kind::Array:
         return std::make_shared<UnknownObject>(QStringLiteral("array")); // no object of an archive
     case Kind::Dictionary: return makeInstance(node);
@@ -114,20 +129,32 @@ ObjectRef NSKeyedUnarchiver::make(Node node)
 ObjectRef NSKeyedUnarchiver::makeInstance(Node node)
 {
     if (uid(node)) // in the XML form
-        throw FormatError(m_table->offset(node), "a reference to a reference");
-    const auto reference = m_table->valueForKey(node, "$class");
-    if (!reference)
+        throw LayoutError({m_table->offset(node), "a reference to a reference"});
+    if (!m_table->valueForKey(node, "$class"))
         return std::make_shared<UnknownObject>(QStringLiteral("dictionary"));
-    const auto index = uid(*reference);
-    const auto record = index ? nodeOf(*index, *reference) : std::nullopt;
-    if (!record || m_table->kind(*record) != Kind::Dictionary)
-        throw FormatError(m_table->offset(node), "an object without a class");
+    const auto record = classRecord(node);
+    if (!record)
+        throw LayoutError({m_table->offset(node), "an object without a class"});
     const KnownClass &known = knownClass(*record);
     if (!known.makers)
         return std::make_shared<UnknownObject>(known.name);
     const auto fromKeys = known.makers->fromKeys; // the classes may move while others are met
     const QScopedValueRollback restore(m_current, node);
     return fromKeys(*this);
+}
+
+std::optional<NSKeyedUnarchiver::Node> NSKeyedUnarchiver::classRecord(Node object) const
+{
+    const auto reference = m_table->valueForKey(object, "$class");
+    const auto index = reference ? uid(*reference) : std::nullopt;
+    const auto record = index ? nodeOf(*index, *reference) : std::nullopt;
+    return record && m_table->kind(*record) == Kind::Dictionary ? record : std::nullopt;
+}
+
+QString NSKeyedUnarchiver::archivedName(Node object)
+{
+    const auto record = classRecord(object);
+    return record ? knownClass(*record).name : QString();
 }
 
 const ClassMakers *NSKeyedUnarchiver::makersNamed(const QByteArray &name) const
@@ -211,7 +238,7 @@ std::vector<ObjectRef> NSKeyedUnarchiver::decodeArrayOfObjectsForKey(QByteArrayV
     if (!array)
         return objects;
     if (m_table->kind(*array) != Kind::Array)
-        throw FormatError(m_table->offset(*array), "no array where references should stand");
+        throw LayoutError({m_table->offset(*array), "no array where references should stand"});
     const quint32 count = m_table->count(*array);
     charge(count, 2 * sizeof(ObjectRef)); // twice, for a list of them that the caller makes
     objects.reserve(count);

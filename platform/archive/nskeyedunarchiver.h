@@ -23,14 +23,18 @@ namespace platform {
 /// made; outside of any object, from the archive's "$top". Keys that the object's class does not ask for are
 /// not looked at.
 ///
-/// All operations throw FormatError when the archive is malformed or would take more memory than a file of
-/// its size may; after that the unarchiver is of no further use.
+/// All operations throw FormatError when the archive is malformed, holds an object that contains itself, or
+/// would take more memory than a file of its size may; after that the unarchiver is of no further use. An
+/// object that is not laid out as its class is becomes an UnreadableObject, and the rest is read.
 class NSKeyedUnarchiver final : public NSCoder {
 public:
     /// Opens an unarchiver over a whole file, which must be smaller than 2 GiB.
     /// @param classes what it can make; lent, and must outlive it.
     [[nodiscard]] static std::unique_ptr<NSKeyedUnarchiver> initForReadingWithData(const QByteArray &data,
                                                                                    const ClassTable &classes);
+
+    /// Whether @p bytes begin as a property list does, which every keyed archive is.
+    [[nodiscard]] static bool looksLikePropertyList(QByteArrayView bytes);
 
     /// From now on, objects archived under @p forClassName are made by @p makers.
     void setClass(const ClassMakers &makers, const QByteArray &forClassName);
@@ -50,13 +54,8 @@ public:
     /// The objects that the array of references under @p key names; empty when there is no such key.
     [[nodiscard]] std::vector<ObjectRef> decodeArrayOfObjectsForKey(QByteArrayView key);
 
-    /// Charges the budget for what a class's maker is about to allocate.
-    void charge(quint64 count, quint64 size) { m_budget.charge(count, size, m_table->offset(m_current)); }
-    /// Reports the object that is being made as malformed.
-    [[noreturn]] void fail(const char *reason) const
-    {
-        throw FormatError(m_table->offset(m_current), reason);
-    }
+    void charge(quint64 count, quint64 size) override { m_budget.charge(count, size, offset()); }
+    [[nodiscard]] qint64 offset() const override { return m_table->offset(m_current); }
 
 private:
     using Node = PropertyListTable::Index;
@@ -77,7 +76,12 @@ private:
     /// The node of a UID's object; nothing for UID 0, which is nil.
     [[nodiscard]] std::optional<Node> nodeOf(qint64 uid, Node value) const;
     [[nodiscard]] ObjectRef make(Node node);
+    [[nodiscard]] ObjectRef makeContents(Node node);
     [[nodiscard]] ObjectRef makeInstance(Node node);
+    /// The record of an object's class; nothing when it has none.
+    [[nodiscard]] std::optional<Node> classRecord(Node object) const;
+    /// What a place-holder for an object gets for its class's name.
+    [[nodiscard]] QString archivedName(Node object);
     [[nodiscard]] const KnownClass &knownClass(Node classRecord);
     [[nodiscard]] const ClassMakers *makersNamed(const QByteArray &name) const;
 

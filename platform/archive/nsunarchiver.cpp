@@ -6,6 +6,7 @@
 #include <QScopedValueRollback>
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 
 namespace platform {
@@ -40,6 +41,11 @@ NSUnarchiver::NSUnarchiver(const QByteArray &data, const ClassTable &classes)
     m_stream.end = m_index.bytes().size();
 }
 
+bool NSUnarchiver::looksLikeTypedStream(QByteArrayView bytes)
+{
+    return typedstream::Bytes::hasSignature(bytes);
+}
+
 void NSUnarchiver::decodeClassName(const QByteArray &inArchiveName, const QByteArray &asClassName)
 {
     m_trueNames.insert(inArchiveName, asClassName);
@@ -70,6 +76,8 @@ char NSUnarchiver::nextType()
 char NSUnarchiver::expectValue(const char *what)
 {
     const char code = nextType();
+    if (code == '\0' && m_cursor == &m_stream)
+        throw FormatError(m_cursor->offset, "the file is cut off");
     if (code == '\0')
         fail(what);
     return code;
@@ -111,13 +119,17 @@ ObjectRef NSUnarchiver::make(StreamIndex::Number number)
     m_budget.charge(costPerObject, entry.start);
     const ClassMakers *makers = makersFor(entry.classNumber);
     if (!makers)
-        return makePlaceHolder(entry.classNumber);
-    Cursor cursor{.offset = entry.contents, .end = entry.end, .nextNumber = entry.firstInside};
-    const QScopedValueRollback restore(m_cursor, &cursor);
-    return makers->fromStream(*this);
+        return std::make_shared<UnknownObject>(archivedName(entry.classNumber));
+    try {
+        Cursor cursor{.offset = entry.contents, .end = entry.end, .nextNumber = entry.firstInside};
+        const QScopedValueRollback restore(m_cursor, &cursor);
+        return makers->fromStream(*this);
+    } catch (const LayoutError &error) {
+        return std::make_shared<UnreadableObject>(archivedName(entry.classNumber), error.fault());
+    }
 }
 
-ObjectRef NSUnarchiver::makePlaceHolder(StreamIndex::Number classNumber)
+QString NSUnarchiver::archivedName(StreamIndex::Number classNumber)
 {
     QString &name = m_knownClasses[classNumber].name;
     if (name.isNull() && classNumber != StreamIndex::none) {
@@ -126,7 +138,7 @@ ObjectRef NSUnarchiver::makePlaceHolder(StreamIndex::Number classNumber)
         m_budget.charge(quint64(archived.size()), sizeof(char16_t), m_cursor->offset);
         name = stringFromUtf8(archived);
     }
-    return std::make_shared<UnknownObject>(name);
+    return name;
 }
 
 const ClassMakers *NSUnarchiver::makersFor(StreamIndex::Number classNumber)
@@ -176,11 +188,12 @@ qint64 NSUnarchiver::decodeInteger()
     case 'c': return bytes.byte(m_cursor->offset);
     case 'B':
     case 'C': return quint8(bytes.byte(m_cursor->offset));
-    case 's': return qint16(bytes.integer(m_cursor->offset));
-    case 'S': return quint16(bytes.unsignedInteger(m_cursor->offset));
+    case 'S':
     case 'I':
     case 'L':
-    case 'Q': return bytes.unsignedInteger(m_cursor->offset);
+    case 'Q':
+        return qint64(
+            std::min(bytes.unsignedInteger(m_cursor->offset), quint64(std::numeric_limits<qint64>::max())));
     default: return bytes.integer(m_cursor->offset);
     }
 }

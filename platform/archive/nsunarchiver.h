@@ -20,14 +20,18 @@ namespace platform {
 /// from where the object that is being made has got to (outside of any object: in the stream). Everything
 /// that the object's class does not ask for is passed over.
 ///
-/// All operations throw FormatError when the stream is malformed or would take more memory than a file of its
-/// size may; after that the unarchiver is of no further use.
+/// All operations throw FormatError when the stream is malformed, holds an object that contains itself, or
+/// would take more memory than a file of its size may; after that the unarchiver is of no further use. An
+/// object that is not laid out as its class is becomes an UnreadableObject, and the rest is read.
 class NSUnarchiver final : public NSCoder {
 public:
     /// Opens an unarchiver over a whole stream, which must be smaller than 2 GiB.
     /// @param classes what it can make; lent, and must outlive it.
     [[nodiscard]] static std::unique_ptr<NSUnarchiver> initForReadingWithData(const QByteArray &data,
                                                                               const ClassTable &classes);
+
+    /// Whether @p bytes begin as a typed stream of either byte order does.
+    [[nodiscard]] static bool looksLikeTypedStream(QByteArrayView bytes);
 
     /// From now on, objects archived under @p inArchiveName are made as those of the class @p trueName.
     void decodeClassName(const QByteArray &inArchiveName, const QByteArray &asClassName);
@@ -41,7 +45,7 @@ public:
     /// The type code of the next value (TypeEncoding::BytesCode for an array of bytes); NUL when there is
     /// none left.
     [[nodiscard]] char nextType();
-    /// The next value, of any integer type.
+    /// The next value, of any integer type; an unsigned one above the range is held at its upper end.
     [[nodiscard]] qint64 decodeInteger();
     /// The next value, of any integer or real type.
     [[nodiscard]] double decodeReal();
@@ -57,10 +61,8 @@ public:
     /// How many bytes of the object that is being made have not been read: a bound for how many values it can
     /// still hold.
     [[nodiscard]] quint32 bytesLeft() const { return m_cursor->end - m_cursor->offset; }
-    /// Charges the budget for what a class's maker is about to allocate.
-    void charge(quint64 count, quint64 size) { m_budget.charge(count, size, m_cursor->offset); }
-    /// Reports the object that is being made as malformed.
-    [[noreturn]] void fail(const char *reason) const { throw FormatError(m_cursor->offset, reason); }
+    void charge(quint64 count, quint64 size) override { m_budget.charge(count, size, offset()); }
+    [[nodiscard]] qint64 offset() const override { return m_cursor->offset; }
 
 private:
     using StreamIndex = typedstream::StreamIndex;
@@ -83,7 +85,8 @@ private:
 
     [[nodiscard]] const ObjectRef &object(StreamIndex::Number number);
     [[nodiscard]] ObjectRef make(StreamIndex::Number number);
-    [[nodiscard]] ObjectRef makePlaceHolder(StreamIndex::Number classNumber);
+    /// What a place-holder for an object of the class gets for its class's name.
+    [[nodiscard]] QString archivedName(StreamIndex::Number classNumber);
     [[nodiscard]] const ClassMakers *makersFor(StreamIndex::Number classNumber);
     [[nodiscard]] const ClassMakers *makersNamed(QByteArrayView className) const;
     void passValue() { m_cursor->group.advance(m_cursor->loops); }

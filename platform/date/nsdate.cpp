@@ -24,7 +24,10 @@ std::optional<NSDate> NSDate::fromInterval(double secondsSince2001)
 
 NSDate NSDate::fromUnixTime(qint64 seconds, long nanoseconds)
 {
-    const double interval = double(seconds - unixTimeOfReference) + double(nanoseconds) * 1e-9;
+    const auto whole = double(seconds - unixTimeOfReference);
+    double interval = whole + double(nanoseconds) * 1e-9;
+    if (interval >= whole + 1) // a double holds the end of a second no closer than this
+        interval = std::nextafter(whole + 1, whole);
     return NSDate(std::fmin(std::fmax(interval, earliest), latest - 1));
 }
 

@@ -16,8 +16,8 @@ public:
     /// The moment @p secondsSince2001 after the reference date, or nothing when that is not finite or outside
     /// the years 1 to 9999 UTC.
     [[nodiscard]] static std::optional<NSDate> fromInterval(double secondsSince2001);
-    /// A moment given in Unix time; the nanoseconds (0 to 999,999,999) count forward from the second. A
-    /// moment outside the years 1 to 9999 UTC becomes the nearest inside.
+    /// A moment given in Unix time; the nanoseconds (0 to 999,999,999) count forward from the second, which
+    /// the moment never leaves. A moment outside the years 1 to 9999 UTC becomes the nearest inside.
     [[nodiscard]] static NSDate fromUnixTime(qint64 seconds, long nanoseconds = 0);
     /// The current moment.
     [[nodiscard]] static NSDate now();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/formaterror.h"
 #include "platform/foundation/nsobject.h"
 
 #include <QByteArray>
@@ -87,6 +88,23 @@ public:
 
 private:
     QString m_className;
+};
+
+/// The place-holder for an object whose contents are not laid out as those of its class are, so that nothing
+/// of it could be read: its class as archived, and what is wrong.
+class UnreadableObject final : public NSObject {
+public:
+    UnreadableObject(QString archivedClassName, LayoutFault fault)
+        : m_className(std::move(archivedClassName)), m_fault(fault)
+    {
+    }
+
+    [[nodiscard]] const LayoutFault &fault() const { return m_fault; }
+    [[nodiscard]] QString className() const override { return m_className; }
+
+private:
+    QString m_className;
+    LayoutFault m_fault;
 };
 
 } // namespace platform

@@ -132,7 +132,7 @@ void BinaryReader::readTrailer()
     if (!m_file.startsWith(versions))
         throw FormatError(0, "a binary property list of an unknown version");
     if (size < headerSize + trailerSize)
-        throw FormatError(qint64(size), "a binary property list without a trailer");
+        throw FormatError(qint64(size), "the file is cut off");
     const quint64 trailerAt = size - trailerSize;
     const char *trailer = m_bytes + trailerAt;
     m_offsetSize = quint8(trailer[offsetSizeAt]);
@@ -140,16 +140,16 @@ void BinaryReader::readTrailer()
     m_objectCount = bigEndian(trailer + objectCountAt, 8);
     m_topObject = bigEndian(trailer + topObjectAt, 8);
     m_objectsEnd = bigEndian(trailer + offsetTableAt, 8);
-    if (m_offsetSize < 1 || m_offsetSize > 8)
-        throw FormatError(qint64(trailerAt + offsetSizeAt), "offsets of an impossible size");
-    if (m_referenceSize < 1 || m_referenceSize > 8)
-        throw FormatError(qint64(trailerAt + referenceSizeAt), "references of an impossible size");
-    if (m_objectsEnd <= headerSize || m_objectsEnd > trailerAt)
-        throw FormatError(qint64(trailerAt + offsetTableAt), "the offset table lies outside the file");
-    if (m_objectCount > (trailerAt - m_objectsEnd) / m_offsetSize)
-        throw FormatError(qint64(trailerAt + objectCountAt), "the offset table does not fit into the file");
-    if (m_topObject >= m_objectCount)
-        throw FormatError(qint64(trailerAt + topObjectAt), "there is no such top object");
+    const auto require = [trailerAt](bool isPossible, quint64 fieldAt) {
+        if (!isPossible)
+            throw FormatError(qint64(trailerAt + fieldAt),
+                              "the file is cut off: what it ends with is no trailer of a property list");
+    };
+    require(m_offsetSize >= 1 && m_offsetSize <= 8, offsetSizeAt);
+    require(m_referenceSize >= 1 && m_referenceSize <= 8, referenceSizeAt);
+    require(m_objectsEnd > headerSize && m_objectsEnd <= trailerAt, offsetTableAt);
+    require(m_objectCount <= (trailerAt - m_objectsEnd) / m_offsetSize, objectCountAt);
+    require(m_topObject < m_objectCount, topObjectAt);
 }
 
 PropertyListTable::Node BinaryReader::object(quint64 offset)

@@ -18,6 +18,10 @@ std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray 
                                                                DecodingBudget &budget)
 {
     checkSize(bytes);
+    if (bytes.isEmpty())
+        throw FormatError(0, "the file is empty");
+    if (QByteArrayView("bplist").startsWith(bytes))
+        throw FormatError(bytes.size(), "the file is cut off");
     return looksBinary(bytes) ? readBinaryPropertyList(bytes, budget) : readXmlPropertyList(bytes, budget);
 }
 

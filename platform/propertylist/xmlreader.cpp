@@ -44,6 +44,13 @@ private:
 
     [[nodiscard]] qint64 offset() const { return m_dropped + m_xml.characterOffset(); }
     [[noreturn]] void fail(const char *reason) const { throw FormatError(offset(), reason); }
+    /// Reports what the library's parser has found.
+    [[noreturn]] void failAsParser() const
+    {
+        if (m_xml.error() == QXmlStreamReader::PrematureEndOfDocumentError)
+            fail("the file is cut off");
+        throw FormatError(offset(), utf8FromString(m_xml.errorString()).toStdString());
+    }
     template <typename Value>
     [[nodiscard]] Value orFail(std::optional<Value> value, const char *reason) const
     {
@@ -75,7 +82,7 @@ std::shared_ptr<const PropertyListTable> XmlReader::read()
         }
     }
     if (m_xml.hasError())
-        throw FormatError(offset(), utf8FromString(m_xml.errorString()).toStdString());
+        failAsParser();
     return m_builder.finish();
 }
 
@@ -172,8 +179,7 @@ void XmlReader::readText()
         case QXmlStreamReader::EndElement: return;
         case QXmlStreamReader::StartElement: fail("an element inside a value that holds text");
         case QXmlStreamReader::EntityReference: fail("an entity that is not declared");
-        case QXmlStreamReader::Invalid:
-            throw FormatError(offset(), utf8FromString(m_xml.errorString()).toStdString());
+        case QXmlStreamReader::Invalid: failAsParser();
         default: // comments, processing instructions
             break;
         }

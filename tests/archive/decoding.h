@@ -1,77 +1,34 @@
 #pragma once
 
-#include "platform/appkit/appkitclasses.h"
-#include "platform/archive/nskeyedunarchiver.h"
-#include "platform/archive/nsunarchiver.h"
-#include "platform/foundation/collections.h"
-#include "platform/text/encoding.h"
+#include "platform/archive/classtable.h"
+#include "platform/foundation/nsobject.h"
+
+#include <QByteArray>
 
 #include <string>
+
+[[nodiscard]] const platform::ClassTable &allClasses();
 
 /// What came of decoding an archive.
 struct Decoding {
     platform::ObjectRef root; ///< null for nil, and after an error
-    std::string error;        ///< the reason, with the offset; empty when there is none
+    std::string error{};      ///< the reason, without the offset
+    qint64 offset = -1;       ///< of the error
 
-    /// The root in the platform's text form with its white space made single blanks, or "error: " and the
-    /// reason.
-    [[nodiscard]] std::string text() const
-    {
-        if (!error.empty())
-            return "error: " + error;
-        return platform::utf8FromString(platform::descriptionOf(root.get()).simplified()).toStdString();
-    }
-    template <class T>
-    [[nodiscard]] std::shared_ptr<const T> rootAs() const
-    {
-        return std::dynamic_pointer_cast<const T>(root);
-    }
+    /// The root on one line, or "error: " and the reason:
+    ///
+    ///     nil  text  5  @0.5  <00ff>  url:x  (1 2)  {1 2}  [a=1 b=2]     what archives hold everywhere
+    ///     text|2:[a=1] 3:-               a text, and its runs with their attributes
+    ///     rgb:0.5,0,1  rgb:-  font:Monaco,9.5  attached:nil
+    ///     file:name=bytes  folder:name(a=bytes b(c=bytes))
+    ///     ?Class  !Class: reason         an object that is unknown, or unreadable
+    [[nodiscard]] std::string text() const;
 };
 
-inline const platform::ClassTable &allClasses()
-{
-    static const platform::ClassTable table = [] {
-        platform::ClassTable classes;
-        platform::addFoundationClasses(classes);
-        platform::addAppKitClasses(classes);
-        return classes;
-    }();
-    return table;
-}
-
-template <class Decode>
-Decoding decoding(Decode decode)
-{
-    try {
-        return {decode(), {}};
-    } catch (const platform::FormatError &error) {
-        return {nullptr, error.description()};
-    }
-}
-
 /// The first object of a typed stream.
-inline Decoding decodeStream(const QByteArray &stream)
-{
-    return decoding(
-        [&] { return platform::NSUnarchiver::initForReadingWithData(stream, allClasses())->decodeObject(); });
-}
-
+[[nodiscard]] Decoding decodeStream(const QByteArray &stream);
 /// The object under "root" of a keyed archive.
-inline Decoding decodeKeyed(const QByteArray &archive)
-{
-    return decoding([&] {
-        return platform::NSKeyedUnarchiver::initForReadingWithData(archive, allClasses())
-            ->decodeObjectForKey("root");
-    });
-}
+[[nodiscard]] Decoding decodeKeyed(const QByteArray &archive);
 
 /// The element of an array that was decoded.
-inline platform::ObjectRef elementOf(const platform::ObjectRef &array, size_t position)
-{
-    return dynamic_cast<const platform::NSArray &>(*array).objects().at(position);
-}
-template <class T>
-std::shared_ptr<const T> elementOf(const platform::ObjectRef &array, size_t position)
-{
-    return std::dynamic_pointer_cast<const T>(elementOf(array, position));
-}
+[[nodiscard]] platform::ObjectRef elementOf(const platform::ObjectRef &array, size_t position);

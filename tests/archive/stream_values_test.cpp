@@ -1,209 +1,190 @@
 #include "tests/archive/decoding.h"
-#include "tests/archive/typedstreamwriter.h"
+#include "tests/archive/notation.h"
+
+#include "platform/archive/nsunarchiver.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <limits>
+// Header, groups, type encodings and plain values of a typed stream.
 
 using platform::NSUnarchiver;
-using ByteOrder = TypedStreamWriter::ByteOrder;
 
 namespace {
 
-constexpr ByteOrder bothOrders[] = {ByteOrder::Little, ByteOrder::Big};
-
-/// What @p read gives for a group of @p encoding whose values @p write has written, or the error.
-template <class Value>
-std::string valueIn(ByteOrder order, const char *encoding,
-                    const std::function<void(TypedStreamWriter &)> &write, Value (NSUnarchiver::*read)())
+/// Each value of the stream's outermost groups as its type code and what it is, or the error.
+std::string valuesOf(const QByteArray &notation, ByteOrder order = ByteOrder::Little)
 {
-    TypedStreamWriter stream(order);
-    stream.types(encoding);
-    write(stream);
+    std::string values;
     try {
-        const auto coder = NSUnarchiver::initForReadingWithData(stream.data(), allClasses());
-        const Value value = (coder.get()->*read)();
-        EXPECT_EQ(coder->nextType(), '\0') << "something was left over";
-        if constexpr (std::is_same_v<Value, QByteArrayView>)
-            return value.toByteArray().toStdString();
-        else
-            return std::to_string(value);
+        const auto coder = NSUnarchiver::initForReadingWithData(typedStream(notation, order), allClasses());
+        for (char type = coder->nextType(); type != '\0'; type = coder->nextType()) {
+            values += values.empty() ? "" : " ";
+            values += type;
+            if (type == '[' || type == '+')
+                values += coder->decodeBytes().toByteArray().toHex();
+            else if (type == '*')
+                values += coder->decodeCString().toByteArray();
+            else if (type == 'f' || type == 'd')
+                values += QByteArray::number(coder->decodeReal());
+            else if (QByteArrayView("@#:%").contains(type))
+                coder->skipValue();
+            else
+                values += std::to_string(coder->decodeInteger());
+        }
     } catch (const platform::FormatError &error) {
         return error.what();
     }
+    return values;
+}
+
+QByteArray nested(const QByteArray &open, const QByteArray &inside, const QByteArray &close, int depth)
+{
+    return ':' + open.repeated(depth) + inside + close.repeated(depth);
 }
 
 } // namespace
 
-TEST(StreamValues, IntegersOfEveryFormAndType)
+TEST(StreamValues, OfEveryFormAndType)
 {
+    const char *const wrongLength = "the file is cut off, or a length in it is wrong";
     const struct {
-        const char *type;
-        int width;
-        qint64 written;
-        const char *value;
+        QByteArray notation;
+        std::string values;
     } cases[] = {
-        // One byte, whose values from -128 to -111 are tags in all types but the char types
-        {"i", 1, 0, "0"},
-        {"i", 1, 127, "127"},
-        {"i", 1, -1, "-1"},
-        {"i", 1, -110, "-110"},
-        {"I", 1, 127, "127"},
-        {"I", 1, 200, "200"},
-        {"s", 1, -110, "-110"},
-        {"S", 1, 255, "255"},
-        {"l", 1, -2, "-2"},
-        {"L", 1, 254, "254"},
-        {"q", 1, -2, "-2"},
-        {"Q", 1, 254, "254"},
-        {"c", 1, -127, "-127"},
-        {"c", 1, -122, "-122"},
-        {"C", 1, 129, "129"},
-        {"C", 1, 255, "255"},
-        {"B", 1, 1, "1"},
-        // Two and four
-        {"i", 2, 5, "5"},
-        {"i", 2, -32768, "-32768"},
-        {"i", 2, 32767, "32767"},
-        {"I", 2, 65535, "65535"},
-        {"S", 2, 65535, "65535"},
-        {"s", 2, 65535, "-1"},
-        {"L", 2, 40000, "40000"},
-        {"Q", 2, 40000, "40000"},
-        {"q", 2, 40000, "-25536"},
-        {"i", 4, 0x12345678, "305419896"},
-        {"i", 4, -1, "-1"},
-        {"i", 4, 2147483647, "2147483647"},
-        {"i", 4, -2147483648, "-2147483648"},
-        {"I", 4, 4294967295, "4294967295"},
-        {"L", 4, 4294967295, "4294967295"},
-        {"Q", 4, 4294967295, "4294967295"},
-        {"q", 4, 4294967295, "-1"},
-        {"s", 4, 5, "5"},
+        // Integers of one byte: -128 to -111 are tags in all types but the char types.
+        {":iiiii 0 127 r-1 r-110 -1", "i0 i127 i-1 i-110 i-1"},
+        {":IISL 127 r200 r255 r254", "I127 I200 S255 L254"},
+        {":slqQ r-110 r-2 r-2 r254", "s-110 l-2 q-2 Q254"},
+        {":ccCCB r-127 r-122 r129 r255 r1", "c-127 c-122 C129 C255 B1"},
+        // Of two, four and eight
+        {":iii 5h -32768h 32767h", "i5 i-32768 i32767"},
+        {":ISLQ 65535h 65535h 40000h 40000h", "I65535 S65535 L40000 Q40000"},
+        {":sq -1h -25536h", "s-1 q-25536"},
+        {":iiii 305419896w -1w 2147483647w -2147483648w", "i305419896 i-1 i2147483647 i-2147483648"},
+        {":ILQqs 4294967295w 4294967295w 4294967295w -1w 5w", "I4294967295 L4294967295 Q4294967295 q-1 s5"},
+        {":qQil -9000000000q 9000000000q 9000000000q -1q", "q-9000000000 Q9000000000 i9000000000 l-1"},
+        {":QQ 9223372036854775807q 18446744073709551615q", "Q9223372036854775807 Q9223372036854775807"},
+        // Reals, integral or not
+        {":ffff f0.5 f7 7 -40000w", "f0.5 f7 f7 f-40000"},
+        {":ddddd d0.125 d-3 2147483647w d1e10 -9000000000q", "d0.125 d-3 d2.14748e+09 d1e+10 d-9e+09"},
+        {":dfd dinf f-inf dnan", "dinf f-inf dnan"},
+        // Strings: lengths are unsigned
+        {":++ \"\" \"hi\"", "+ +6869"},
+        {":++++ 3 x616263 3h x616263 3w x616263 3q x616263", "+616263 +616263 +616263 +616263"},
+        {":+ r200 x" + QByteArray("78").repeated(200), '+' + QByteArray("78").repeated(200).toStdString()},
+        {":+ 40000h x" + QByteArray("78").repeated(40000),
+         '+' + QByteArray("78").repeated(40000).toStdString()},
+        {":+ 4 x616263", wrongLength},
+        {":+ r-1 x616263", wrongLength},
+        {":+ -1w x616263", wrongLength},
+        {":+ 2147483647w x616263", wrongLength},
+        {":+ -1q x616263", wrongLength},
+        {":+ 4294967299q x616263", wrongLength}, // 3 in its lower half
+        {":+ ~", "+"},
+        // C strings share the numbers of objects and the texts of strings
+        {":* *\"first\" :*** #0 *\"first\" ~ :* x84 ~ :[2*] #1 #2", "*first *first *first * * *first *"},
+        {":@#:% ~ ~ ~ ~", "@ # : %"},
+        // What an encoding flattens
+        {":{_NSPoint=ff} 1 2", "f1 f2"},
+        {":{?}i 1", "i1"},
+        {":{?=}i 1", "i1"},
+        {":{point=\"x\"f\"a}name\"{inner=ic}} 1 2 r3", "f1 i2 c3"},
+        {":[3c] x818283", "[818283"},
+        {":[0003C] x616263", "[616263"},
+        {":[c]i 1", "[ i1"},
+        {":[0c]i 1", "[ i1"},
+        {":[3i] 1 2 3", "i1 i2 i3"},
+        {":[2[2i]]s 1 2 3 4 5", "i1 i2 i3 i4 s5"},
+        {":[2{?=[2s][2c]}] 1 2 x7a7a 3 4 x7979", "s1 s2 [7a7a s3 s4 [7979"},
+        {":[2[2[2{?=i}]]] 1 2 3 4 5 6 7 8", "i1 i2 i3 i4 i5 i6 i7 i8"},
+        {":[2rc] x6162", "c97 c98"},
+        {":rnNoORVAi!i! 1 2", "i1 i2"},
+        // Loops over nothing
+        {":[0i]s 1", "s1"},
+        {":[3]s 1", "s1"},
+        {":[3!]s 1", "s1"},
+        {":[1000000000[0i]]s 1", "s1"},
+        {":[1000000[1000000[0c]]]s 1", "s1"},
+        {":[2000000000{?={?=}[9{?=[0@]}]}]s 1", "s1"},
+        {":[2{?=[0c]i}] 1 2", "[ i1 [ i2"},
+        {':' + QByteArray("[0c]").repeated(16) + "i 1", "[ [ [ [ [ [ [ [ [ [ [ [ [ [ [ [ i1"},
+        {':' + QByteArray("[0i]").repeated(1000) + "s 1", "s1"},
+        {nested("[1", "i", "]", 32) + " 1", "i1"},
+        {nested("{?=", "i", "}", 32) + " 1", "i1"},
     };
-    for (const ByteOrder order : bothOrders) {
-        for (const auto &c : cases) {
-            const auto write = [&](TypedStreamWriter &stream) { stream.integer(c.written, c.width); };
-            EXPECT_EQ(valueIn(order, c.type, write, &NSUnarchiver::decodeInteger), c.value)
-                << c.type << " in " << c.width << " bytes";
-        }
+    for (const ByteOrder order : {ByteOrder::Little, ByteOrder::Big}) {
+        for (const auto &c : cases)
+            EXPECT_EQ(valuesOf(c.notation, order), c.values) << c.notation.left(100).constData();
     }
     for (int tag = -128; tag <= -111; ++tag) {
-        if (tag == -127 || tag == -126)
-            continue;
-        const auto write = [tag](TypedStreamWriter &stream) { stream.byte(tag); };
-        EXPECT_EQ(valueIn(ByteOrder::Little, "i", write, &NSUnarchiver::decodeInteger),
-                  "a tag where an integer should stand");
-    }
-}
-
-TEST(StreamValues, RealsIntegralOrNot)
-{
-    const struct {
-        const char *type;
-        double written;
-        bool tagged;
-        const char *value;
-    } cases[] = {
-        {"f", 0.5, true, "0.500000"},
-        {"f", 7, true, "7.000000"},
-        {"f", 7, false, "7.000000"},
-        {"f", -40000, false, "-40000.000000"},
-        {"d", 0.125, true, "0.125000"},
-        {"d", -3, true, "-3.000000"},
-        {"d", 2147483647, false, "2147483647.000000"},
-        {"d", 1e10, true, "10000000000.000000"},
-        {"d", std::numeric_limits<double>::infinity(), true, "inf"},
-        {"f", -std::numeric_limits<double>::infinity(), true, "-inf"},
-        {"d", std::numeric_limits<double>::quiet_NaN(), true, "nan"},
-        {"i", 12, false, "12.000000"},
-        {"C", 12, false, "12.000000"},
-    };
-    for (const ByteOrder order : bothOrders) {
-        for (const auto &c : cases) {
-            const auto write = [&](TypedStreamWriter &stream) {
-                const int width = *c.type == 'f' ? 4 : 8;
-                c.tagged ? stream.taggedReal(c.written, width) : stream.integer(qint64(c.written));
-            };
-            EXPECT_EQ(valueIn(order, c.type, write, &NSUnarchiver::decodeReal), c.value) << c.type;
+        if (tag != -127 && tag != -126 && tag != -121) {
+            EXPECT_EQ(valuesOf(":i r" + QByteArray::number(tag)), "a tag where an integer should stand");
         }
     }
 }
 
-TEST(StreamValues, StringLengths)
+TEST(StreamValues, EncodingsThatCannotBeRead)
 {
-    const char *const tooLong = "a length that reaches past the end of the stream";
+    const char *const unknown = "an unknown type code";
+    const char *const unfinished = "an unfinished type encoding";
+    const char *const tooDeep = "type encodings nested too deep";
+    const char *const tooLarge = "an array larger than any stream";
     const struct {
-        qint64 length;
-        int width;
-        qsizetype bytes;
-        bool readable;
+        QByteArray notation;
+        const char *error;
     } cases[] = {
-        {0, 1, 0, true},     {3, 1, 3, true},           {3, 4, 3, true},
-        {127, 1, 127, true}, {200, 1, 200, true}, // lengths are unsigned
-        {200, 2, 200, true}, {40000, 2, 40000, true},   {70000, 4, 70000, true},
-        {4, 1, 3, false},    {-1, 1, 3, false},         {-1, 2, 3, false},
-        {-1, 4, 3, false},   {2147483647, 4, 3, false}, {-2147483648, 4, 3, false},
+        {":x", unknown},
+        {":^i", unknown},
+        {":]", unknown},
+        {":(i)", unknown},
+        {":4", unknown},
+        {QByteArray(":\0", 2), unknown},
+        {":[4x]", unknown},
+        {":[-1c]", unknown},
+        {":[", unfinished},
+        {":[4i", unfinished},
+        {":[4c", unfinished},
+        {":{name", unfinished},
+        {":{name=i", unfinished},
+        {":{name=\"field", unfinished},
+        {":[4cc]", "an unfinished array in a type encoding"},
+        {":[2147483648c]", tooLarge},
+        {":[99999999999999999999999999999999c]", tooLarge},
+        {":[2147483647c]", "the file is cut off, or a length in it is wrong"},
+        {":[2147483647[2147483647[2147483647i]]]", "the file is cut off"},
+        {':' + QByteArray("[0c]").repeated(17), "a type encoding of too many empty arrays"},
+        {nested("[1", "i", "]", 33), tooDeep},
+        {nested("[1{?=", "i", "}]", 100'000), tooDeep},
+        {':' + QByteArray("[1").repeated(100'000), tooDeep},
     };
-    for (const ByteOrder order : bothOrders) {
-        for (const auto &c : cases) {
-            const QByteArray bytes(c.bytes, 'x');
-            const auto write = [&](TypedStreamWriter &stream) {
-                stream.integer(c.length, c.width);
-                stream.raw(bytes);
-            };
-            EXPECT_EQ(valueIn(order, "+", write, &NSUnarchiver::decodeBytes),
-                      c.readable ? bytes.toStdString() : tooLong)
-                << c.length;
-        }
-    }
-}
-
-TEST(StreamValues, CStringsNewSharedAndNil)
-{
-    TypedStreamWriter stream;
-    stream.types("*");
-    stream.cString("first");
-    stream.types("***");
-    stream.reference(0);     // the C string
-    stream.cString("first"); // another C string of the same shared string
-    stream.nil();
-    stream.types("*");
-    stream.newTag(); // a C string whose text is nil
-    stream.nil();
-    stream.types("[2*]");
-    stream.reference(1);
-    stream.reference(2);
-    const auto coder = NSUnarchiver::initForReadingWithData(stream.data(), allClasses());
-    for (const char *text : {"first", "first", "first", "", "", "first", ""})
-        EXPECT_EQ(coder->decodeCString(), QByteArrayView(text));
-    EXPECT_EQ(coder->nextType(), '\0');
+    for (const auto &c : cases)
+        EXPECT_EQ(valuesOf(c.notation), c.error) << c.notation.left(100).constData();
 }
 
 TEST(StreamValues, HeaderIsChecked)
 {
-    const QByteArray good("\x04\x0bstreamtyped\x81\xe8\x03\x84\x01@\x85", 20);
-    EXPECT_EQ(decodeStream(good).text(), "\"(null)\"");
-    EXPECT_EQ(decodeStream(good.first(16)).text(), "error: offset 16: an object is missing");
-    for (qsizetype length = 0; length < good.size(); ++length)
-        EXPECT_NE(decodeStream(good.first(length)).error, "") << length;
+    const QByteArray good = typedStream(":@ ~");
+    EXPECT_EQ(decodeStream(good).text(), "nil");
     const struct {
         qsizetype at;
         char byte;
         const char *error;
+        qint64 offset;
     } cases[] = {
-        {0, 3, "offset 0: not a typed stream: its version is not 4"},
-        {1, 10, "offset 1: not a typed stream: no signature"},
-        {1, char(0x84), "offset 1: not a typed stream: no signature"},
-        {12, 'D', "offset 2: not a typed stream: no signature"},
-        {13, char(0x84), "offset 13: a tag where an integer should stand"},
-        {16, char(0x85), "offset 17: no type encoding"},
-        {17, 5, "offset 18: a length that reaches past the end of the stream"},
+        {0, 3, "not a typed stream: its version is not 4", 0},
+        {1, 10, "not a typed stream: no signature", 1},
+        {12, 'D', "not a typed stream: no signature", 2},
+        {13, char(0x84), "a tag where an integer should stand", 13},
+        {16, char(0x85), "no type encoding", 17},
+        {17, 5, "the file is cut off, or a length in it is wrong", 18},
     };
     for (const auto &c : cases) {
         QByteArray changed = good;
         changed[c.at] = c.byte;
-        EXPECT_EQ(decodeStream(changed).error, c.error);
+        const Decoding decoded = decodeStream(changed);
+        EXPECT_EQ(decoded.error, c.error);
+        EXPECT_EQ(decoded.offset, c.offset);
     }
+    for (qsizetype length = 0; length < good.size(); ++length)
+        EXPECT_EQ(decodeStream(good.first(length)).error.substr(0, 19), "the file is cut off") << length;
 }

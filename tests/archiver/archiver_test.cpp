@@ -1,6 +1,7 @@
 #include "archiver/PBArchiver.h"
 
 #include "tests/support/fulldisk.h"
+#include "tests/support/memorylimit.h"
 #include "tests/support/testhome.h"
 #include "tests/support/transcripts.h"
 
@@ -129,26 +130,50 @@ TEST_F(Archiver, ArchivesEverythingAtEveryDepthAndCountsIt)
     addChat("sub/deeper/Bob on x.ichat");
     addChat("sub/Jos\xE9 on x.ichat"); // a name that is no UTF-8
     addChat(".hidden on x.ichat");
+    write(std::filesystem::path(folderName) / "odd on x.ichat",
+          keyedTranscript({{"AIM", "kimlee", "hi"}}).replace("NS.time", "NS.tome"));
     write(std::filesystem::path(folderName) / "Notes.txt", "no chat");
     write(std::filesystem::path(folderName) / "broken on x.chat", "no chat either");
     std::filesystem::create_directory_symlink(home() / folderName / "sub", home() / folderName / "link");
     archiver.beginArchiving();
 
     EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Done);
-    EXPECT_EQ(archiver.counts().archived, 4);
+    EXPECT_EQ(archiver.counts().archived, 5);
     EXPECT_EQ(archiver.counts().notTranscripts, 4) << "two folders, the link to one, and the notes";
     EXPECT_EQ(archiver.counts().unreadable, 1);
-    EXPECT_EQ(
-        archiver.summary(),
-        QStringLiteral("4 chats archived, 4 entries that are no transcripts, 1 chat could not be read."));
-    EXPECT_EQ(messagesInMbox(), 4);
+    EXPECT_EQ(archiver.summary(),
+              QStringLiteral(
+                  "5 chats archived, with 1 unreadable message, 4 entries that are no transcripts, 1 chat "
+                  "could not be read."));
+    EXPECT_EQ(messagesInMbox(), 5);
     EXPECT_TRUE(mbox().contains("Subject: [IM] Kim\nDate: 04 Mar 05 11:03:22\n")) << mbox().constData();
     EXPECT_TRUE(mbox().contains("Subject: [IM] Jos\xEF\xBF\xBD\n"));
-    EXPECT_THAT(desktop.progress, ElementsAre(6, 1, 2, 3, 4, 5, 6, 7, 8, 9))
+    EXPECT_THAT(desktop.progress, ElementsAre(7, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10))
         << "the maximum counts the top level only";
     EXPECT_THAT(consoleLog().toStdString(), HasSubstr("/Kim on %s %n.ichat\n"));
     EXPECT_THAT(consoleLog().toStdString(), HasSubstr("/Jos\xE9 on x.ichat\n"));
+    EXPECT_THAT(consoleLog().toStdString(),
+                HasSubstr("/odd on x.ichat: 1 unreadable message: a date without its seconds (offset "));
 }
+
+#if !defined(__SANITIZE_ADDRESS__) // which takes more memory than there is
+TEST_F(Archiver, LeavesOutAChatThatDoesNotFitIntoMemory)
+{
+    addChat("A on x.ichat");
+    addChat("Large on x.ichat", 0, QByteArray(30'000'000, 'x'));
+    write(std::filesystem::path(folderName) / "Hole on x.chat", "");
+    std::filesystem::resize_file(home() / folderName / "Hole on x.chat", (std::uintmax_t(1) << 31U) - 1);
+    addChat("Z on x.ichat");
+    {
+        const MemoryLimit limit(200 << 20);
+        archiver.beginArchiving();
+    }
+    EXPECT_EQ(archiver.counts().archived, 2);
+    EXPECT_EQ(archiver.counts().unreadable + archiver.counts().notWritten, 2);
+    EXPECT_THAT(consoleLog().toStdString(), HasSubstr("Hole on x.chat: it does not fit into memory\n"));
+    EXPECT_THAT(consoleLog().toStdString(), HasSubstr("Large on x.ichat: it does not fit into memory\n"));
+}
+#endif
 
 TEST_F(Archiver, ReplacesTheMboxOfAnEarlierRun)
 {

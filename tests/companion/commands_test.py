@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import subprocess
 from pathlib import Path
 
@@ -10,6 +11,17 @@ from companion import CompanionTest, PRATTLEBUG, SAMPLES, TRANSCRIPTS, main
 KIM = os.path.join(SAMPLES, "chats", "Kim Lee on 2003-07-12 at 20.41.chat")
 with open(KIM, "rb") as transcript:
     KIM_BYTES = transcript.read()
+
+
+def keyed(*objects):
+    """A keyed archive in XML of these objects, the first of which is number 2 and the root; 1 is the class NSArray.
+
+    UID:5 stands for a reference to object 5, $class:5 for the member that names the class.
+    """
+    objects = ["<string>$null</string>", "<dict><key>$classname</key><string>NSArray</string></dict>", *objects]
+    text = ("<plist><dict><key>$objects</key><array>" + "".join(objects) +
+            "</array><key>$top</key><dict><key>root</key>UID:2 </dict></dict></plist>").replace("$class:", "<key>$class</key>UID:")
+    return re.sub(r"UID:(\d+) ", r"<dict><key>CF$UID</key><integer>\1</integer></dict>", text).encode()
 
 
 class Commands(CompanionTest):
@@ -59,8 +71,8 @@ class Commands(CompanionTest):
         for name, data, reason in (
                 ("Notes.txt", b"", 'its name ends neither in ".chat" nor in ".ichat"'),
                 ("Kim.chat", KIM_BYTES, 'its name holds no " on " between the other party and the date'),
-                ("Kim on x.chat", b"\x04\x0bstreamtyped\x81", "offset 14: a length that reaches past the end of the stream"),
-                ("Kim on x.ichat", b"bplist00", "offset "),
+                ("Kim on x.chat", b"\x04\x0bstreamtyped\x81", "the file is cut off, or a length in it is wrong (offset 14)"),
+                ("Kim on x.ichat", b"bplist00", "the file is cut off (offset 8)"),
         ):
             path = self.write(name, data)
             output, errors = self.run_companion("show", path, code=1)
@@ -84,30 +96,35 @@ class Commands(CompanionTest):
             'prattlebug setup makes copies that will.\n']))
         broken = self.write(os.path.join(TRANSCRIPTS, "deep/Kim on x.chat"), KIM_BYTES[:-3])
         output, _ = self.run_companion("check", code=1)
-        self.assertIn(f"{broken}: offset ", output)
+        self.assertIn(f"{broken}: the file is cut off", output)
         self.assertIn("18 can be read, 1 cannot.", output)
         self.assertEqual(self.run_companion("check", KIM)[0], "1 can be read, 0 cannot.\n")
+        odd = self.write("Kim on y.ichat", keyed(
+            "<dict>$class:1 <key>NS.objects</key><array><true/><true/>UID:3 </array></dict>",
+            "<dict>$class:1 <key>NS.objects</key><array>UID:4 UID:4 </array></dict>",
+            "<dict>$class:5 <key>Time</key>UID:6 </dict>",
+            "<dict><key>$classname</key><string>InstantMessage</string></dict>",
+            "<dict>$class:7 </dict>",
+            "<dict><key>$classname</key><string>NSDate</string></dict>"))
+        output, _ = self.run_companion("check", odd, code=1)
+        self.assertRegex(output, "^" + re.escape(odd) + r": 2 unreadable messages, the first: a date without its seconds "
+                         r"\(offset \d+\)\n1 can be read, with 2 unreadable messages, 0 cannot\.\n$")
         self.assertIn("0 can be read, 1 cannot.", self.run_companion("check", self.write("Notes.txt", b""), code=1)[0])
 
     def test_inspect_tells_the_kind_by_the_first_bytes(self):
         path = self.write("no name of a transcript", KIM_BYTES)
         root = json.loads(self.run_companion("inspect", path)[0])
         self.assertEqual(root[2][0]["object"], "InstantMessage")
-        for data, reason in ((b"", "offset 0: "), (b"nonsense", "offset "), (b"\x04\x0btypedstream\x81\x03", "offset ")):
+        for data, reason in ((b"", "the file is empty"), (b"nonsense", ""), (b"\x04\x0btypedstream\x81\x03", "the file is cut off")):
             output, errors = self.run_companion("inspect", self.write("bad", data), code=1)
             self.assertEqual(output, "")
             self.assertTrue(errors.startswith(self.path("bad") + ": " + reason), errors)
         self.run_companion("inspect", self.path("missing"), code=1)
 
     def test_inspect_stops_before_it_has_filled_the_memory(self):
-        # Forty arrays, each of which holds the one before twice: 2 to the 40th strings.
-        objects = ["<string>$null</string>", "<dict><key>$classname</key><string>NSArray</string></dict>", "<string>x</string>"]
-        uid = "<dict><key>CF$UID</key><integer>{}</integer></dict>".format
-        for number in range(2, 42):
-            objects.append(f"<dict><key>$class</key>{uid(1)}<key>NS.objects</key><array>{uid(number) * 2}</array></dict>")
-        path = self.write("bomb", (
-            '<?xml version="1.0"?><plist><dict><key>$objects</key><array>' + "".join(objects) + "</array><key>$top</key>"
-            f"<dict><key>root</key>{uid(42)}</dict></dict></plist>").encode())
+        # Forty arrays, each of which holds the next one twice: 2 to the 40th strings.
+        arrays = [f"<dict>$class:1 <key>NS.objects</key><array>UID:{number} UID:{number} </array></dict>" for number in range(3, 43)]
+        path = self.write("bomb", keyed(*arrays, "<string>x</string>"))
         output, errors = self.run_companion("inspect", path, code=1)
         self.assertEqual(output, "")
         self.assertEqual(errors, f"{path}: the output would be larger than 64 MiB\n")

@@ -83,6 +83,9 @@ TEST_F(Calendar, CountsWholeDaysAsTheLocalClockShowsThem)
 
 TEST_F(Calendar, CutsPartsOfASecondDownwardsOnBothSidesOfEveryEpoch)
 {
+    // A double would round it up to the next second.
+    EXPECT_EQ(NSDate::fromUnixTime(1109963002, 999'999'999).unixSeconds(), 1109963002);
+    EXPECT_EQ(NSDate::fromUnixTime(-1, 999'999'999).unixSeconds(), -1);
     const NSDate before1970 = NSDate::fromUnixTime(-1, 500'000'000);
     EXPECT_EQ(before1970.unixSeconds(), -1);
     EXPECT_EQ(before1970.unixMilliseconds(), -500);

@@ -1,5 +1,6 @@
 #include "platform/archive/typedstream/bytes.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace platform::typedstream {
@@ -27,18 +28,24 @@ Bytes::Bytes(QByteArrayView bytes) : m_bytes(bytes)
     m_firstGroup = offset;
 }
 
-Span Bytes::span(quint32 &offset, quint32 length) const
+bool Bytes::hasSignature(QByteArrayView bytes)
+{
+    const QByteArrayView signature = bytes.sliced(std::min<qsizetype>(2, bytes.size()));
+    return signature.startsWith(littleEndianSignature) || signature.startsWith(bigEndianSignature);
+}
+
+Span Bytes::span(quint32 &offset, quint64 length) const
 {
     if (offset > size() || length > size() - offset)
-        throw FormatError(offset, "a length that reaches past the end of the stream");
-    const Span found{offset, length};
-    offset += length;
+        throw FormatError(offset, "the file is cut off, or a length in it is wrong");
+    const Span found{offset, quint32(length)};
+    offset += found.length;
     return found;
 }
 
 quint64 Bytes::fixedWidth(quint32 &offset, int width) const
 {
-    const Span digits = span(offset, quint32(width));
+    const Span digits = span(offset, quint64(width));
     quint64 value = 0;
     for (int i = 0; i < width; ++i) {
         const quint32 position = digits.offset + quint32(m_bigEndian ? i : width - 1 - i);
@@ -52,22 +59,29 @@ int Bytes::integerWidth(quint32 &offset) const
     const qint8 head = peek(offset);
     if (head > lastReservedTag)
         return 1;
-    if (head != Integer2Tag && head != Integer4Tag)
-        throw FormatError(offset, "a tag where an integer should stand");
     ++offset;
-    return head == Integer2Tag ? 2 : 4;
+    switch (head) {
+    case Integer2Tag: return 2;
+    case Integer4Tag: return 4;
+    case Integer8Tag: return 8;
+    default: throw FormatError(offset - 1, "a tag where an integer should stand");
+    }
 }
 
 qint64 Bytes::taggedInteger(quint32 &offset) const
 {
     const int width = integerWidth(offset);
     const quint64 value = fixedWidth(offset, width);
-    return width == 2 ? qint64(qint16(value)) : qint64(qint32(value));
+    switch (width) {
+    case 2: return qint16(value);
+    case 4: return qint32(value);
+    default: return qint64(value);
+    }
 }
 
-quint32 Bytes::unsignedInteger(quint32 &offset) const
+quint64 Bytes::unsignedInteger(quint32 &offset) const
 {
-    return quint32(fixedWidth(offset, integerWidth(offset)));
+    return fixedWidth(offset, integerWidth(offset));
 }
 
 double Bytes::real(quint32 &offset, int width) const
@@ -84,7 +98,7 @@ Span Bytes::unsharedString(quint32 &offset) const
 {
     if (peek(offset) == NilTag)
         return span(++offset, 0);
-    const quint32 length = unsignedInteger(offset);
+    const quint64 length = unsignedInteger(offset);
     return span(offset, length);
 }
 

@@ -13,6 +13,7 @@ namespace platform::typedstream {
 enum Tag : qint8 {
     Integer2Tag = -127,    ///< a 2-byte integer follows
     Integer4Tag = -126,    ///< a 4-byte integer follows
+    Integer8Tag = -121,    ///< an 8-byte integer follows
     RealTag = -125,        ///< the bytes of a float or double follow
     NewTag = -124,         ///< a literal follows, which takes the next number of its table
     NilTag = -123,         ///< nil
@@ -36,6 +37,9 @@ public:
     /// Reads the header. @p bytes must stay alive, and be shorter than 2 GiB.
     explicit Bytes(QByteArrayView bytes);
 
+    /// Whether @p bytes begin as a stream of either byte order does.
+    [[nodiscard]] static bool hasSignature(QByteArrayView bytes);
+
     /// Offset of the first group, behind the header.
     [[nodiscard]] quint32 firstGroup() const { return m_firstGroup; }
     [[nodiscard]] quint32 size() const { return quint32(m_bytes.size()); }
@@ -45,7 +49,7 @@ public:
     [[nodiscard]] qint8 peek(quint32 offset) const
     {
         if (offset >= size())
-            throw FormatError(offset, "the stream ends too early");
+            throw FormatError(offset, "the file is cut off");
         return qint8(m_bytes[offset]);
     }
     [[nodiscard]] qint8 byte(quint32 &offset) const
@@ -55,15 +59,15 @@ public:
         return value;
     }
     /// The next @p length bytes.
-    [[nodiscard]] Span span(quint32 &offset, quint32 length) const;
-    /// An integer of 1 to 4 bytes, taken as a signed one.
+    [[nodiscard]] Span span(quint32 &offset, quint64 length) const;
+    /// An integer of 1 to 8 bytes, taken as a signed one.
     [[nodiscard]] qint64 integer(quint32 &offset) const
     {
         const qint8 head = peek(offset);
         return head > lastReservedTag ? byte(offset) : taggedInteger(offset);
     }
     /// The same taken as an unsigned one: behind the tag of 2 bytes, FF FF is 65535.
-    [[nodiscard]] quint32 unsignedInteger(quint32 &offset) const;
+    [[nodiscard]] quint64 unsignedInteger(quint32 &offset) const;
     /// A real of @p width bytes (4 or 8), or an integer, which is how integral values are written.
     [[nodiscard]] double real(quint32 &offset, int width) const;
     /// A length, which is unsigned, and as many bytes; nil counts as none.

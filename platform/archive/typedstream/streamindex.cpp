@@ -32,7 +32,6 @@ quint32 StreamIndex::scanGroup(quint32 offset)
             Entry &entry = m_entries[frame.object];
             entry.end = ++m_offset;
             entry.numberAfter = Number(m_entries.size());
-            entry.complete = true;
             m_frames.pop_back();
         } else {
             beginGroup(frame);
@@ -102,7 +101,6 @@ StreamIndex::Number StreamIndex::scanClass()
         const quint32 name = scanSharedString();
         (void)m_bytes.integer(m_offset); // the class's version
         m_entries[current].contents = name;
-        m_entries[current].complete = true;
         previous = current;
     }
 }
@@ -116,7 +114,6 @@ void StreamIndex::scanCString()
         const Number number = addEntry(Kind::CString, m_offset++);
         const quint32 text = scanSharedString();
         m_entries[number].contents = text;
-        m_entries[number].complete = true;
     } else {
         (void)scanReference(Kind::CString, Number(m_entries.size()));
     }
@@ -125,12 +122,12 @@ void StreamIndex::scanCString()
 StreamIndex::Number StreamIndex::scanReference(Kind kind, Number below)
 {
     const quint32 start = m_offset;
-    const qint64 number = m_bytes.integer(m_offset) - firstReference;
-    if (number < 0 || number >= below)
+    const auto number = readReference(m_offset);
+    if (number >= below)
         throw FormatError(start, "a reference to what has not been read");
-    if (m_entries[size_t(number)].kind != kind)
+    if (m_entries[number].kind != kind)
         throw FormatError(start, "a reference to something of another kind");
-    return Number(number);
+    return number;
 }
 
 quint32 StreamIndex::scanSharedString()
@@ -147,10 +144,10 @@ quint32 StreamIndex::scanSharedString()
         m_strings.push_back({span});
         return quint32(m_strings.size() - 1);
     }
-    const qint64 number = m_bytes.integer(m_offset) - firstReference;
-    if (number < 0 || number >= qint64(m_strings.size()))
+    const auto number = readReference(m_offset);
+    if (number >= m_strings.size())
         throw FormatError(start, "a reference to a string that has not been read");
-    return quint32(number);
+    return number;
 }
 
 const TypeEncoding &StreamIndex::encoding(quint32 stringNumber)

@@ -27,11 +27,10 @@ public:
     /// Of a size that is a power of two: it is found by shifting, not by dividing.
     struct alignas(16) Entry {
         Kind kind;
-        bool complete = false; ///< read to its end
-        quint32 start;         ///< offset of its "new" tag
-        quint32 contents = 0;  ///< of an object: offset of its first group; else: its name's or text's number
-                               ///< in the string table
-        quint32 end = 0;       ///< of an object: offset behind it
+        quint32 start;        ///< offset of its "new" tag
+        quint32 contents = 0; ///< of an object: offset of its first group; else: its name's or text's number
+                              ///< in the string table
+        quint32 end = 0;      ///< of an object: offset behind it
         Number classNumber = none; ///< of an object: its class; of a class: its superclass
         Number firstInside = 0;    ///< of an object: number of the first literal in its contents
         Number numberAfter = 0;    ///< of an object: number of the first literal behind it
@@ -57,10 +56,14 @@ public:
     [[nodiscard]] const TypeEncoding &readEncoding(quint32 &offset);
     /// A string that may be shared; nothing for nil.
     [[nodiscard]] std::optional<QByteArrayView> readSharedString(quint32 &offset) const;
-    /// The number that a reference names; the next byte must be neither a tag nor nil.
+    /// The number that a reference names, none for one that no table can have; the next byte must be neither
+    /// a tag nor nil.
     [[nodiscard]] Number readReference(quint32 &offset) const
     {
-        return Number(m_bytes.integer(offset) - firstReference);
+        const qint64 reference = m_bytes.integer(offset);
+        return reference >= firstReference && reference < none + firstReference
+                   ? Number(reference - firstReference)
+                   : none;
     }
 
     /// A class's name, or a C string's text. Empty for nil.

@@ -1,6 +1,6 @@
-#include "binarylist.h"
 #include "dump.h"
 #include "platform/formaterror.h"
+#include "tests/support/binarylist.h"
 
 #include <gtest/gtest.h>
 
@@ -121,37 +121,38 @@ TEST(BinaryPropertyList, RefusesATrailerThatLies)
     const QByteArray good = BinaryList{{hex("A1 01"), hex("09")}}.bytes();
     ASSERT_EQ(dumpOf(good), "(true\n)");
     const qsizetype trailer = good.size() - 32;
+    const char *const noTrailer = "the file is cut off: what it ends with is no trailer of a property list";
     const struct {
         qsizetype at;
         quint64 value;
         qsizetype size;
         const char *fault;
     } table[] = {
-        {6, 0, 1, "offsets of an impossible size"},
-        {6, 9, 1, "offsets of an impossible size"},
-        {6, 3, 1, "the offset table does not fit into the file"},
+        {6, 0, 1, noTrailer},
+        {6, 9, 1, noTrailer},
+        {6, 3, 1, noTrailer},
         {6, 1, 1, "the offset of an object lies outside the objects"},
-        {7, 0, 1, "references of an impossible size"},
-        {7, 9, 1, "references of an impossible size"},
+        {7, 0, 1, noTrailer},
+        {7, 9, 1, noTrailer},
         {7, 8, 1, "an object reaches beyond the objects' end"},
-        {8, 3, 8, "the offset table does not fit into the file"},
-        {8, ~quint64(0), 8, "the offset table does not fit into the file"},
-        {8, quint64(1) << 63U, 8, "the offset table does not fit into the file"},
+        {8, 3, 8, noTrailer},
+        {8, ~quint64(0), 8, noTrailer},
+        {8, quint64(1) << 63U, 8, noTrailer},
         {8, 1, 8, "a reference to an object that is not there"},
-        {8, 0, 8, "there is no such top object"},
-        {16, 2, 8, "there is no such top object"},
-        {16, ~quint64(0), 8, "there is no such top object"},
-        {24, 8, 8, "the offset table lies outside the file"},
-        {24, quint64(trailer) + 1, 8, "the offset table lies outside the file"},
-        {24, ~quint64(0), 8, "the offset table lies outside the file"},
-        {24, quint64(trailer) - 3, 8, "the offset table does not fit into the file"},
+        {8, 0, 8, noTrailer},
+        {16, 2, 8, noTrailer},
+        {16, ~quint64(0), 8, noTrailer},
+        {24, 8, 8, noTrailer},
+        {24, quint64(trailer) + 1, 8, noTrailer},
+        {24, ~quint64(0), 8, noTrailer},
+        {24, quint64(trailer) - 3, 8, noTrailer},
     };
     for (const auto &row : table) {
         QByteArray bad = good;
         bad.replace(trailer + row.at, row.size, bigEndianBytes(row.value, int(row.size)));
         EXPECT_EQ(faultOf(bad), row.fault) << row.at << " " << row.value;
     }
-    EXPECT_EQ(faultOf("bplist00"), "a binary property list without a trailer");
+    EXPECT_EQ(faultOf("bplist00"), "the file is cut off");
     QByteArray later = good;
     later.replace("bplist00", "bplist15");
     EXPECT_EQ(faultOf(later), "a binary property list of an unknown version");
@@ -179,4 +180,14 @@ TEST(BinaryPropertyList, ShowsItsNodesWithTheirOffsets)
     EXPECT_EQ(table->value(0, 2), 6U);
     EXPECT_EQ(table->element(6, 0), 0U); // a container may hold its owner here
     EXPECT_EQ(table->integer(4), 2);
+
+    // What stands after the last element or pair belongs to the next container.
+    const QByteArray neighbours =
+        BinaryList{{hex("A2 01 03"), hex("A1 02"), hex("09"), hex("D1 04 05"), hex("51 61"), hex("51 62"),
+                    hex("A1 02")}}
+            .bytes();
+    const platform::PropertyList list = platform::readPropertyList(neighbours);
+    EXPECT_TRUE(list.at(0).at(1).isNull());
+    EXPECT_TRUE(list.at(1)[u"b"].isNull());
+    EXPECT_EQ(tableOf(neighbours)->valueForKey(3, "b"), std::nullopt);
 }

@@ -1,7 +1,8 @@
 // Files made to crash a reader, to keep it busy or to fill the memory.
 
-#include "binarylist.h"
 #include "dump.h"
+#include "tests/support/binarylist.h"
+
 #include "platform/formaterror.h"
 #include "platform/propertylist/treecheck.h"
 #include "platform/propertylist/xmlwriter.h"

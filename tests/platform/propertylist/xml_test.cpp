@@ -135,5 +135,5 @@ TEST(XmlPropertyList, CountsOffsetsInCharactersFromTheStart)
 {
     // Up to where the opening tag of what is wrong ends.
     EXPECT_EQ(dumpOf("\xEF\xBB\xBF <?xml version='1.0'?>\n<plist><!-- \xE6\x97\xA5 --><url></url></plist>"),
-              "offset 46: an unknown element");
+              "an unknown element (offset 46)");
 }

@@ -6,7 +6,8 @@
 
 /// A binary property list made object by object, as wrong as a test wants it.
 struct BinaryList {
-    std::vector<QByteArray> objects; ///< marker and contents of each, references one byte long
+    /// Marker and contents of each; one without bytes stands where the object before it stands.
+    std::vector<QByteArray> objects;
     quint64 top = 0;
     int offsetSize = 2;
     int referenceSize = 1;

@@ -1,11 +1,13 @@
-#include "binarylist.h"
+#include "tests/support/binarylist.h"
 
 QByteArray BinaryList::bytes() const
 {
     QByteArray file = "bplist00";
     QByteArray offsets;
+    qsizetype last = file.size();
     for (const QByteArray &object : objects) {
-        offsets += bigEndianBytes(quint64(file.size()), offsetSize);
+        last = object.isEmpty() ? last : file.size();
+        offsets += bigEndianBytes(quint64(last), offsetSize);
         file += object;
     }
     const auto table = quint64(file.size());
