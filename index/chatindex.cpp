@@ -46,8 +46,13 @@ bool isDamage(const DatabaseError &error)
 
 } // namespace
 
-ChatIndex::ChatIndex(std::filesystem::path folder, const std::optional<std::filesystem::path> &file)
-    : m_folder(std::move(folder)), m_file(file)
+ChatIndex::ChatIndex(std::filesystem::path folder, std::filesystem::path file)
+    : m_folder(std::move(folder)), m_file(std::move(file))
+{
+}
+
+ChatIndex::ChatIndex(std::filesystem::path folder, std::function<bool(const ChatRecord &)> keeps)
+    : m_folder(std::move(folder)), m_keeps(std::move(keeps))
 {
 }
 
@@ -90,7 +95,7 @@ std::optional<std::string> ChatIndex::update(const Progress &progress, bool agai
         try {
             if (!m_database)
                 open();
-            Updating updating(*m_database, m_folder, m_file.has_value());
+            Updating updating(*m_database, m_folder, m_file.has_value(), m_keeps);
             if (again && attempt == 1)
                 updating.forgetAll();
             m_unreadFolders = updating.run(progress);
@@ -202,6 +207,21 @@ std::optional<std::string> ChatIndex::findChats(const Question &question, Order 
         m_database.reset();
         return error.what();
     }
+}
+
+std::vector<Match> ChatIndex::messages(const Chat &chat)
+{
+    std::vector<Match> all;
+    try {
+        Search(*this, Question()).messages(chat, [&all](const Match &match) {
+            all.push_back(match);
+            return true;
+        });
+    } catch (const DatabaseError &) {
+        m_database.reset();
+        all.clear();
+    }
+    return all;
 }
 
 } // namespace indexing

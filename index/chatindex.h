@@ -51,7 +51,7 @@ struct UnreadableTranscript {
 
 /// A message that answers a question.
 struct Match {
-    const Chat *chat = nullptr; ///< lent for the call
+    const Chat *chat = nullptr; ///< lent until the next update()
     quint32 place = 0;          ///< its position among all messages of the chat, notices included
     std::optional<qint64> milliseconds;
     quint32 person = 0; ///< position in ChatIndex::people()
@@ -75,10 +75,11 @@ public:
     using Progress = std::function<bool(size_t done, size_t total)>;
 
     /// @param folder the transcript folder, with the files that VORAChatLog::load() takes.
-    /// @param file where the index is kept; its folder is made. Without one it is in memory, and has no table
-    /// of
-    ///             texts: they are all looked at for every question.
-    ChatIndex(std::filesystem::path folder, const std::optional<std::filesystem::path> &file);
+    /// @param file where the index is kept; its folder is made.
+    ChatIndex(std::filesystem::path folder, std::filesystem::path file);
+    /// An index in memory, for what is asked once. It has no table of texts: they are all looked at.
+    /// @param keeps whether a chat is to be in it; asked in the processes that read them. Empty: all are.
+    explicit ChatIndex(std::filesystem::path folder, std::function<bool(const ChatRecord &)> keeps = {});
     ~ChatIndex();
     ChatIndex(const ChatIndex &) = delete;
     ChatIndex &operator=(const ChatIndex &) = delete;
@@ -110,6 +111,9 @@ public:
     [[nodiscard]] std::optional<std::string> findChats(const Question &question, Order order,
                                                        const std::function<bool(const Chat &)> &take);
 
+    /// All messages of @p chat, in order; empty when the index cannot be read.
+    [[nodiscard]] std::vector<Match> messages(const Chat &chat);
+
 private:
     /// What is known beside a Chat, for finding.
     struct Place {
@@ -123,7 +127,8 @@ private:
     void load();
 
     std::filesystem::path m_folder;
-    std::optional<std::filesystem::path> m_file;
+    std::optional<std::filesystem::path> m_file; // nothing: in memory
+    std::function<bool(const ChatRecord &)> m_keeps;
     std::unique_ptr<platform::Database> m_database;
     std::vector<Chat> m_chats;
     std::vector<Place> m_places; // of each chat

@@ -44,6 +44,12 @@ bool hasWords(const QString &text, const Question &question)
     });
 }
 
+bool hasWords(const ChatRecord &record, const Question &question)
+{
+    return std::any_of(record.texts.begin(), record.texts.end(),
+                       [&](const QString &text) { return hasWords(text, question); });
+}
+
 std::optional<std::vector<FoldedText::Range>> wordsIn(const QString &text, const Question &question)
 {
     const FoldedText foldedText(text);

@@ -36,6 +36,10 @@ struct Question {
 /// Whether they all stand there, which is quicker to tell.
 [[nodiscard]] bool hasWords(const QString &text, const Question &question);
 
+/// Whether any text of a chat has the words of @p question, each text being looked at once. What else is
+/// asked for is not looked at.
+[[nodiscard]] bool hasWords(const ChatRecord &record, const Question &question);
+
 /// Whether a message of that time (Unix, milliseconds) is as @p question has it. One without a time is in no
 /// period.
 [[nodiscard]] bool isInPeriod(std::optional<qint64> milliseconds, const Question &question);

@@ -233,6 +233,14 @@ void Search::run(ChatIndex::Order order, const std::function<bool(const Match &)
                [&](size_t chat, const Blocks &blocks) { return matchesIn(chat, blocks, order, take); });
 }
 
+void Search::messages(const Chat &chat, const std::function<bool(const Match &)> &take)
+{
+    const auto known = std::find_if(m_index.m_chats.begin(), m_index.m_chats.end(),
+                                    [&chat](const Chat &other) { return other.id == chat.id; });
+    if (known != m_index.m_chats.end())
+        matchesIn(size_t(known - m_index.m_chats.begin()), {}, ChatIndex::Order::OldestFirst, take);
+}
+
 void Search::chats(ChatIndex::Order order, const std::function<bool(const Chat &)> &take)
 {
     const bool isAboutMessages = !m_question.words.empty() || !m_question.from.isEmpty() ||

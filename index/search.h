@@ -17,6 +17,9 @@ public:
     /// The same for whole chats. @throws platform::DatabaseError
     void chats(ChatIndex::Order order, const std::function<bool(const Chat &)> &take);
 
+    /// Those of one chat alone. @throws platform::DatabaseError
+    void messages(const Chat &chat, const std::function<bool(const Match &)> &take);
+
 private:
     using Blocks = std::vector<qint64>; // positions of blocks in their chat, in rising order
 

@@ -34,12 +34,14 @@ bool isTakenByItsName(const std::filesystem::path &path)
     return (name.ends_with(".chat") || name.ends_with(".ichat")) && name.find(" on ") != std::string::npos;
 }
 
-/// What a worker answers: 'c' and a record, 'u' and a reason, or 'n' when the file is none of a chat.
-QByteArray answerFor(const std::filesystem::path &path)
+/// What a worker answers: 'c' and a record, 'u' and a reason, or 'n' for what is not kept.
+QByteArray answerFor(const std::filesystem::path &path, const std::function<bool(const ChatRecord &)> &keeps)
 {
     const VORAChatLog::Loading loading = VORAChatLog::load(path);
-    if (loading.chatLog)
-        return 'c' + serialized(recordOf(*loading.chatLog));
+    if (loading.chatLog) {
+        const ChatRecord record = recordOf(*loading.chatLog);
+        return keeps && !keeps(record) ? QByteArrayLiteral("n") : 'c' + serialized(record);
+    }
     if (loading.outcome == VORAChatLog::Outcome::Unreadable)
         return 'u' + platform::utf8FromString(loading.reason);
     return QByteArrayLiteral("n");
@@ -78,8 +80,9 @@ struct Share {
 
 } // namespace
 
-Updating::Updating(platform::Database &database, std::filesystem::path folder, bool withTexts)
-    : m_database(database), m_folder(std::move(folder)), m_withTexts(withTexts)
+Updating::Updating(platform::Database &database, std::filesystem::path folder, bool withTexts,
+                   std::function<bool(const ChatRecord &)> keeps)
+    : m_database(database), m_folder(std::move(folder)), m_withTexts(withTexts), m_keeps(std::move(keeps))
 {
 }
 
@@ -205,7 +208,7 @@ bool Updating::read(const std::vector<Transcript> &transcripts)
     const auto start = Clock::now();
     size_t read = 0;
     runInWorkers(
-        transcripts.size(), [&](size_t job) { return answerFor(m_folder / transcripts[job].path); },
+        transcripts.size(), [&](size_t job) { return answerFor(m_folder / transcripts[job].path, m_keeps); },
         [&](size_t job, const JobResult &result) {
             insert(transcripts[job],
                    result.bytes ? *result.bytes : 'u' + QByteArray::fromStdString(result.failure));
@@ -218,9 +221,8 @@ bool Updating::read(const std::vector<Transcript> &transcripts)
 
 void Updating::insert(const Transcript &transcript, const QByteArray &answer)
 {
-    if (answer.startsWith('n'))
-        return; // there is nothing to be known of it but its name, which says the same next time
     const bool isChat = answer.startsWith('c');
+    const bool isUnreadable = answer.startsWith('u');
     Statement row(m_database,
                   "INSERT INTO transcript(path, device, inode, size, seconds, nanoseconds, reason, isTold) "
                   "VALUES(?, ?, ?, ?, ?, ?, ?, 0)");
@@ -231,10 +233,10 @@ void Updating::insert(const Transcript &transcript, const QByteArray &answer)
         .bind(identity.size)
         .bind(identity.seconds)
         .bind(qint64(identity.nanoseconds));
-    if (isChat)
-        row.bindNull().run();
-    else
+    if (isUnreadable)
         row.bind(QByteArrayView(answer).sliced(1)).run();
+    else
+        row.bindNull().run();
     if (isChat)
         insertChat(m_database.lastInsertedRow(), chatRecordFrom(answer.sliced(1)));
 }

@@ -23,7 +23,9 @@ class Updating {
 public:
     /// @param database lent, with the tables of tables.h.
     /// @param withTexts whether it has the table of texts.
-    Updating(platform::Database &database, std::filesystem::path folder, bool withTexts);
+    /// @param keeps which chats are taken, asked in the worker processes; empty: all.
+    Updating(platform::Database &database, std::filesystem::path folder, bool withTexts,
+             std::function<bool(const ChatRecord &)> keeps);
 
     /// Empties all tables. @throws platform::DatabaseError
     void forgetAll();
@@ -66,6 +68,7 @@ private:
     platform::Database &m_database;
     std::filesystem::path m_folder;
     bool m_withTexts;
+    std::function<bool(const ChatRecord &)> m_keeps;
     std::function<bool(size_t, size_t)> m_progress;
     size_t m_done = 0;
     size_t m_total = 0;
