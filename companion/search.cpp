@@ -119,8 +119,10 @@ private:
             match.milliseconds
                 ? platform::descriptionWithCalendarFormat(dateOf(*match.milliseconds), u"%H:%M")
                 : QStringLiteral("--:--");
-        const QString before = QStringLiteral("  ") + time + (m_options.context > 0 && isMatch ? QStringLiteral(" > ") : QStringLiteral("   ")) +
-                               onOneLine(m_index.people()[match.person].displayName) + QStringLiteral(": ");
+        const QString before =
+            QStringLiteral("  ") + time +
+            (m_options.context > 0 && isMatch ? QStringLiteral(" > ") : QStringLiteral("   ")) +
+            onOneLine(m_index.people()[match.person].displayName) + QStringLiteral(": ");
         const QString text = before + shown(match, isMatch, m_style.width() - before.size());
         printLine(isMatch ? text : m_style.dim(text));
     }
@@ -240,12 +242,12 @@ void addSearchCommand(CLI::App &commands, Action &action)
     command->footer(
         "Examples: prattlebug search ferry\n"
         "          prattlebug search \"see you\" --from kim --since 2005-03 --context 3\n"
-        "          prattlebug search --with kim --since 2005 --until 2005 --has picture\n"
+        "         prattlebug search --with kim --since 2005 --until 2005 --has picture\n"
         "Without words, any of the filters is enough. Messages are grouped by chat; the path in the "
         "heading is one that \"prattlebug show\" takes. Times are local.\n"
         "Exit code: 1 when nothing is found, or there is no transcript folder.");
     command->callback([options, &action] {
-        if (options->filters.question().isEmpty())
+        if (options->filters.words.empty() && options->filters.question().isEmpty())
             throw CLI::ValidationError("search",
                                        "say what to search for: words, or a filter such as --with kim");
         action = [options] { return search(*options); };

@@ -58,7 +58,9 @@ QString foldedPiece(QStringView piece)
         } else if (dropsMarks) {
             continue;
         }
-        if (QChar::requiresSurrogates(character))
+        if (character == U'ß') // Qt's case folding is the simple one, a character for a character
+            kept += QStringView(u"ss");
+        else if (QChar::requiresSurrogates(character))
             kept += QStringView(QChar::fromUcs4(character));
         else
             kept += QChar(withoutStroke(char16_t(character)));

@@ -9,7 +9,7 @@ namespace indexing {
 
 // Texts are compared in a folded form, in which what people take for the same letters is the same:
 //
-// - letter case does not count (Unicode's full case folding: "Straße" and "STRASSE" are the same);
+// - letter case does not count (Unicode's simple case folding, and ß is ss);
 // - accents and other marks do not count after Latin, Greek and Cyrillic letters, so "zoe" is found in "Zoë",
 //   whichever way it is spelt; nor do the strokes of letters such as ø and ł, and ı is an i;
 // - everywhere else marks make another letter and do count: か is not が;
