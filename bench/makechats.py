@@ -7,6 +7,7 @@
                                              with 100,000 runs, of each kind
 """
 
+import itertools
 import random
 import struct
 import sys
@@ -22,17 +23,41 @@ from transcript import Keyed, Speaker, Transcript, Typed  # noqa: E402
 
 MESSAGES_PER_CHAT = 50
 PICTURE_BYTES = 60_000
+# The words that everybody uses, most frequent first; after them come made-up ones.
 WORDS = (
     "the a I you we it is was be do of to in on for with and but so if not no yes ok well maybe when where what who "
     "train coffee lake concert garden heron picture Thursday ticket balcony record kitchen window Zoë naïve café "
     "travelling remember forgotten tomorrow yesterday never always 你好 🌷 :-) lol, see hear think know come go there"
 ).split()
+VOCABULARY = 40_000
+CHINESE = "我们今天去看电影好吗明晚一起吃饭吧火车站见面天气很冷记得带伞照片收到了谢谢你真漂亮生日快乐"
+
+
+def vocabulary():
+    """Words of natural lengths, used in natural proportions: the n-th word 1/n as often as the first (Zipf's law)."""
+    chance = random.Random(40_000)
+    syllables = [first + vowel + last for first in "b d f g h k l m n p r s t v w st tr pl".split()
+                 for vowel in "a e i o u ee ou".split() for last in ("", "n", "r", "s", "t")]
+    words = list(dict.fromkeys(WORDS))
+    known = set(words)
+    while len(words) < VOCABULARY:
+        word = "".join(chance.choices(syllables, k=chance.choice((1, 2, 2, 2, 3, 3, 4))))
+        if word not in known:
+            known.add(word)
+            words.append(word)
+    return words, list(itertools.accumulate(1 / rank for rank in range(1, len(words) + 1)))
+
+
+ALL_WORDS, CUMULATIVE_WEIGHTS = vocabulary()
 CHATS_PER_FRIEND = 30
 STYLES = [friend.style for friend in (BOB, KIM, PRIYA, TOMAS, ZOE)]
 
 
 def sentence(chance, longest=14):
-    return " ".join(chance.choices(WORDS, k=chance.randint(1, longest)))
+    if chance.random() < 0.03:
+        start = chance.randrange(len(CHINESE) - 8)
+        return CHINESE[start:start + chance.randint(2, 8)]
+    return " ".join(chance.choices(ALL_WORDS, cum_weights=CUMULATIVE_WEIGHTS, k=chance.randint(1, longest)))
 
 
 def picture(chance):

@@ -45,6 +45,9 @@ int run(int argc, char **argv)
     companion::addSetupCommand(program, action);
     companion::addArchiveCommand(program, action);
     companion::addSearchCommand(program, action);
+    companion::addListCommand(program, action);
+    companion::addPeopleCommand(program, action);
+    companion::addIndexCommand(program, action);
     companion::addShowCommand(program, action);
     companion::addStatsCommand(program, action);
     companion::addPagesCommand(program, action);

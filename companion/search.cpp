@@ -1,217 +1,222 @@
+#include "companion/chatindexuse.h"
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/filters.h"
+#include "companion/jsonlines.h"
+#include "companion/terminal.h"
 
-#include "archiver/PBArchiver.h"
-
-#include "VORAChatLog.h"
-
-#include "platform/addressbook/addressbook.h"
 #include "platform/date/calendar.h"
-#include "platform/files/directorywalk.h"
-#include "platform/files/files.h"
 #include "platform/text/encoding.h"
 
-#include <QStringMatcher>
+#include <CLI/Validators.hpp>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <memory>
-#include <new>
 
 namespace companion {
 
 namespace {
 
-/// A date as a user gives it, from the year on and as exact as they like: a period of local time.
-class Period {
-public:
-    /// Of "2005", "2005-03", "2005-03-01", "2005-03-01 21" or "2005-03-01 21:07"; nothing of anything else.
-    [[nodiscard]] static std::optional<Period> fromText(QStringView text)
-    {
-        constexpr std::array<qsizetype, 5> lengths{4, 2, 2, 2, 2};
-        constexpr std::array<char16_t, 4> between{u'-', u'-', u' ', u':'};
-        constexpr std::array<std::pair<int, int>, 5> ranges{{{1, 9999}, {1, 12}, {1, 31}, {0, 23}, {0, 59}}};
-        Period period;
-        while (period.m_count < lengths.size()) {
-            const size_t field = period.m_count;
-            const QStringView digits = text.first(std::min(lengths.at(field), text.size()));
-            const bool areDigits =
-                std::all_of(digits.begin(), digits.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
-            const int value = digits.toInt();
-            if (digits.size() < lengths.at(field) || !areDigits || value < ranges.at(field).first ||
-                value > ranges.at(field).second)
-                return std::nullopt;
-            period.m_fields.at(period.m_count++) = value;
-            text = text.sliced(digits.size());
-            if (text.isEmpty())
-                return period;
-            if (field >= between.size() || text.front() != between.at(field))
-                return std::nullopt;
-            text = text.sliced(1);
-        }
-        return std::nullopt;
-    }
-
-    /// Less than 0 when @p date is before the period, 0 when in it, more when after it.
-    [[nodiscard]] int place(const platform::CalendarDate &date) const
-    {
-        const std::array<int, 5> fields{date.year, date.month, date.day, date.hour, date.minute};
-        for (size_t field = 0; field < m_count; ++field) {
-            if (fields.at(field) != m_fields.at(field))
-                return fields.at(field) < m_fields.at(field) ? -1 : 1;
-        }
-        return 0;
-    }
-
-private:
-    std::array<int, 5> m_fields{};
-    size_t m_count = 0;
-};
-
-/// Composed characters: both spellings of an accented letter are found by either.
-QString composed(const QString &text)
-{
-    return text.normalized(QString::NormalizationForm_C);
-}
-
-struct Query {
-    std::vector<QStringMatcher> words; ///< all of them
-    QString from;                      ///< empty: anybody
-    std::optional<Period> since;
-    std::optional<Period> until;
-
-    [[nodiscard]] bool matches(const VORAInstantMessage &message) const
-    {
-        if (message.isStatusMessage())
-            return false;
-        const QString text = composed(message.string()->string());
-        const bool hasWords = std::all_of(
-            words.begin(), words.end(), [&](const QStringMatcher &word) { return word.indexIn(text) >= 0; });
-        return hasWords && matchesSpeaker(message) && matchesTime(message);
-    }
-
-private:
-    [[nodiscard]] bool matchesSpeaker(const VORAInstantMessage &message) const
-    {
-        return from.isEmpty() ||
-               composed(message.Speaker().value_or(QString())).contains(from, Qt::CaseInsensitive) ||
-               message.rawSpeaker().value_or(QString()).compare(from, Qt::CaseInsensitive) == 0;
-    }
-
-    [[nodiscard]] bool matchesTime(const VORAInstantMessage &message) const
-    {
-        if (!since && !until)
-            return true;
-        if (!message.TimeStamp())
-            return false;
-        const platform::CalendarDate date = platform::calendarDate(*message.TimeStamp());
-        return (!since || since->place(date) >= 0) && (!until || until->place(date) <= 0);
-    }
-};
-
-/// @p text on one line, and without what a terminal would obey.
-QString onOneLine(QString text)
-{
-    for (QChar &character : text) {
-        if (character.isSpace())
-            character = u' ';
-        else if (character.category() == QChar::Other_Control)
-            character = QChar::ReplacementCharacter;
-    }
-    return text;
-}
-
-void printMatch(const std::filesystem::path &chat, const VORAInstantMessage &message)
-{
-    const QString time =
-        message.TimeStamp() ? platform::descriptionWithCalendarFormat(*message.TimeStamp(), u"%Y-%m-%d %H:%M")
-                            : QStringLiteral("(without a time)");
-    printLine(QByteArrayView(
-        QByteArray::fromStdString(chat.native()) + ": " +
-        platform::utf8FromString(time + u' ' + onOneLine(message.Speaker().value_or(QString())) +
-                                 QStringLiteral(": ") + onOneLine(message.string()->string()))));
-}
-
-int search(const Query &query)
-{
-    const auto start = std::chrono::steady_clock::now();
-    const std::filesystem::path folder = PBArchiver::transcriptFolder();
-    if (!platform::fileExists(folder)) {
-        printError(
-            QByteArrayView("There is no transcript folder: " + QByteArray::fromStdString(folder.native()) +
-                           "; prattlebug setup makes it."));
-        return exitFailed;
-    }
-    std::vector<std::filesystem::path> entries;
-    platform::DirectoryWalk walk(folder);
-    while (auto entry = walk.next())
-        entries.push_back(std::move(*entry));
-    std::sort(entries.begin(), entries.end());
-
-    const platform::ABAddressBook::Reading oneReading;
-    qint64 chats = 0;
-    qint64 bytes = 0;
-    qint64 matches = 0;
-    for (const std::filesystem::path &entry : entries) {
-        const VORAChatLog::Loading loading = VORAChatLog::load(folder / entry);
-        if (loading.outcome == VORAChatLog::Outcome::Unreadable && verbosity() != Verbosity::Quiet)
-            printError(QByteArrayView(QByteArray::fromStdString(entry.native()) + ": " +
-                                      platform::utf8FromString(loading.reason)));
-        if (!loading.chatLog)
-            continue;
-        ++chats;
-        if (const auto identity = platform::fileIdentity(folder / entry))
-            bytes += identity->size;
-        try {
-            for (const auto &message : loading.chatLog->messages()) {
-                if (!query.matches(*message))
-                    continue;
-                ++matches;
-                printMatch(entry, *message);
-            }
-        } catch (const std::bad_alloc &) { // costs this chat alone
-            printError(
-                QByteArrayView(QByteArray::fromStdString(entry.native()) + ": it does not fit into memory"));
-        }
-    }
-    if (verbosity() == Verbosity::Verbose) {
-        const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-        constexpr double megabyte = 1e6;
-        printError(QStringLiteral("%1 found in %2 chats, %3 MB, in %4 s")
-                       .arg(matches)
-                       .arg(chats)
-                       .arg(double(bytes) / megabyte, 0, 'f', 1)
-                       .arg(seconds.count(), 0, 'f', 2));
-    }
-    return matches > 0 ? exitDone : exitFailed;
-}
+using indexing::Chat;
+using indexing::ChatIndex;
+using indexing::Match;
+using indexing::Question;
 
 struct Options {
-    std::vector<std::string> words;
-    std::string from;
-    std::string since;
-    std::string until;
+    Filters filters;
+    qint64 context = 0;
+    qint64 limit = 0; ///< 0: all
+    bool newestFirst = false;
+    bool countOnly = false;
+    bool json = false;
+    bool withoutIndex = false;
 };
 
-/// What CLI11 is told of a wrong date; nothing when it is right.
-std::string checkedPeriod(const std::string &text)
+QString dayOf(const std::optional<qint64> &milliseconds)
 {
-    return Period::fromText(platform::stringFromUtf8(text))
-               ? std::string()
-               : "\"" + text +
-                     "\" is no date: it should look like 2005, 2005-03, 2005-03-01 or \"2005-03-01 21:07\"";
+    return milliseconds ? platform::descriptionWithCalendarFormat(dateOf(*milliseconds), u"%a %Y-%m-%d")
+                        : QStringLiteral("without a date");
 }
 
-Query queryFrom(const Options &options)
+/// What is printed of the answers, for people.
+class Listing {
+public:
+    Listing(ChatIndex &index, const Question &question, const Options &options)
+        : m_index(index), m_question(question), m_options(options)
+    {
+    }
+
+    void add(const Match &match)
+    {
+        if (m_chat != match.chat->id) {
+            finishChat();
+            m_chat = match.chat->id;
+            printHeading(*match.chat);
+            m_day = dayOf(match.chat->first);
+        }
+        if (m_options.context > 0)
+            m_found.push_back(match);
+        else
+            print(match, true);
+    }
+
+    /// To be called at the end: what stands around messages is known only when all of a chat's are.
+    void finishChat()
+    {
+        if (m_found.empty())
+            return;
+        const std::vector<Match> messages = m_index.messages(*m_found.front().chat);
+        const auto isFound = [this](quint32 place) {
+            return std::any_of(m_found.begin(), m_found.end(),
+                               [place](const Match &found) { return found.place == place; });
+        };
+        std::vector<bool> isShown(messages.size());
+        std::vector<bool> isMatch(messages.size());
+        for (size_t position = 0; position < messages.size(); ++position) {
+            if (!(isMatch[position] = isFound(messages[position].place)))
+                continue;
+            const auto context = size_t(m_options.context);
+            const size_t first = position - std::min(context, position);
+            const size_t last = std::min(position + context, messages.size() - 1);
+            std::fill(isShown.begin() + std::ptrdiff_t(first), isShown.begin() + std::ptrdiff_t(last) + 1,
+                      true);
+        }
+        bool isGap = false;
+        for (size_t position = 0; position < messages.size(); ++position) {
+            if (isShown[position]) {
+                if (isGap)
+                    printLine(m_style.dim(QStringLiteral("  …")));
+                print(messages[position], isMatch[position]);
+            }
+            isGap = !isShown[position] && position > 0 && isShown[position - 1] ? true
+                                                                                : isGap && !isShown[position];
+        }
+        m_found.clear();
+    }
+
+private:
+    void printHeading(const Chat &chat)
+    {
+        if (m_hasHeading)
+            printLine(u"");
+        m_hasHeading = true;
+        printLine(QByteArrayView(
+            platform::utf8FromString(m_style.bold(onOneLine(chat.otherParty)) + QStringLiteral("  ") +
+                                     dayOf(chat.first) + QStringLiteral("  ")) +
+            (m_style.isTerminal()
+                 ? platform::utf8FromString(m_style.dim(onOneLine(platform::displayPath(chat.path))))
+                 : QByteArray::fromStdString(chat.path.native()))));
+    }
+
+    void print(const Match &match, bool isMatch)
+    {
+        const QString day = dayOf(match.milliseconds);
+        if (match.milliseconds && day != m_day)
+            printLine(m_style.dim(QStringLiteral("  ") + day));
+        m_day = match.milliseconds ? day : m_day;
+        const QString time =
+            match.milliseconds
+                ? platform::descriptionWithCalendarFormat(dateOf(*match.milliseconds), u"%H:%M")
+                : QStringLiteral("--:--");
+        const QString before =
+            QStringLiteral("  ") + time +
+            (m_options.context > 0 && isMatch ? QStringLiteral(" > ") : QStringLiteral("   ")) +
+            onOneLine(m_index.people()[match.person].displayName) + QStringLiteral(": ");
+        const QString text = before + shown(match, isMatch, m_style.width() - before.size());
+        printLine(isMatch ? text : m_style.dim(text));
+    }
+
+    /// The text of a message on one line: whole in a pipe, on a terminal what fits around the first word
+    /// found, with the words marked.
+    [[nodiscard]] QString shown(const Match &match, bool isMatch, qsizetype room) const
+    {
+        const QString text = onOneLine(match.text);
+        if (!m_style.isTerminal())
+            return text;
+        std::vector<indexing::FoldedText::Range> words;
+        if (isMatch)
+            words = indexing::wordsIn(match.text, m_question).value_or(words);
+        constexpr qsizetype leastRoom = 30;
+        room = std::max(room, leastRoom);
+        qsizetype start = 0;
+        qsizetype end = text.size();
+        if (end > room) {
+            const qsizetype first = words.empty() ? 0 : words.front().position;
+            start = std::clamp<qsizetype>(first - room / 3, 0, text.size() - room + 1);
+            end = std::min(start + room - (start > 0 ? 2 : 1), text.size());
+            start += start > 0 && text[start].isLowSurrogate() ? 1 : 0;
+            end -= end < text.size() && text[end].isLowSurrogate() ? 1 : 0;
+        }
+        QString result = start > 0 ? QStringLiteral("…") : QString();
+        qsizetype position = start;
+        for (const auto &word : words) {
+            const qsizetype from = std::clamp(word.position, position, end);
+            const qsizetype to = std::clamp(word.position + word.length, position, end);
+            if (to > from)
+                result += text.mid(position, from - position) + m_style.marked(text.mid(from, to - from));
+            position = std::max(position, to);
+        }
+        return result + text.mid(position, end - position) +
+               (end < text.size() ? QStringLiteral("…") : QString());
+    }
+
+    ChatIndex &m_index;
+    const Question &m_question;
+    const Options &m_options;
+    OutputStyle m_style;
+    bool m_hasHeading = false;
+    qint64 m_chat = 0;
+    QString m_day;
+    std::vector<Match> m_found; // in the chat at hand
+};
+
+void printJson(const ChatIndex &index, const Match &match)
 {
-    Query query;
-    for (const std::string &word : options.words)
-        query.words.emplace_back(composed(platform::stringFromUtf8(word)), Qt::CaseInsensitive);
-    query.from = composed(platform::stringFromUtf8(options.from));
-    query.since = Period::fromText(platform::stringFromUtf8(options.since));
-    query.until = Period::fromText(platform::stringFromUtf8(options.until));
-    return query;
+    const indexing::KnownPerson &person = index.people()[match.person];
+    printJsonLine({{QStringLiteral("path"), platform::displayPath(match.chat->path)},
+                   {QStringLiteral("index"), qint64(match.place)},
+                   {QStringLiteral("time"), jsonTime(match.milliseconds)},
+                   {QStringLiteral("speaker"), person.displayName},
+                   {QStringLiteral("screenName"), jsonText(person.person.screenName)},
+                   {QStringLiteral("text"), match.text}});
+}
+
+int search(const Options &options)
+{
+    const auto start = std::chrono::steady_clock::now();
+    const Question question = options.filters.question();
+    const auto index = upToDateIndex(&question, options.withoutIndex);
+    if (!index)
+        return exitFailed;
+    Listing listing(*index, question, options);
+    qint64 found = 0;
+    const auto failure = index->find(
+        question, options.newestFirst ? ChatIndex::Order::NewestFirst : ChatIndex::Order::OldestFirst,
+        [&](const Match &match) {
+            ++found;
+            if (options.json)
+                printJson(*index, match);
+            else if (!options.countOnly)
+                listing.add(match);
+            return found != options.limit;
+        });
+    if (failure) {
+        printError(
+            QByteArrayView("The search could not be finished: " + QByteArray::fromStdString(*failure)));
+        return exitFailed;
+    }
+    listing.finishChat();
+    if (options.countOnly)
+        printLine(QString::number(found));
+    if (verbosity() == Verbosity::Verbose) {
+        const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+        printError(QStringLiteral("%1 found in %2 chats in %3 s")
+                       .arg(found)
+                       .arg(index->chats().size())
+                       .arg(seconds.count(), 0, 'f', 3));
+    }
+    return found > 0 && index->unreadFolders().empty() ? exitDone : exitFailed;
 }
 
 } // namespace
@@ -220,30 +225,33 @@ void addSearchCommand(CLI::App &commands, Action &action)
 {
     const auto options = std::make_shared<Options>();
     CLI::App *command = commands.add_subcommand("search", "Find messages in the transcript folder");
-    command
-        ->add_option("WORDS", options->words,
-                     "What a message must hold, all of it, in any letter case, also inside of words")
-        ->required();
-    command
-        ->add_option("--from", options->from, "Only of this person: a part of the name, or the screen name")
-        ->type_name("NAME");
-    command
-        ->add_option("--since", options->since,
-                     "Only from this local date on: 2005, 2005-03, 2005-03-01 or "
-                     "\"2005-03-01 21:07\"")
-        ->type_name("DATE")
-        ->check(checkedPeriod);
-    command
-        ->add_option("--until", options->until,
-                     "Only up to this date, all of that day, month or year included")
-        ->type_name("DATE")
-        ->check(checkedPeriod);
-    command->footer("Example: prattlebug search holiday photos --from kim --since 2005-03\n"
-                    "Each message is one line: the transcript, the local time, who wrote it, and the text.\n"
-                    "With --verbose the last line, on standard error, tells how much was searched.\n"
-                    "Exit code: 1 when nothing is found, or there is no transcript folder.");
-    command->callback(
-        [options, &action] { action = [query = queryFrom(*options)] { return search(query); }; });
+    options->filters.addTo(*command);
+    command->add_option("--context", options->context, "Also show this many messages before and after each")
+        ->type_name("N")
+        ->check(CLI::Range(0, 1000));
+    command->add_option("--limit", options->limit, "Stop after this many messages")
+        ->type_name("N")
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()));
+    command->add_flag("--newest", options->newestFirst, "Start with the newest chats and messages");
+    CLI::Option *count =
+        command->add_flag("--count", options->countOnly, "Only print how many messages there are");
+    command->add_flag("--json", options->json, "One JSON object for each message, a line each")
+        ->excludes(count);
+    command->add_flag("--no-index", options->withoutIndex,
+                      "Read all transcripts instead of asking the index");
+    command->footer(
+        "Examples: prattlebug search ferry\n"
+        "          prattlebug search \"see you\" --from kim --since 2005-03 --context 3\n"
+        "         prattlebug search --with kim --since 2005 --until 2005 --has picture\n"
+        "Without words, any of the filters is enough. Messages are grouped by chat; the path in the "
+        "heading is one that \"prattlebug show\" takes. Times are local.\n"
+        "Exit code: 1 when nothing is found, or there is no transcript folder.");
+    command->callback([options, &action] {
+        if (options->filters.words.empty() && options->filters.question().isEmpty())
+            throw CLI::ValidationError("search",
+                                       "say what to search for: words, or a filter such as --with kim");
+        action = [options] { return search(*options); };
+    });
 }
 
 } // namespace companion

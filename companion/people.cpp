@@ -1,0 +1,132 @@
+#include "companion/chatindexuse.h"
+#include "companion/commands.h"
+#include "companion/console.h"
+#include "companion/jsonlines.h"
+#include "companion/terminal.h"
+
+#include "platform/date/calendar.h"
+
+#include <QJsonArray>
+#include <QStringList>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+
+namespace companion {
+
+namespace {
+
+using indexing::KnownPerson;
+
+/// Everybody who is shown by one name.
+struct Somebody {
+    QString name;
+    std::vector<const KnownPerson *> identities;
+    qint64 chats = 0;
+    qint64 messages = 0;
+    std::optional<qint64> first;
+    std::optional<qint64> last;
+
+    void add(const KnownPerson &person)
+    {
+        identities.push_back(&person);
+        chats += person.chats;
+        messages += person.messages;
+        if (person.first)
+            first = std::min(first.value_or(*person.first), *person.first);
+        if (person.last)
+            last = std::max(last.value_or(*person.last), *person.last);
+    }
+
+    [[nodiscard]] QStringList screenNames() const
+    {
+        QStringList names;
+        for (const KnownPerson *person : identities)
+            names += person->person.screenName.value_or(QString());
+        names.removeDuplicates();
+        return names;
+    }
+};
+
+std::vector<Somebody> everybody(const std::vector<KnownPerson> &people)
+{
+    std::map<QString, Somebody> byName;
+    for (const KnownPerson &person : people) {
+        if (person.chats == 0)
+            continue;
+        Somebody &somebody = byName[person.displayName];
+        somebody.name = person.displayName;
+        somebody.add(person);
+    }
+    std::vector<Somebody> result;
+    for (auto &[name, somebody] : byName)
+        result.push_back(std::move(somebody));
+    std::stable_sort(result.begin(), result.end(),
+                     [](const Somebody &a, const Somebody &b) { return a.messages > b.messages; });
+    return result;
+}
+
+void print(const Somebody &somebody, const OutputStyle &style)
+{
+    constexpr int nameWidth = 24;
+    constexpr int numberWidth = 7;
+    const auto day = [](const std::optional<qint64> &milliseconds) {
+        return milliseconds ? platform::descriptionWithCalendarFormat(dateOf(*milliseconds), u"%Y-%m-%d")
+                            : QStringLiteral("no date   ");
+    };
+    QStringList others = somebody.screenNames();
+    others.removeAll(somebody.name);
+    printLine(
+        style.bold(onOneLine(somebody.name).leftJustified(nameWidth)) +
+        QString::number(somebody.chats).rightJustified(numberWidth) + QStringLiteral(" chats ") +
+        QString::number(somebody.messages).rightJustified(numberWidth) + QStringLiteral(" messages  ") +
+        day(somebody.first) + QStringLiteral(" to ") + day(somebody.last) +
+        (others.isEmpty() ? QString() : style.dim(QStringLiteral("  ") + onOneLine(others.join(QStringLiteral(", "))))));
+}
+
+void printJson(const Somebody &somebody)
+{
+    QJsonArray identities;
+    for (const KnownPerson *person : somebody.identities)
+        identities.append(QJsonObject{{QStringLiteral("service"), jsonText(person->person.service)},
+                                      {QStringLiteral("screenName"), jsonText(person->person.screenName)}});
+    printJsonLine({{QStringLiteral("name"), somebody.name},
+                   {QStringLiteral("identities"), identities},
+                   {QStringLiteral("chats"), somebody.chats},
+                   {QStringLiteral("messages"), somebody.messages},
+                   {QStringLiteral("first"), jsonTime(somebody.first)},
+                   {QStringLiteral("last"), jsonTime(somebody.last)}});
+}
+
+int people(bool json)
+{
+    const auto index = upToDateIndex();
+    if (!index)
+        return exitFailed;
+    const OutputStyle style;
+    const std::vector<Somebody> all = everybody(index->people());
+    for (const Somebody &somebody : all) {
+        if (json)
+            printJson(somebody);
+        else
+            print(somebody, style);
+    }
+    return !all.empty() && index->unreadFolders().empty() ? exitDone : exitFailed;
+}
+
+} // namespace
+
+void addPeopleCommand(CLI::App &commands, Action &action)
+{
+    const auto json = std::make_shared<bool>(false);
+    CLI::App *command =
+        commands.add_subcommand("people", "List everybody who wrote anything, most messages first");
+    command->add_flag("--json", *json, "One JSON object for each person, a line each");
+    command->footer("Example: prattlebug people\n"
+                    "Screen names that the address book gives one name are one person.\n"
+                    "Exit code: 1 when there is nobody, or no transcript folder.");
+    command->callback([json, &action] { action = [json] { return people(*json); }; });
+}
+
+} // namespace companion

@@ -1,0 +1,391 @@
+#include "index/updating.h"
+
+#include "index/blocks.h"
+#include "index/chatrecord.h"
+#include "index/tables.h"
+#include "index/workerprocesses.h"
+
+#include "platform/files/directorywalk.h"
+#include "platform/text/encoding.h"
+
+#include <QDataStream>
+#include <QIODevice>
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <optional>
+#include <string_view>
+
+namespace indexing {
+
+namespace {
+
+using platform::Statement;
+using platform::Transaction;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto longestStep = std::chrono::seconds(3);
+constexpr qsizetype longestBeginning = 100; // UTF-16 units
+
+bool isTakenByItsName(const std::filesystem::path &path)
+{
+    const std::string name = path.filename().native();
+    return (name.ends_with(".chat") || name.ends_with(".ichat")) && name.find(" on ") != std::string::npos;
+}
+
+/// What a worker answers: 'c' and a record, 'u' and a reason, or 'n' for what is not kept.
+QByteArray answerFor(const std::filesystem::path &path, const std::function<bool(const ChatRecord &)> &keeps)
+{
+    const VORAChatLog::Loading loading = VORAChatLog::load(path);
+    if (loading.chatLog) {
+        const ChatRecord record = recordOf(*loading.chatLog);
+        return keeps && !keeps(record) ? QByteArrayLiteral("n") : 'c' + serialized(record);
+    }
+    if (loading.outcome == VORAChatLog::Outcome::Unreadable)
+        return 'u' + platform::utf8FromString(loading.reason);
+    return QByteArrayLiteral("n");
+}
+
+/// The first words of a chat on one line.
+QString beginningOf(const ChatRecord &record)
+{
+    if (record.messages.empty())
+        return {};
+    QString line = record.texts.at(record.messages.front().text).left(4 * longestBeginning).simplified();
+    if (line.size() > longestBeginning) {
+        line.truncate(longestBeginning - 1);
+        if (line.back().isHighSurrogate())
+            line.chop(1);
+        line += u'…';
+    }
+    return line;
+}
+
+/// How much somebody has written in one chat, and when.
+struct Share {
+    qint64 messages = 0;
+    std::optional<qint64> first;
+    std::optional<qint64> last;
+
+    void add(const std::optional<qint64> &milliseconds)
+    {
+        ++messages;
+        if (!milliseconds)
+            return;
+        first = std::min(first.value_or(*milliseconds), *milliseconds);
+        last = std::max(last.value_or(*milliseconds), *milliseconds);
+    }
+};
+
+} // namespace
+
+Updating::Updating(platform::Database &database, std::filesystem::path folder, bool withTexts,
+                   std::function<bool(const ChatRecord &)> keeps)
+    : m_database(database), m_folder(std::move(folder)), m_withTexts(withTexts), m_keeps(std::move(keeps))
+{
+}
+
+void Updating::forgetAll()
+{
+    Transaction transaction(m_database);
+    m_database.run("DELETE FROM transcript; DELETE FROM chat; DELETE FROM person; DELETE FROM speaker; "
+                   "DELETE FROM block");
+    if (m_withTexts)
+        m_database.run("INSERT INTO text(text) VALUES('delete-all')");
+    transaction.keep();
+}
+
+std::vector<std::string> Updating::run(const std::function<bool(size_t, size_t)> &progress)
+{
+    m_progress = progress;
+    for (bool isMore = true; isMore;) {
+        Transaction transaction(m_database);
+        m_people.clear(); // another program may have added some between two steps
+        const Changes found = changes();
+        for (const qint64 id : found.gone)
+            forget(id);
+        m_total = m_done + found.toRead.size() * (m_withTexts ? 2 : 1); // each is read, then listed
+        isMore = !read(found.toRead) || (m_withTexts && listTexts());
+        transaction.keep();
+        isMore = isMore && !m_isStopped;
+    }
+    return m_unreadFolders;
+}
+
+Updating::Changes Updating::changes()
+{
+    struct Known {
+        qint64 id;
+        platform::FileIdentity identity;
+        bool isThere = false;
+    };
+    std::map<std::string, Known> known;
+    Statement rows(
+        m_database,
+        "SELECT id, path, device, inode, size, seconds, nanoseconds FROM transcript ORDER BY path");
+    while (rows.step()) {
+        known.emplace_hint(known.end(), rows.bytes(1).toStdString(),
+                           Known{rows.integer(0),
+                                 {quint64(rows.integer(2)), quint64(rows.integer(3)), rows.integer(4),
+                                  rows.integer(5), long(rows.integer(6))}});
+    }
+
+    Changes result;
+    platform::DirectoryWalk walk(m_folder);
+    while (auto entry = walk.next()) {
+        if (!isTakenByItsName(*entry))
+            continue;
+        const auto identity = platform::fileIdentity(m_folder / *entry);
+        const auto old = known.find(entry->native());
+        if (old != known.end() && identity == old->second.identity)
+            old->second.isThere = true;
+        else
+            result.toRead.push_back({std::move(*entry), identity.value_or(platform::FileIdentity())});
+    }
+    m_unreadFolders.clear();
+    for (const auto &unread : walk.unreadFolders())
+        m_unreadFolders.push_back((m_folder / unread.folder).native() + ": " + unread.reason);
+    const auto isInUnreadFolder = [&](const std::string &path) {
+        return std::any_of(walk.unreadFolders().begin(), walk.unreadFolders().end(), [&](const auto &unread) {
+            return unread.folder.empty() || path.starts_with(unread.folder.native() + '/');
+        });
+    };
+    for (const auto &[path, transcript] : known) {
+        if (!transcript.isThere && !isInUnreadFolder(path))
+            result.gone.push_back(transcript.id);
+    }
+    for (const Transcript &transcript : result.toRead) { // what has changed is forgotten wherever it is
+        const auto old = known.find(transcript.path.native());
+        if (old != known.end() && isInUnreadFolder(old->first))
+            result.gone.push_back(old->second.id);
+    }
+    // Roughly in the order of their dates, so that the first ones to be listed are of one time.
+    std::sort(result.toRead.begin(), result.toRead.end(), [](const Transcript &a, const Transcript &b) {
+        return std::pair<qint64, std::string_view>(a.identity.seconds, a.path.native()) <
+               std::pair<qint64, std::string_view>(b.identity.seconds, b.path.native());
+    });
+    return result;
+}
+
+void Updating::forget(qint64 id)
+{
+    Statement place(m_database, "SELECT blocks, firstDocument FROM chat WHERE id = ?");
+    place.bind(id);
+    if (place.step()) {
+        const qint64 blocks = place.integer(0);
+        const qint64 firstDocument = place.integer(1);
+        place.reset();
+        if (firstDocument != 0) {
+            Statement data(m_database, "SELECT data FROM block WHERE id = ?");
+            Statement remove(m_database, "INSERT INTO text(text, rowid, folded) VALUES('delete', ?, ?)");
+            for (qint64 block = 0; block < blocks; ++block) {
+                if (data.bind(blockId(id, block)).step())
+                    remove.bind(firstDocument + block)
+                        .bind(QStringView(foldedTexts(blockFrom(data.bytes(0)))))
+                        .run();
+                data.reset();
+            }
+        }
+        Statement(m_database, "DELETE FROM block WHERE id BETWEEN ? AND ?")
+            .bind(blockId(id, 0))
+            .bind(blockId(id + 1, 0) - 1)
+            .run();
+        Statement(m_database, "DELETE FROM speaker WHERE chat = ?").bind(id).run();
+        Statement(m_database, "DELETE FROM chat WHERE id = ?").bind(id).run();
+    }
+    Statement(m_database, "DELETE FROM transcript WHERE id = ?").bind(id).run();
+}
+
+void Updating::countOne()
+{
+    ++m_done;
+    m_isStopped = m_progress && !m_progress(m_done, m_total);
+}
+
+bool Updating::read(const std::vector<Transcript> &transcripts)
+{
+    const auto start = Clock::now();
+    size_t read = 0;
+    runInWorkers(
+        transcripts.size(), [&](size_t job) { return answerFor(m_folder / transcripts[job].path, m_keeps); },
+        [&](size_t job, const JobResult &result) {
+            insert(transcripts[job],
+                   result.bytes ? *result.bytes : 'u' + QByteArray::fromStdString(result.failure));
+            ++read;
+            countOne();
+            return !m_isStopped && Clock::now() - start < longestStep;
+        });
+    return read == transcripts.size();
+}
+
+void Updating::insert(const Transcript &transcript, const QByteArray &answer)
+{
+    const bool isChat = answer.startsWith('c');
+    const bool isUnreadable = answer.startsWith('u');
+    Statement row(m_database,
+                  "INSERT INTO transcript(path, device, inode, size, seconds, nanoseconds, reason, isTold) "
+                  "VALUES(?, ?, ?, ?, ?, ?, ?, 0)");
+    const platform::FileIdentity &identity = transcript.identity;
+    row.bind(QByteArrayView(transcript.path.native()))
+        .bind(qint64(identity.device))
+        .bind(qint64(identity.inode))
+        .bind(identity.size)
+        .bind(identity.seconds)
+        .bind(qint64(identity.nanoseconds));
+    if (isUnreadable)
+        row.bind(QByteArrayView(answer).sliced(1)).run();
+    else
+        row.bindNull().run();
+    if (isChat)
+        insertChat(m_database.lastInsertedRow(), chatRecordFrom(answer.sliced(1)));
+}
+
+void Updating::insertChat(qint64 id, const ChatRecord &record)
+{
+    std::vector<quint32> people;
+    for (const Person &person : record.people)
+        people.push_back(idOf(person));
+    QByteArray participants;
+    QDataStream participantStream(&participants, QIODevice::WriteOnly);
+    for (quint32 participant = 0; participant < record.participants; ++participant)
+        participantStream << people[participant];
+
+    const std::vector<Block> blocks = blocksOf(record, people);
+    bool hasRepeats = false;
+    Statement row(m_database, "INSERT INTO block(id, data) VALUES(?, ?)");
+    for (size_t block = 0; block < blocks.size(); ++block) {
+        row.bind(blockId(id, qint64(block))).bind(QByteArrayView(serialized(blocks[block]))).run();
+        hasRepeats =
+            hasRepeats || std::any_of(blocks[block].begin(), blocks[block].end(),
+                                      [](const auto &message) { return message.textOfPlace.has_value(); });
+    }
+
+    std::map<quint32, Share> shares;
+    Share whole;
+    for (const ChatMessage &message : record.messages) {
+        shares[people[message.person]].add(message.milliseconds);
+        whole.add(message.milliseconds);
+    }
+    Statement speaker(m_database,
+                      "INSERT INTO speaker(chat, person, messages, first, last) VALUES(?, ?, ?, ?, ?)");
+    for (const auto &[person, share] : shares)
+        speaker.bind(id).bind(qint64(person)).bind(share.messages).bind(share.first).bind(share.last).run();
+
+    Statement(m_database,
+              "INSERT INTO chat(id, otherParty, participants, first, last, messages, words, links, files, "
+              "pictures, beginning, hasRepeats, blocks, firstDocument) "
+              "VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, 0)")
+        .bind(id)
+        .bind(QStringView(record.otherParty))
+        .bind(QByteArrayView(participants))
+        .bind(whole.first)
+        .bind(whole.last)
+        .bind(whole.messages)
+        .bind(record.words)
+        .bind(record.links)
+        .bind(record.files)
+        .bind(record.pictures)
+        .bind(QStringView(beginningOf(record)))
+        .bind(qint64(hasRepeats ? 1 : 0))
+        .bind(qint64(blocks.size()))
+        .run();
+}
+
+quint32 Updating::idOf(const Person &person)
+{
+    // An absent service or identifier is one of its own: NUL stands in no archive's name for it.
+    const auto key = [](const std::optional<QString> &text) {
+        return text ? platform::utf8FromString(*text).toStdString() : std::string(1, '\0');
+    };
+    if (m_people.empty()) {
+        Statement rows(m_database, "SELECT id, service, screenName FROM person");
+        while (rows.step())
+            m_people.emplace(std::pair(key(rows.optionalText(1)), key(rows.optionalText(2))),
+                             quint32(rows.integer(0)));
+    }
+    auto &id = m_people[std::pair(key(person.service), key(person.screenName))];
+    if (id == 0) {
+        Statement row(m_database, "INSERT INTO person(service, screenName) VALUES(?, ?)");
+        const auto bind = [&row](const std::optional<QString> &text) {
+            if (text)
+                row.bind(QStringView(*text));
+            else
+                row.bindNull();
+        };
+        bind(person.service);
+        bind(person.screenName);
+        row.run();
+        id = quint32(m_database.lastInsertedRow());
+    }
+    return id;
+}
+
+std::vector<Updating::Unlisted> Updating::nextToList(qint64 &outOfOrder)
+{
+    // In the order of ChatIndex::chats(): by the first message, chats without a time last.
+    Statement rows(m_database, "SELECT chat.id, blocks, firstDocument FROM chat JOIN transcript USING(id) "
+                               "ORDER BY first IS NULL, first, path");
+    std::vector<Unlisted> next;
+    outOfOrder = 0;
+    while (rows.step()) {
+        if (rows.integer(1) == 0)
+            continue; // nobody says anything in it
+        if (rows.integer(2) == 0) {
+            next.push_back({rows.integer(0), rows.integer(1)});
+            continue;
+        }
+        for (const Unlisted &chat : next) // those found so far stand before one that is listed
+            outOfOrder += chat.blocks;
+        next.clear();
+    }
+    return next;
+}
+
+bool Updating::listTexts()
+{
+    constexpr qint64 mostOutOfOrder = 1500; // blocks, which take some 15 ms to be looked at for each question
+    constexpr qint64 shareOutOfOrder = 32;  // or one of so many
+    qint64 outOfOrder = 0;
+    std::vector<Unlisted> next = nextToList(outOfOrder);
+    Statement counts(m_database,
+                     "SELECT ifnull(sum(blocks), 0), ifnull(max(firstDocument + blocks), 1) FROM chat "
+                     "WHERE firstDocument != 0");
+    counts.step();
+    if (outOfOrder > std::max(mostOutOfOrder, counts.integer(0) / shareOutOfOrder)) {
+        m_database.run("INSERT INTO text(text) VALUES('delete-all'); UPDATE chat SET firstDocument = 0");
+        next = nextToList(outOfOrder);
+        counts.reset();
+        counts.step();
+    }
+    qint64 document = std::max<qint64>(counts.integer(1), 1);
+    counts.reset();
+
+    const auto start = Clock::now();
+    m_total = m_done + next.size();
+    for (const Unlisted &chat : next) {
+        if (m_isStopped || Clock::now() - start > longestStep)
+            return true;
+        listTexts(chat, document);
+        document += chat.blocks;
+        countOne();
+    }
+    return false;
+}
+
+void Updating::listTexts(const Unlisted &chat, qint64 firstDocument)
+{
+    if (chat.blocks == 0)
+        return;
+    Statement data(m_database, "SELECT data FROM block WHERE id BETWEEN ? AND ? ORDER BY id");
+    data.bind(blockId(chat.id, 0)).bind(blockId(chat.id, chat.blocks) - 1);
+    Statement add(m_database, "INSERT INTO text(rowid, folded) VALUES(?, ?)");
+    for (qint64 document = firstDocument; data.step(); ++document)
+        add.bind(document).bind(QStringView(foldedTexts(blockFrom(data.bytes(0))))).run();
+    Statement(m_database, "UPDATE chat SET firstDocument = ? WHERE id = ?")
+        .bind(firstDocument)
+        .bind(chat.id)
+        .run();
+}
+
+} // namespace indexing
