@@ -1,9 +1,9 @@
-#include "platform/propertylist/nextstep.h"
 #include "platform/propertylist/readers.h"
 #include "platform/propertylist/scalartext.h"
 #include "platform/propertylist/tablebuilder.h"
-#include "platform/propertylist/utf8text.h"
 #include "platform/text/encoding.h"
+#include "platform/text/nextstep.h"
+#include "platform/text/utf8text.h"
 
 namespace platform {
 
@@ -341,6 +341,8 @@ void TextReader::skipBlanks()
 std::shared_ptr<const PropertyListTable> readTextPropertyList(const QByteArray &bytes, DecodingBudget &budget)
 {
     const Utf8Text text = utf8Text(bytes);
+    if (text.endsInHalfUnit)
+        throw FormatError(bytes.size(), "half a UTF-16 unit at the end");
     return TextReader(text.bytes, budget).read();
 }
 
