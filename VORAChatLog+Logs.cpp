@@ -7,6 +7,7 @@
 #include "platform/date/calendar.h"
 #include "platform/files/files.h"
 #include "platform/log/nslog.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/filetext.h"
 #include "platform/text/format.h"
@@ -120,7 +121,7 @@ std::vector<ImageRecord> VORAChatLog::GatheredImages(Records which) const
 
 void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
 {
-    TextLog log(path, u"bookmarkEntry");
+    TextLog log(path, platform::preference::bookmarkEntry);
     for (const LinkRecord &record : GatheredURLs(Records::Filled)) {
         for (const QString &url : record.urls)
             log.add(std::array{url, url, *record.speaker, dateText(*record.time)});
@@ -130,7 +131,7 @@ void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
 
 void VORAChatLog::ExtendImageLog(const std::filesystem::path &path) const
 {
-    TextLog log(path, u"imageEntry");
+    TextLog log(path, platform::preference::imageEntry);
     galleries::SavedFiles files(path.parent_path() / "Images");
     for (const ImageRecord &record : GatheredImages(Records::Filled)) {
         for (const auto &wrapper : record.images) {

@@ -5,6 +5,7 @@
 
 #include "platform/files/files.h"
 #include "platform/files/temporaries.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
@@ -41,10 +42,18 @@ size_t filesOf(const VORAChatLog &chatLog)
     return count;
 }
 
-constexpr LogKind links{
-    u"bookmarkEntry", R"('<a href="%@">%@</a> %@, %@')", "link", &VORAChatLog::ExtendURLLog, linksOf, false};
-constexpr LogKind images{
-    u"imageEntry", R"('<img src="Images/%@"> %@, %@')", "file", &VORAChatLog::ExtendImageLog, filesOf, true};
+constexpr LogKind links{platform::preference::bookmarkEntry,
+                        R"('<a href="%@">%@</a> %@, %@')",
+                        "links",
+                        &VORAChatLog::ExtendURLLog,
+                        linksOf,
+                        false};
+constexpr LogKind images{platform::preference::imageEntry,
+                         R"('<img src="Images/%@"> %@, %@')",
+                         "files",
+                         &VORAChatLog::ExtendImageLog,
+                         filesOf,
+                         true};
 
 int fail(const std::filesystem::path &path, const std::string &reason)
 {

@@ -4,6 +4,7 @@
 #include "archiver/mailaddress.h"
 
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 #include "platform/text/encoding.h"
 
 #include <algorithm>
@@ -78,12 +79,12 @@ std::optional<QString> shownValue(const Preference &preference)
     if (preference.type == Type::Password)
         return QStringLiteral("(set)");
     if (preference.type == Type::Boolean) {
-        if (const auto truth = platform::booleanFromPreference(value))
+        if (const auto truth = platform::booleanFrom(value))
             return *truth ? QStringLiteral("YES") : QStringLiteral("NO");
     }
     if (const auto text = value.string())
         return text;
-    if (const auto number = platform::integerFromPreference(value))
+    if (const auto number = platform::integerFrom(value))
         return QString::number(*number);
     return QStringLiteral("(a value of another type)");
 }
@@ -94,11 +95,11 @@ PropertyList valueFor(const Preference &preference, const QString &text)
     PropertyList string = PropertyList::fromString(text);
     switch (preference.type) {
     case Type::Boolean: {
-        const auto truth = platform::booleanFromPreference(string);
+        const auto truth = platform::booleanFrom(string);
         return truth ? PropertyList::fromBoolean(*truth) : PropertyList();
     }
     case Type::Integer: {
-        const auto number = platform::integerFromPreference(string);
+        const auto number = platform::integerFrom(string);
         return number ? PropertyList::fromInteger(*number) : PropertyList();
     }
     case Type::Address: return isBareAddress(text) ? string : PropertyList();

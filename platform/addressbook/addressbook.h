@@ -31,13 +31,16 @@ struct ABPerson {
     qsizetype primaryAimName = 0;
 };
 
-/// The user's address book: vCard files under the home folder, as address books export them.
+// The files of the address book, in the support folder.
+inline constexpr char ownCardName[] = "me.vcf";
+inline constexpr char contactsName[] = "contacts.vcf";
+
+/// The user's address book: vCard files in the support folder, as address books export them.
 ///
-/// `Library/Prattlebug/me.vcf` holds the user's own card (its first one), `Library/Prattlebug/contacts.vcf`
-/// everybody else's, in file order. Each request asks the file's identity and reads it again when it has
-/// changed, so that a change shows in the next request; whoever asks for many names at a time holds a Reading
-/// meanwhile. A missing, unreadable or malformed file counts as one without cards; a malformed card in a file
-/// is passed over.
+/// One file holds the user's own card (its first one), the other everybody else's, in file order. Each
+/// request asks the file's identity and reads it again when it has changed, so that a change shows in the
+/// next request; whoever asks for many names at a time holds a Reading meanwhile. A missing, unreadable or
+/// malformed file counts as one without cards; a malformed card in a file is passed over.
 class ABAddressBook {
 public:
     /// The address book of the current home folder.
