@@ -1,11 +1,14 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 
+#include "platform/text/terminaltext.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <sstream>
 
 // The product's console companion: the archiver and the tools around it, for terminals and scripts.
 
@@ -15,7 +18,12 @@ namespace {
 /// usage.
 int exitAfterParsing(const CLI::App &program, const CLI::ParseError &error)
 {
-    return program.exit(error) == 0 ? companion::exitDone : companion::exitWrongUsage;
+    std::ostringstream output;
+    std::ostringstream errors;
+    const int code = program.exit(error, output, errors);
+    companion::print(output.str());
+    platform::writeText(stderr, errors.str());
+    return code == 0 ? companion::exitDone : companion::exitWrongUsage;
 }
 
 int run(int argc, char **argv)
@@ -82,7 +90,7 @@ int main(int argc, char **argv)
     try {
         return run(argc, argv);
     } catch (const std::exception &error) { // out of memory, for one
-        std::fprintf(stderr, "prattlebug: %s\n", error.what());
+        companion::printError(QByteArrayView("prattlebug: " + QByteArray(error.what())));
         return companion::exitFailed;
     }
 }

@@ -1,18 +1,17 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/passwordprompt.h"
 
 #include "archiver/mailaddress.h"
 
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/propertylist/values.h"
 #include "platform/text/encoding.h"
 
 #include <algorithm>
 #include <array>
-#include <iostream>
 #include <memory>
-#include <termios.h>
-#include <unistd.h>
 
 using platform::PropertyList;
 
@@ -29,17 +28,17 @@ struct Preference {
 
 // In the order in which they are listed.
 constexpr std::array<Preference, 11> preferences{{
-    {u"emailAddress", Type::Address},
-    {u"forceUniqueSubjects", Type::Boolean},
-    {u"subjectNumber", Type::Integer},
-    {u"emailNeedsUsername", Type::Integer},
-    {u"emailUsername", Type::String},
-    {u"emailPassword", Type::Password},
-    {u"imageEntry", Type::String},
-    {u"bookmarkEntry", Type::String},
-    {u"errorStatus", Type::Integer},
-    {u"reportThis", Type::String},
-    {u"emailFails", Type::Integer},
+    {platform::preference::emailAddress, Type::Address},
+    {platform::preference::forceUniqueSubjects, Type::Boolean},
+    {platform::preference::subjectNumber, Type::Integer},
+    {platform::preference::emailNeedsUsername, Type::Integer},
+    {platform::preference::emailUsername, Type::String},
+    {platform::preference::emailPassword, Type::Password},
+    {platform::preference::imageEntry, Type::String},
+    {platform::preference::bookmarkEntry, Type::String},
+    {platform::preference::errorStatus, Type::Integer},
+    {platform::preference::reportThis, Type::String},
+    {platform::preference::emailFails, Type::Integer},
 }};
 
 QString typeName(Type type)
@@ -116,26 +115,6 @@ int store(const Preference &preference, const PropertyList &value)
         return exitDone;
     printError(QStringLiteral("The preferences could not be written."));
     return exitFailed;
-}
-
-/// One line from standard input; a terminal does not show it.
-std::optional<QString> readPassword()
-{
-    termios shown{};
-    const bool terminal = tcgetattr(STDIN_FILENO, &shown) == 0;
-    if (terminal) {
-        termios hidden = shown;
-        hidden.c_lflag &= ~tcflag_t(ECHO);
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
-        std::cerr << "Password: " << std::flush;
-    }
-    std::string line;
-    const bool read = bool(std::getline(std::cin, line));
-    if (terminal) {
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
-        std::cerr << '\n';
-    }
-    return read ? std::optional(platform::stringFromUtf8(line)) : std::nullopt;
 }
 
 int listAll()

@@ -17,6 +17,7 @@
 #include <array>
 #include <chrono>
 #include <memory>
+#include <unordered_map>
 
 namespace companion {
 
@@ -80,57 +81,115 @@ struct Query {
     std::optional<Period> since;
     std::optional<Period> until;
 
-    [[nodiscard]] bool matches(const VORAInstantMessage &message) const
+    /// Where in @p text the first of the words stands; nothing unless all of them stand there.
+    [[nodiscard]] std::optional<qsizetype> placeIn(const QString &text) const
     {
-        if (message.isStatusMessage())
-            return false;
-        const QString text = composed(message.string()->string());
-        const bool hasWords = std::all_of(
-            words.begin(), words.end(), [&](const QStringMatcher &word) { return word.indexIn(text) >= 0; });
-        return hasWords && matchesSpeaker(message) && matchesTime(message);
+        qsizetype first = text.size();
+        for (const QStringMatcher &word : words) {
+            const qsizetype place = word.indexIn(text);
+            if (place < 0)
+                return std::nullopt;
+            first = std::min(first, place);
+        }
+        return first;
     }
 
-private:
-    [[nodiscard]] bool matchesSpeaker(const VORAInstantMessage &message) const
+    [[nodiscard]] bool matchesSender(const VORAPresentity &sender) const
     {
         return from.isEmpty() ||
-               composed(message.Speaker().value_or(QString())).contains(from, Qt::CaseInsensitive) ||
-               message.rawSpeaker().value_or(QString()).compare(from, Qt::CaseInsensitive) == 0;
+               composed(sender.Name().value_or(QString())).contains(from, Qt::CaseInsensitive) ||
+               sender.rawName().value_or(QString()).compare(from, Qt::CaseInsensitive) == 0;
     }
 
-    [[nodiscard]] bool matchesTime(const VORAInstantMessage &message) const
+    [[nodiscard]] bool matchesTime(const std::optional<platform::NSDate> &time) const
     {
         if (!since && !until)
             return true;
-        if (!message.TimeStamp())
+        if (!time)
             return false;
-        const platform::CalendarDate date = platform::calendarDate(*message.TimeStamp());
+        const platform::CalendarDate date = platform::calendarDate(*time);
         return (!since || since->place(date) >= 0) && (!until || until->place(date) <= 0);
     }
 };
 
-/// @p text on one line, and without what a terminal would obey.
 QString onOneLine(QString text)
 {
-    for (QChar &character : text) {
-        if (character.isSpace())
-            character = u' ';
-        else if (character.category() == QChar::Other_Control)
-            character = QChar::ReplacementCharacter;
-    }
+    std::replace_if(text.begin(), text.end(), [](QChar c) { return c.isSpace(); }, QChar(u' '));
     return text;
 }
 
-void printMatch(const std::filesystem::path &chat, const VORAInstantMessage &message)
+/// What a person reads of @p text: some of it from shortly before @p place on, or all of it.
+QString excerpt(const QString &text, qsizetype place)
 {
-    const QString time =
-        message.TimeStamp() ? platform::descriptionWithCalendarFormat(*message.TimeStamp(), u"%Y-%m-%d %H:%M")
-                            : QStringLiteral("(without a time)");
-    printLine(QByteArrayView(
-        QByteArray::fromStdString(chat.native()) + ": " +
-        platform::utf8FromString(time + u' ' + onOneLine(message.Speaker().value_or(QString())) +
-                                 QStringLiteral(": ") + onOneLine(message.string()->string()))));
+    constexpr qsizetype longest = 400;
+    if (text.size() <= longest)
+        return text;
+    const auto boundary = [&text](qsizetype at) { // not within a surrogate pair
+        return at > 0 && at < text.size() && text[at].isLowSurrogate() ? at - 1 : at;
+    };
+    const qsizetype start = place < longest / 2 ? 0 : boundary(place - longest / 4);
+    const qsizetype end = boundary(std::min(start + longest, text.size()));
+    const QString more(u'…');
+    return (start > 0 ? more : QString()) + text.sliced(start, end - start) +
+           (end < text.size() ? more : QString());
 }
+
+/// Looks through the messages of one chat. Each text and each sender is looked at once, however often the
+/// chat names it.
+class ChatSearch {
+public:
+    ChatSearch(const Query &query, QByteArray chatName) : m_query(query), m_name(std::move(chatName)) {}
+
+    /// The line that shows @p message, if it matches.
+    [[nodiscard]] std::optional<QByteArray> line(const VORAInstantMessage &message)
+    {
+        if (message.isStatusMessage() || !m_query.matchesTime(message.TimeStamp()))
+            return std::nullopt;
+        const std::optional<QByteArray> &sender = shownSender(*message.sender());
+        const std::optional<QByteArray> &text = sender ? shownText(*message.string()) : sender;
+        if (!text)
+            return std::nullopt;
+        const QString time =
+            message.TimeStamp()
+                ? platform::descriptionWithCalendarFormat(*message.TimeStamp(), u"%Y-%m-%d %H:%M")
+                : QStringLiteral("(without a time)");
+        return m_name + ": " + platform::utf8FromString(time) + ' ' + *sender + ": " + *text;
+    }
+
+private:
+    /// What is shown of a part of a message; nothing where it does not match.
+    using Shown = std::optional<QByteArray>;
+
+    const Shown &shownSender(const VORAPresentity &sender)
+    {
+        const auto [found, isNew] = m_senders.try_emplace(&sender);
+        if (isNew && m_query.matchesSender(sender))
+            found->second = shown(sender.Name().value_or(QString()), 0);
+        return found->second;
+    }
+
+    const Shown &shownText(const platform::NSAttributedString &text)
+    {
+        const auto [found, isNew] = m_texts.try_emplace(&text);
+        if (isNew) {
+            const QString normal = composed(text.string());
+            if (const auto place = m_query.placeIn(normal))
+                found->second = shown(m_isForTerminal ? normal : text.string(), *place);
+        }
+        return found->second;
+    }
+
+    [[nodiscard]] QByteArray shown(const QString &text, qsizetype place) const
+    {
+        return platform::utf8FromString(onOneLine(m_isForTerminal ? excerpt(text, place) : text));
+    }
+
+    const Query &m_query;
+    QByteArray m_name;
+    bool m_isForTerminal = outputIsTerminal();
+    std::unordered_map<const VORAPresentity *, Shown> m_senders;
+    std::unordered_map<const platform::NSAttributedString *, Shown> m_texts;
+};
 
 int search(const Query &query)
 {
@@ -162,11 +221,12 @@ int search(const Query &query)
         ++chats;
         if (const auto identity = platform::fileIdentity(folder / entry))
             bytes += identity->size;
+        ChatSearch chat(query, QByteArray::fromStdString(entry.native()));
         for (const auto &message : loading.chatLog->messages()) {
-            if (!query.matches(*message))
-                continue;
-            ++matches;
-            printMatch(entry, *message);
+            if (const auto line = chat.line(*message)) {
+                ++matches;
+                printLine(QByteArrayView(*line));
+            }
         }
     }
     if (verbosity() == Verbosity::Verbose) {
