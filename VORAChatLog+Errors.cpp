@@ -1,7 +1,9 @@
 #include "VORAChatLog.h"
 
 #include "platform/host.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 #include "platform/scripting/nsapplescript.h"
 
 #include <algorithm>
@@ -23,12 +25,14 @@ constexpr QStringView dialogText = u"Prattlebug has encountered an error. Please
 void VORAChatLog::reportError(ErrorCode code, const QString &andLog)
 {
     platform::CFPreferencesAppSynchronize();
-    platform::CFPreferencesSetAppValue(u"errorStatus", PropertyList::fromInteger(qint32(code)));
+    platform::CFPreferencesSetAppValue(platform::preference::errorStatus,
+                                       PropertyList::fromInteger(qint32(code)));
     const qint64 earlier =
-        platform::integerFromPreference(platform::CFPreferencesCopyAppValue(u"emailFails")).value_or(0);
+        platform::integerFrom(platform::CFPreferencesCopyAppValue(platform::preference::emailFails))
+            .value_or(0);
     const qint64 failures = std::min(earlier, std::numeric_limits<qint64>::max() - 1) + 1;
-    platform::CFPreferencesSetAppValue(u"emailFails", PropertyList::fromInteger(failures));
-    platform::CFPreferencesSetAppValue(u"reportThis", PropertyList::fromString(andLog));
+    platform::CFPreferencesSetAppValue(platform::preference::emailFails, PropertyList::fromInteger(failures));
+    platform::CFPreferencesSetAppValue(platform::preference::reportThis, PropertyList::fromString(andLog));
     platform::CFPreferencesAppSynchronize();
     if (failures != failureThatShowsTheDialog)
         return;

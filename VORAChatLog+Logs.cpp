@@ -5,6 +5,7 @@
 
 #include "platform/date/calendar.h"
 #include "platform/files/files.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/filetext.h"
 #include "platform/text/format.h"
@@ -56,7 +57,7 @@ private:
 
 void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
 {
-    TextLog log(path, u"bookmarkEntry");
+    TextLog log(path, platform::preference::bookmarkEntry);
     for (const LinkRecord &record : GatheredURLs(Records::Filled)) {
         for (const QString &url : record.urls)
             log.add(std::array{url, url, *record.speaker, dateText(*record.time)});
@@ -67,7 +68,7 @@ void VORAChatLog::ExtendURLLog(const std::filesystem::path &path) const
 void VORAChatLog::ExtendImageLog(const std::filesystem::path &path,
                                  const galleries::SavedFiles::Failed &failed) const
 {
-    TextLog log(path, u"imageEntry");
+    TextLog log(path, platform::preference::imageEntry);
     galleries::SavedFiles files(path.parent_path() / "Images", failed);
     for (const ImageRecord &record : GatheredImages(Records::Filled)) {
         for (const auto &wrapper : record.images) {

@@ -3,7 +3,9 @@
 #include "VORAHostFlags.h"
 
 #include "platform/log/nslog.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 
 using platform::NSLog;
 
@@ -53,10 +55,11 @@ void VORAChatLog::emailReady(const platform::NSTimer &timer)
     if (m_mailTransmissionDone)
         return;
     const bool needsLogin =
-        platform::integerFromPreference(platform::CFPreferencesCopyAppValue(u"emailNeedsUsername"))
+        platform::integerFrom(platform::CFPreferencesCopyAppValue(platform::preference::emailNeedsUsername))
             .value_or(0) != 0;
     if (needsLogin)
-        timer.userInfo().authenticate(stringPreference(u"emailUsername"), stringPreference(u"emailPassword"),
+        timer.userInfo().authenticate(stringPreference(platform::preference::emailUsername),
+                                      stringPreference(platform::preference::emailPassword),
                                       QStringLiteral("LOGIN"));
     else
         timer.userInfo().sendMessage();

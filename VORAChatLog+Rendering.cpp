@@ -7,7 +7,9 @@
 #include "platform/date/calendar.h"
 #include "platform/foundation/scalars.h"
 #include "platform/log/nslog.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 #include "platform/text/encoding.h"
 
 #include <array>
@@ -234,14 +236,16 @@ QString chatSubject(const QString &otherParty, const std::optional<platform::NSD
 QString VORAChatLog::subjectForEmail() const
 {
     const bool unique =
-        platform::booleanFromPreference(platform::CFPreferencesCopyAppValue(u"forceUniqueSubjects"))
+        platform::booleanFrom(platform::CFPreferencesCopyAppValue(platform::preference::forceUniqueSubjects))
             .value_or(false);
     if (!unique)
         return chatSubject(m_primaryOtherParty, std::nullopt);
     const qint64 made =
-        platform::integerFromPreference(platform::CFPreferencesCopyAppValue(u"subjectNumber")).value_or(0);
+        platform::integerFrom(platform::CFPreferencesCopyAppValue(platform::preference::subjectNumber))
+            .value_or(0);
     if (made < std::numeric_limits<qint64>::max())
-        platform::CFPreferencesSetAppValue(u"subjectNumber", platform::PropertyList::fromInteger(made + 1));
+        platform::CFPreferencesSetAppValue(platform::preference::subjectNumber,
+                                           platform::PropertyList::fromInteger(made + 1));
     platform::CFPreferencesAppSynchronize();
     return chatSubject(m_primaryOtherParty, platform::NSDate::now());
 }

@@ -24,7 +24,7 @@ std::optional<QString> textOf(const std::shared_ptr<const NSString> &object)
 
 QString loginName()
 {
-    if (const char *user = std::getenv("USER"); user && *user)
+    if (const char *user = std::getenv("USER"))
         return platform::stringFromUtf8(user);
     if (const passwd *entry = getpwuid(getuid()); entry && entry->pw_name)
         return platform::stringFromUtf8(entry->pw_name);

@@ -11,6 +11,7 @@
 #include "platform/files/files.h"
 #include "platform/files/temporaries.h"
 #include "platform/log/nslog.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
@@ -141,8 +142,9 @@ bool PBArchiver::AllowLog(const std::filesystem::path &path) const
 
 bool PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox, const NSDate &onDate)
 {
-    MboxMessage message{.address =
-                            platform::CFPreferencesCopyAppValue(u"emailAddress").string().value_or(QString()),
+    MboxMessage message{.address = platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
+                                       .string()
+                                       .value_or(QString()),
                         .subject = log.subjectForEmail(),
                         .date = onDate,
                         .plainText = {},

@@ -2,7 +2,9 @@
 
 #include "VORAChatLog.h"
 
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 
 #include <algorithm>
 
@@ -25,10 +27,11 @@ QString kindOf(qint64 code)
 FailureStatus FailureStatus::current()
 {
     using platform::CFPreferencesCopyAppValue;
-    using platform::integerFromPreference;
-    return {integerFromPreference(CFPreferencesCopyAppValue(u"errorStatus")),
-            CFPreferencesCopyAppValue(u"reportThis").string().value_or(QString()),
-            std::max<qint64>(0, integerFromPreference(CFPreferencesCopyAppValue(u"emailFails")).value_or(0))};
+    using platform::integerFrom;
+    return {integerFrom(CFPreferencesCopyAppValue(platform::preference::errorStatus)),
+            CFPreferencesCopyAppValue(platform::preference::reportThis).string().value_or(QString()),
+            std::max<qint64>(
+                0, integerFrom(CFPreferencesCopyAppValue(platform::preference::emailFails)).value_or(0))};
 }
 
 QString FailureStatus::description() const
@@ -44,6 +47,6 @@ QString FailureStatus::description() const
 
 bool clearFailureCount()
 {
-    platform::CFPreferencesSetAppValue(u"emailFails", platform::PropertyList());
+    platform::CFPreferencesSetAppValue(platform::preference::emailFails, platform::PropertyList());
     return platform::CFPreferencesAppSynchronize();
 }

@@ -1,6 +1,7 @@
 #include "companion/console.h"
 
 #include "platform/text/encoding.h"
+#include "platform/text/terminaltext.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -13,10 +14,11 @@ namespace {
 
 Verbosity chosenVerbosity = Verbosity::Usual;
 
-void write(std::FILE *stream, QByteArrayView bytes)
+/// Has the terminal at standard error do something.
+void control(QByteArrayView sequence)
 {
-    std::fwrite(bytes.data(), 1, size_t(bytes.size()), stream);
-    std::fflush(stream);
+    std::fwrite(sequence.data(), 1, size_t(sequence.size()), stderr);
+    std::fflush(stderr);
 }
 
 int terminalWidth()
@@ -38,9 +40,19 @@ Verbosity verbosity()
     return chosenVerbosity;
 }
 
+bool outputIsTerminal()
+{
+    return isatty(STDOUT_FILENO) == 1;
+}
+
+void print(QByteArrayView bytes)
+{
+    platform::writeText(stdout, bytes);
+}
+
 void printLine(QByteArrayView bytes)
 {
-    write(stdout, bytes.toByteArray() + '\n');
+    print(bytes.toByteArray() + '\n');
 }
 
 void printLine(QStringView text)
@@ -50,7 +62,7 @@ void printLine(QStringView text)
 
 void printError(QByteArrayView bytes)
 {
-    write(stderr, bytes.toByteArray() + '\n');
+    platform::writeText(stderr, bytes.toByteArray() + '\n');
 }
 
 void printError(QStringView text)
@@ -86,7 +98,7 @@ void ConsoleHost::consoleLine(QByteArrayView line)
 void ConsoleHost::beep()
 {
     if (m_terminal)
-        write(stderr, "\a");
+        control("\a");
 }
 
 void ConsoleHost::dialog(const QString &message)
@@ -121,13 +133,13 @@ void ConsoleHost::drawBar() const
     const QByteArray entries = ' ' + QByteArray::number(m_value) + " entries"; // may pass the maximum
     const qsizetype width = std::max<qsizetype>(terminalWidth() - entries.size() - 3, 10);
     const qsizetype filled = m_maximum > 0 ? width * done / m_maximum : width;
-    write(stderr, '[' + QByteArray(filled, '#') + QByteArray(width - filled, ' ') + ']' + entries);
+    control('[' + QByteArray(filled, '#') + QByteArray(width - filled, ' ') + ']' + entries);
 }
 
 void ConsoleHost::eraseBar() const
 {
     if (m_barShown)
-        write(stderr, "\r\033[K");
+        control("\r\033[K");
 }
 
 } // namespace companion

@@ -12,6 +12,14 @@ enum class Verbosity : quint8 { Quiet, Usual, Verbose };
 void setVerbosity(Verbosity verbosity);
 [[nodiscard]] Verbosity verbosity();
 
+/// Whether a terminal shows standard output.
+[[nodiscard]] bool outputIsTerminal();
+
+// What is printed reaches pipes and files as it is. A terminal gets it without what it would obey: see
+// platform::terminalText().
+
+/// Writes bytes to standard output.
+void print(QByteArrayView bytes);
 /// Writes text and a line feed to standard output, or to standard error.
 void printLine(QStringView text);
 void printLine(QByteArrayView bytes);

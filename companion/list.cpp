@@ -53,12 +53,12 @@ void printChat(const Chat &chat, const OutputStyle &style)
     const QString date = chat.first
                              ? platform::descriptionWithCalendarFormat(dateOf(*chat.first), u"%Y-%m-%d %H:%M")
                              : QStringLiteral("no date         ");
-    const QString name = onOneLine(chat.otherParty);
+    const QString name = style.onOneLine(chat.otherParty);
     const QString before = date + QStringLiteral("  ") + style.bold(name.leftJustified(nameWidth)) + u' ' +
                            QString::number(chat.messages).rightJustified(numberWidth) +
                            QStringLiteral(" messages ") + lengthOf(chat).rightJustified(lengthWidth) +
                            QStringLiteral("  ");
-    QString beginning = onOneLine(chat.beginning);
+    QString beginning = style.onOneLine(chat.beginning);
     if (style.isTerminal()) {
         const qsizetype used = date.size() + 2 + std::max<qsizetype>(nameWidth, name.size()) + 1 +
                                numberWidth + 10 + lengthWidth + 2;
@@ -66,7 +66,7 @@ void printChat(const Chat &chat, const OutputStyle &style)
         if (beginning.size() > room)
             beginning = beginning.left(room - 1) + (room > 0 ? QStringLiteral("…") : QString());
     }
-    printLine(before + beginning);
+    OutputStyle::printLine(before + beginning);
 }
 
 void printJson(const ChatIndex &index, const Chat &chat)

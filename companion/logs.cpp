@@ -5,6 +5,7 @@
 
 #include "platform/files/files.h"
 #include "platform/files/temporaries.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
@@ -47,10 +48,10 @@ bool extendImageLog(const VORAChatLog &chatLog, const std::filesystem::path &log
     return areSaved;
 }
 
-constexpr LogKind links{u"bookmarkEntry", R"('<a href="%@">%@</a> %@, %@')",
+constexpr LogKind links{platform::preference::bookmarkEntry, R"('<a href="%@">%@</a> %@, %@')",
                         "link",           &VORAChatLog::linkCount,
                         extendLinkLog,    false};
-constexpr LogKind images{u"imageEntry",  R"('<img src="Images/%@"> %@, %@')",
+constexpr LogKind images{platform::preference::imageEntry,  R"('<img src="Images/%@"> %@, %@')",
                          "file",         &VORAChatLog::fileCount,
                          extendImageLog, true};
 

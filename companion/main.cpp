@@ -1,12 +1,15 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 
+#include "platform/text/terminaltext.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <sstream>
 
 // The product's console companion: the archiver and the tools around it, for terminals and scripts.
 
@@ -16,7 +19,12 @@ namespace {
 /// usage.
 int exitAfterParsing(const CLI::App &program, const CLI::ParseError &error)
 {
-    return program.exit(error) == 0 ? companion::exitDone : companion::exitWrongUsage;
+    std::ostringstream output;
+    std::ostringstream errors;
+    const int code = program.exit(error, output, errors);
+    companion::print(output.str());
+    platform::writeText(stderr, errors.str());
+    return code == 0 ? companion::exitDone : companion::exitWrongUsage;
 }
 
 int run(int argc, char **argv)
@@ -89,7 +97,7 @@ int main(int argc, char **argv)
         std::fputs("prattlebug: it does not fit into memory\n", stderr);
         return companion::exitFailed;
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "prattlebug: %s\n", error.what());
+        companion::printError(QByteArrayView("prattlebug: " + QByteArray(error.what())));
         return companion::exitFailed;
     }
 }

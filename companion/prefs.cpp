@@ -1,17 +1,17 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/passwordprompt.h"
 
 #include "archiver/mailaddress.h"
 
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 #include "platform/text/encoding.h"
 
 #include <algorithm>
 #include <array>
-#include <iostream>
 #include <memory>
-#include <termios.h>
-#include <unistd.h>
 
 using platform::PropertyList;
 
@@ -28,17 +28,17 @@ struct Preference {
 
 // In the order in which they are listed.
 constexpr std::array<Preference, 11> preferences{{
-    {u"emailAddress", Type::Address},
-    {u"forceUniqueSubjects", Type::Boolean},
-    {u"subjectNumber", Type::Integer},
-    {u"emailNeedsUsername", Type::Integer},
-    {u"emailUsername", Type::String},
-    {u"emailPassword", Type::Password},
-    {u"imageEntry", Type::String},
-    {u"bookmarkEntry", Type::String},
-    {u"errorStatus", Type::Integer},
-    {u"reportThis", Type::String},
-    {u"emailFails", Type::Integer},
+    {platform::preference::emailAddress, Type::Address},
+    {platform::preference::forceUniqueSubjects, Type::Boolean},
+    {platform::preference::subjectNumber, Type::Integer},
+    {platform::preference::emailNeedsUsername, Type::Integer},
+    {platform::preference::emailUsername, Type::String},
+    {platform::preference::emailPassword, Type::Password},
+    {platform::preference::imageEntry, Type::String},
+    {platform::preference::bookmarkEntry, Type::String},
+    {platform::preference::errorStatus, Type::Integer},
+    {platform::preference::reportThis, Type::String},
+    {platform::preference::emailFails, Type::Integer},
 }};
 
 QString typeName(Type type)
@@ -78,12 +78,12 @@ std::optional<QString> shownValue(const Preference &preference)
     if (preference.type == Type::Password)
         return QStringLiteral("(set)");
     if (preference.type == Type::Boolean) {
-        if (const auto truth = platform::booleanFromPreference(value))
+        if (const auto truth = platform::booleanFrom(value))
             return *truth ? QStringLiteral("YES") : QStringLiteral("NO");
     }
     if (const auto text = value.string())
         return text;
-    if (const auto number = platform::integerFromPreference(value))
+    if (const auto number = platform::integerFrom(value))
         return QString::number(*number);
     return QStringLiteral("(a value of another type)");
 }
@@ -94,11 +94,11 @@ PropertyList valueFor(const Preference &preference, const QString &text)
     PropertyList string = PropertyList::fromString(text);
     switch (preference.type) {
     case Type::Boolean: {
-        const auto truth = platform::booleanFromPreference(string);
+        const auto truth = platform::booleanFrom(string);
         return truth ? PropertyList::fromBoolean(*truth) : PropertyList();
     }
     case Type::Integer: {
-        const auto number = platform::integerFromPreference(string);
+        const auto number = platform::integerFrom(string);
         return number ? PropertyList::fromInteger(*number) : PropertyList();
     }
     case Type::Address: return isBareAddress(text) ? string : PropertyList();
@@ -115,26 +115,6 @@ int store(const Preference &preference, const PropertyList &value)
         return exitDone;
     printError(QStringLiteral("The preferences could not be written."));
     return exitFailed;
-}
-
-/// One line from standard input; a terminal does not show it.
-std::optional<QString> readPassword()
-{
-    termios shown{};
-    const bool terminal = tcgetattr(STDIN_FILENO, &shown) == 0;
-    if (terminal) {
-        termios hidden = shown;
-        hidden.c_lflag &= ~tcflag_t(ECHO);
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
-        std::cerr << "Password: " << std::flush;
-    }
-    std::string line;
-    const bool read = bool(std::getline(std::cin, line));
-    if (terminal) {
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
-        std::cerr << '\n';
-    }
-    return read ? std::optional(platform::stringFromUtf8(line)) : std::nullopt;
 }
 
 int listAll()

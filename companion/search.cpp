@@ -86,7 +86,7 @@ public:
         for (size_t position = 0; position < messages.size(); ++position) {
             if (isShown[position]) {
                 if (isGap)
-                    printLine(m_style.dim(QStringLiteral("  …")));
+                    OutputStyle::printLine(m_style.dim(QStringLiteral("  …")));
                 print(messages[position], isMatch[position]);
             }
             isGap = !isShown[position] && position > 0 && isShown[position - 1] ? true
@@ -101,19 +101,20 @@ private:
         if (m_hasHeading)
             printLine(u"");
         m_hasHeading = true;
-        printLine(QByteArrayView(
-            platform::utf8FromString(m_style.bold(onOneLine(chat.otherParty)) + QStringLiteral("  ") +
-                                     dayOf(chat.first) + QStringLiteral("  ")) +
-            (m_style.isTerminal()
-                 ? platform::utf8FromString(m_style.dim(onOneLine(platform::displayPath(chat.path))))
-                 : QByteArray::fromStdString(chat.path.native()))));
+        const QString heading = m_style.bold(m_style.onOneLine(chat.otherParty)) + QStringLiteral("  ") +
+                                dayOf(chat.first) + QStringLiteral("  ");
+        if (m_style.isTerminal())
+            OutputStyle::printLine(heading + m_style.dim(m_style.onOneLine(platform::displayPath(chat.path))));
+        else
+            printLine(QByteArrayView(platform::utf8FromString(heading) +
+                                     QByteArray::fromStdString(chat.path.native())));
     }
 
     void print(const Match &match, bool isMatch)
     {
         const QString day = dayOf(match.milliseconds);
         if (match.milliseconds && day != m_day)
-            printLine(m_style.dim(QStringLiteral("  ") + day));
+            OutputStyle::printLine(m_style.dim(QStringLiteral("  ") + day));
         m_day = match.milliseconds ? day : m_day;
         const QString time =
             match.milliseconds
@@ -122,16 +123,16 @@ private:
         const QString before =
             QStringLiteral("  ") + time +
             (m_options.context > 0 && isMatch ? QStringLiteral(" > ") : QStringLiteral("   ")) +
-            onOneLine(m_index.people()[match.person].displayName) + QStringLiteral(": ");
+            m_style.onOneLine(m_index.people()[match.person].displayName) + QStringLiteral(": ");
         const QString text = before + shown(match, isMatch, m_style.width() - before.size());
-        printLine(isMatch ? text : m_style.dim(text));
+        OutputStyle::printLine(isMatch ? text : m_style.dim(text));
     }
 
     /// The text of a message on one line: whole in a pipe, on a terminal what fits around the first word
     /// found, with the words marked.
     [[nodiscard]] QString shown(const Match &match, bool isMatch, qsizetype room) const
     {
-        const QString text = onOneLine(match.text);
+        const QString text = m_style.onOneLine(match.text);
         if (!m_style.isTerminal())
             return text;
         std::vector<indexing::FoldedText::Range> words;

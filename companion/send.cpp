@@ -6,6 +6,7 @@
 #include "VORAHostFlags.h"
 
 #include "platform/mail/pantomime/pantomimeclient.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
@@ -135,8 +136,10 @@ int send(const Options &options)
         return exitFailed;
     }
     if (from.isEmpty())
-        from = platform::utf8FromString(
-            platform::CFPreferencesCopyAppValue(u"emailAddress").string().value_or(QString()));
+        from =
+            platform::utf8FromString(platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
+                                         .string()
+                                         .value_or(QString()));
     if (!isMailAddress(from)) {
         printError(u"There is no address to send from: give --from, or set it with prattlebug prefs "
                    u"emailAddress ADDRESS.");

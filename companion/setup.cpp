@@ -11,6 +11,7 @@
 
 #include "platform/addressbook/addressbook.h"
 #include "platform/files/directorywalk.h"
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
@@ -21,8 +22,8 @@ namespace companion {
 
 namespace {
 
-constexpr char ownCardName[] = "me.vcf";
-constexpr char contactsName[] = "contacts.vcf";
+using platform::contactsName;
+using platform::ownCardName;
 
 struct Options {
     std::optional<std::string> email;
@@ -157,9 +158,10 @@ void storeAddress(const std::optional<std::string> &email, Changes &changes, Rep
 {
     if (!email)
         return;
-    changes.makeFolder(platform::homeDirectory() / "Library" / "Preferences");
+    changes.makeFolder(platform::preferencesFolder());
     const QString address = platform::stringFromUtf8(*email);
-    platform::CFPreferencesSetAppValue(u"emailAddress", platform::PropertyList::fromString(address));
+    platform::CFPreferencesSetAppValue(platform::preference::emailAddress,
+                                       platform::PropertyList::fromString(address));
     if (!platform::CFPreferencesAppSynchronize())
         throw Changes::Failure("The preferences could not be written in " +
                                platform::preferencesFolder().native());
@@ -182,7 +184,10 @@ void reportMissing(Report &report)
     std::vector<std::string> missing;
     if (!hasTranscripts())
         missing.emplace_back("transcripts: prattlebug setup FOLDER copies those below a folder");
-    if (platform::CFPreferencesCopyAppValue(u"emailAddress").string().value_or(QString()).isEmpty())
+    if (platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
+            .string()
+            .value_or(QString())
+            .isEmpty())
         missing.emplace_back("your mail address: --email ADDRESS");
     if (!platform::fileExists(support / ownCardName))
         missing.emplace_back("your own name, else your screen name is shown: --me CARD.vcf");

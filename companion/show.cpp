@@ -9,7 +9,6 @@
 
 #include <CLI/Validators.hpp>
 
-#include <cstdio>
 #include <memory>
 
 namespace companion {
@@ -122,7 +121,7 @@ int show(const std::filesystem::path &file, const std::string &form)
     }
     if (output.isNull()) // the console log has the reason
         return exitFailed;
-    std::fwrite(output.constData(), 1, size_t(output.size()), stdout);
+    print(output);
     return exitDone;
 }
 

@@ -1,12 +1,17 @@
 #include "companion/terminal.h"
 
+#include "companion/console.h"
+
+#include "platform/text/encoding.h"
+
+#include <cstdio>
 #include <cstdlib>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace companion {
 
-OutputStyle::OutputStyle() : m_isTerminal(isatty(STDOUT_FILENO) == 1)
+OutputStyle::OutputStyle() : m_isTerminal(outputIsTerminal())
 {
     const char *const noColor = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): one thread
     m_hasColours = m_isTerminal && !(noColor && *noColor);
@@ -20,15 +25,22 @@ QString OutputStyle::styled(QStringView code, const QString &text) const
     return m_hasColours ? QStringLiteral("\x1b[%1m%2\x1b[0m").arg(code, text) : text;
 }
 
-QString onOneLine(QString text)
+QString OutputStyle::onOneLine(QString text) const
 {
     for (QChar &character : text) {
         if (character.isSpace())
             character = u' ';
-        else if (character.category() == QChar::Other_Control)
+        else if (m_isTerminal && character.category() == QChar::Other_Control)
             character = QChar::ReplacementCharacter;
     }
     return text;
+}
+
+void OutputStyle::printLine(const QString &line)
+{
+    const QByteArray bytes = platform::utf8FromString(line) + '\n';
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+    std::fflush(stdout);
 }
 
 } // namespace companion

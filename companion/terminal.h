@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 namespace companion {
@@ -15,9 +14,17 @@ public:
     /// Columns of the terminal; 80 where that cannot be told.
     [[nodiscard]] int width() const { return m_width; }
 
+    /// @p text on one line, and on a terminal without what that would obey. As many units as before.
+    [[nodiscard]] QString onOneLine(QString text) const;
+
+    // Each gives @p text with escape sequences of our own around it, where there are colours. What comes from a
+    // chat goes through onOneLine() first.
     [[nodiscard]] QString bold(const QString &text) const { return styled(u"1", text); }
     [[nodiscard]] QString dim(const QString &text) const { return styled(u"2", text); }
     [[nodiscard]] QString marked(const QString &text) const { return styled(u"1;31", text); }
+
+    /// Writes a line with such sequences in it to standard output.
+    static void printLine(const QString &line);
 
 private:
     [[nodiscard]] QString styled(QStringView code, const QString &text) const;
@@ -26,9 +33,5 @@ private:
     bool m_hasColours;
     int m_width;
 };
-
-/// @p text with a blank for each line break and tab, and U+FFFD for what a terminal would obey. As many units
-/// as before.
-[[nodiscard]] QString onOneLine(QString text);
 
 } // namespace companion

@@ -4,6 +4,7 @@
 #include "platform/formaterror.h"
 #include "platform/preferences/preferences.h"
 #include "platform/propertylist/scalartext.h"
+#include "platform/propertylist/values.h"
 #include "platform/text/encoding.h"
 
 namespace galleries {
@@ -31,7 +32,7 @@ std::optional<qint64> storedInteger(const platform::PropertyList &value)
 {
     if (value.kind() == platform::PropertyListKind::Boolean)
         return std::nullopt;
-    return platform::integerFromPreference(value);
+    return platform::integerFrom(value);
 }
 
 } // namespace galleries

@@ -4,6 +4,7 @@
 
 #include "platform/files/files.h"
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 #include "platform/propertylist/xmlwriter.h"
 
 #include <algorithm>
@@ -45,7 +46,7 @@ qint32 countFrom(const PropertyList &value)
         constexpr double limit = std::numeric_limits<qint32>::max();
         return std::isnan(*real) ? 0 : saturated(qint64(std::clamp(*real, -limit - 1, limit)));
     }
-    return saturated(platform::integerFromPreference(value).value_or(0));
+    return saturated(platform::integerFrom(value).value_or(0));
 }
 
 } // namespace

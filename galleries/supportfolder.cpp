@@ -1,6 +1,6 @@
 #include "galleries/supportfolder.h"
 
-#include "platform/files/files.h"
+#include "platform/files/supportfolder.h"
 
 #include <string>
 
@@ -8,18 +8,17 @@ namespace galleries {
 
 namespace {
 
-/// In one piece: a path is taken apart anew with each part that is joined to it, and these are asked for with
-/// every chat.
+/// In one piece, as the folder is.
 std::filesystem::path inSupportFolder(const std::string &name)
 {
-    return platform::homeDirectory().native() + "/Library/Prattlebug/" + name;
+    return supportFolder().native() + '/' + name;
 }
 
 } // namespace
 
 std::filesystem::path supportFolder()
 {
-    return platform::homeDirectory() / "Library" / "Prattlebug";
+    return platform::supportFolder();
 }
 
 std::filesystem::path linkStorePath()

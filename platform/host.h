@@ -14,8 +14,8 @@ class Host {
 public:
     virtual ~Host() = default;
 
-    /// Writes one finished line of the console log. @p line is UTF-8, but for file names, which are any
-    /// bytes; it holds no line feed at its end.
+    /// Writes one finished line of the console log; what a terminal would obey is shown instead. @p line is
+    /// UTF-8, but for file names, which are any bytes; it holds no line feed at its end.
     virtual void consoleLine(QByteArrayView line);
     /// Sounds the system's beep; the default host does nothing.
     virtual void beep();

@@ -2,7 +2,9 @@
 
 #include "archiver/mailaddress.h"
 
+#include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 
 #include <QCheckBox>
 #include <QDialogButtonBox>
@@ -21,11 +23,11 @@ using platform::PropertyList;
 
 namespace {
 
-constexpr QStringView addressKey = u"emailAddress";
-constexpr QStringView uniqueSubjectsKey = u"forceUniqueSubjects";
-constexpr QStringView needsLoginKey = u"emailNeedsUsername";
-constexpr QStringView userNameKey = u"emailUsername";
-constexpr QStringView passwordKey = u"emailPassword";
+constexpr QStringView addressKey = platform::preference::emailAddress;
+constexpr QStringView uniqueSubjectsKey = platform::preference::forceUniqueSubjects;
+constexpr QStringView needsLoginKey = platform::preference::emailNeedsUsername;
+constexpr QStringView userNameKey = platform::preference::emailUsername;
+constexpr QStringView passwordKey = platform::preference::emailPassword;
 
 QString storedText(QStringView key)
 {
@@ -34,7 +36,7 @@ QString storedText(QStringView key)
 
 bool storedTruth(QStringView key)
 {
-    return platform::booleanFromPreference(platform::CFPreferencesCopyAppValue(key)).value_or(false);
+    return platform::booleanFrom(platform::CFPreferencesCopyAppValue(key)).value_or(false);
 }
 
 /// A field of its own object name, for tests and for accessibility tools.
@@ -59,11 +61,13 @@ PreferencesPanel::PreferencesPanel(QWidget *parent)
     setWindowTitle(tr("Preferences"));
     m_address->setPlaceholderText(tr("kim@example.org"));
     m_uniqueSubjects->setChecked(storedTruth(uniqueSubjectsKey));
-    m_uniqueSubjects->setToolTip(tr("Adds the time of archiving, for mail programs that take messages of one "
-                                    "subject for a conversation."));
+    m_uniqueSubjects->setToolTip(
+        tr("Adds the time of archiving, for mail programs that take messages of one "
+           "subject for a conversation. Each subject is counted on the disk: archiving "
+           "ten thousand chats takes about a minute longer."));
     m_login->setCheckable(true);
     m_login->setChecked(
-        platform::integerFromPreference(platform::CFPreferencesCopyAppValue(needsLoginKey)).value_or(0) != 0);
+        platform::integerFrom(platform::CFPreferencesCopyAppValue(needsLoginKey)).value_or(0) != 0);
     m_password->setEchoMode(QLineEdit::Password);
     layOut();
     connect(m_address, &QLineEdit::textChanged, this, &PreferencesPanel::judgeAddress);

@@ -1,17 +1,10 @@
 #include "platform/addressbook/addressbook.h"
 
+#include "platform/files/supportfolder.h"
+
 #include <utility>
 
 namespace platform {
-
-namespace {
-
-std::filesystem::path folder()
-{
-    return homeDirectory() / "Library" / "Prattlebug";
-}
-
-} // namespace
 
 ABAddressBook &ABAddressBook::sharedAddressBook()
 {
@@ -45,19 +38,19 @@ ABAddressBook::Reading::~Reading()
 void ABAddressBook::update(CardFile &file, const char *name) const
 {
     if (m_readings == 0 || std::exchange(file.reading, m_readingsSoFar) != m_readingsSoFar)
-        file.update(folder() / name);
+        file.update(supportFolder() / name);
 }
 
 const ABPerson *ABAddressBook::me()
 {
-    update(m_me, "me.vcf");
+    update(m_me, ownCardName);
     return m_me.cards.empty() ? nullptr : &m_me.cards.front();
 }
 
 const std::vector<const ABPerson *> &ABAddressBook::recordsMatchingAimName(const QString &screenName)
 {
     const ABPerson *own = me();
-    update(m_contacts, "contacts.vcf");
+    update(m_contacts, contactsName);
     if (const std::pair versions(m_me.version, m_contacts.version); m_indexed != versions) {
         m_indexed = versions;
         m_recordsByAimName.clear();

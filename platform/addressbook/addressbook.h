@@ -31,13 +31,16 @@ struct ABPerson {
     qsizetype primaryAimName = 0;
 };
 
-/// The user's address book: vCard files under the home folder, as address books export them.
+// The files of the address book, in the support folder.
+inline constexpr char ownCardName[] = "me.vcf";
+inline constexpr char contactsName[] = "contacts.vcf";
+
+/// The user's address book: vCard files in the support folder, as address books export them.
 ///
-/// `Library/Prattlebug/me.vcf` holds the user's own card (its first one), `Library/Prattlebug/contacts.vcf`
-/// everybody else's, in file order. Each request asks the file's identity and reads it again when it has
-/// changed, so that a change shows in the next request; whoever asks for many names at a time holds a Reading
-/// meanwhile. A missing, unreadable or malformed file counts as one
-/// without cards; a malformed card in a file is passed over.
+/// One file holds the user's own card (its first one), the other everybody else's, in file order. Each
+/// request asks the file's identity and reads it again when it has changed, so that a change shows in the
+/// next request; whoever asks for many names at a time holds a Reading meanwhile. A missing, unreadable or
+/// malformed file counts as one without cards; a malformed card in a file is passed over.
 class ABAddressBook {
 public:
     /// The address book of the current home folder.
@@ -91,8 +94,10 @@ private:
     std::pair<quint64, quint64> m_indexed; ///< the versions of the two files that it was made from
 };
 
-/// Reads the cards of a vCard file: versions 2.1, 3.0 and 4.0, in UTF-8 or UTF-16. Malformed UTF-8 becomes
-/// U+FFFD; UTF-16 is known by its byte-order mark, or without one by starting with the letter B.
+/// Reads the cards of a vCard file: versions 2.1, 3.0 and 4.0, in UTF-8, UTF-16 or any superset of ASCII.
+/// UTF-16 is known by its byte-order mark or, as the platform's address book left that out, by its first
+/// letter. A file that is marked, or UTF-16, is Unicode whatever the CHARSET of its values; elsewhere a value
+/// without CHARSET that is not UTF-8 is Windows-1252.
 ///
 /// Folded lines (of quoted-printable values too), groups (`item1.X-AIM`), parameters with and without names,
 /// quoted parameter values, backslash escapes; quoted-printable and base64 values with their CHARSET.

@@ -1,5 +1,7 @@
 #include "platform/addressbook/contentline.h"
 
+#include "platform/text/byteordermark.h"
+
 #include <QList>
 
 #include <algorithm>
@@ -7,8 +9,6 @@
 namespace platform {
 
 namespace {
-
-constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
 
 bool isBlank(char character)
 {
@@ -67,8 +67,8 @@ void appendParameters(std::vector<ContentLine::Parameter> &parameters, QByteArra
 /// @p line taken apart; nothing when it has no colon or no name.
 std::optional<ContentLine> parse(QByteArrayView line)
 {
-    if (line.startsWith(byteOrderMark))
-        line = line.sliced(byteOrderMark.size());
+    if (const auto mark = byteOrderMark(line); mark && mark->encoding == UnicodeEncoding::Utf8)
+        line = line.sliced(mark->size);
     const std::optional<qsizetype> colon = findColon(line);
     if (!colon)
         return std::nullopt;

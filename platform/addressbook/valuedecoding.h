@@ -9,15 +9,19 @@
 
 namespace platform {
 
-/// The whole file as a superset of ASCII: UTF-16 becomes UTF-8, all else comes back as it is. UTF-16 is known
-/// by its byte-order mark, or (the platform's address book left the mark out) by the first letter of `BEGIN`.
-[[nodiscard]] QByteArray asciiCompatible(const QByteArray &bytes);
+/// What a file says of its own encoding.
+enum class FileEncoding : quint8 {
+    Unicode, ///< it is UTF-16, or begins with a byte-order mark; what is read of it is UTF-8 by now
+    Unknown, ///< nothing
+};
 
 /// The value of @p line as text, its backslash escapes still in it: freed of the line's ENCODING
-/// (quoted-printable, base64) and read in its CHARSET. UTF-8 when there is none or an unknown one. What is
-/// malformed in the charset becomes U+FFFD; an `=` that is followed by no two hexadecimal digits stands for
-/// itself.
-[[nodiscard]] QString valueText(const ContentLine &line);
+/// (quoted-printable, base64) and read in its CHARSET. A value that is not encoded is in the encoding of the
+/// file, where that is known, whatever its CHARSET. Without a CHARSET, or with one that is unknown, it is
+/// UTF-8, or if it cannot be that, Windows-1252.
+///
+/// What is malformed becomes U+FFFD; an `=` that is followed by no two hexadecimal digits stands for itself.
+[[nodiscard]] QString valueText(const ContentLine &line, FileEncoding file);
 
 /// @p bytes as quoted-printable decodes them, soft line breaks taken out already: RFC 2045, section 6.7.
 [[nodiscard]] QByteArray decodedQuotedPrintable(QByteArrayView bytes);

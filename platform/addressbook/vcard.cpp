@@ -2,6 +2,7 @@
 #include "platform/addressbook/contentline.h"
 #include "platform/addressbook/valuedecoding.h"
 #include "platform/text/encoding.h"
+#include "platform/text/utf8text.h"
 
 #include <QHash>
 
@@ -76,13 +77,14 @@ QString screenNameInQuery(QStringView query)
     return {};
 }
 
-/// The AIM screen name in an IMPP property; empty when it is of another service. The named service counts
-/// before the scheme: the platform's address book writes `aim:` for ICQ numbers too.
-QString screenNameOfImpp(const ContentLine &line)
+/// The AIM screen name in @p line, an IMPP property with the value @p text; empty when it is of another
+/// service. The named service counts before the scheme: the platform's address book writes `aim:` for ICQ
+/// numbers too.
+QString screenNameOfImpp(const ContentLine &line, QStringView text)
 {
     const QStringView scheme(u"aim:");
     const QByteArray service = line.parameter("X-SERVICE-TYPE");
-    const QString uri = unescaped(valueText(line)).trimmed();
+    const QString uri = unescaped(text).trimmed();
     const bool hasScheme = uri.startsWith(scheme, Qt::CaseInsensitive);
     if (service.isEmpty() ? !hasScheme : service != "AIM")
         return {};
@@ -102,6 +104,8 @@ QString screenNameOfImpp(const ContentLine &line)
 /// Makes cards of content lines.
 class CardBuilder {
 public:
+    explicit CardBuilder(FileEncoding encoding) : m_encoding(encoding) {}
+
     /// How the card at hand is folded.
     [[nodiscard]] ContentLineReader::FoldingBlank foldingBlank() const
     {
@@ -170,12 +174,14 @@ private:
         if (line.name == "VERSION")
             m_isVersion21 = line.value.trimmed() == "2.1";
         else if (line.name == "N" && m_name.isEmpty())
-            m_name = valueText(line);
+            m_name = text(line);
         else if (line.name == "X-AIM")
-            takeAimName(unescaped(valueText(line)).trimmed(), rankOf(line));
+            takeAimName(unescaped(text(line)).trimmed(), rankOf(line));
         else if (line.name == "IMPP")
-            takeAimName(screenNameOfImpp(line).trimmed(), rankOf(line));
+            takeAimName(screenNameOfImpp(line, text(line)).trimmed(), rankOf(line));
     }
+
+    [[nodiscard]] QString text(const ContentLine &line) const { return valueText(line, m_encoding); }
 
     void takeAimName(const QString &name, PreferenceRank rank)
     {
@@ -197,6 +203,7 @@ private:
             m_person.primaryAimName = position;
     }
 
+    FileEncoding m_encoding;
     std::vector<ABPerson> m_cards;
     qsizetype m_depth = 0; ///< 0 outside of cards, 1 in one, more in one that is nested as an AGENT
     bool m_followsAgent = false;
@@ -212,9 +219,9 @@ private:
 
 std::vector<ABPerson> readVCards(const QByteArray &bytes)
 {
-    const QByteArray text = asciiCompatible(bytes);
-    ContentLineReader lines(text);
-    CardBuilder cards;
+    const Utf8Text text = utf8Text(bytes);
+    ContentLineReader lines(text.bytes);
+    CardBuilder cards(text.wasUtf16 || text.hadMark ? FileEncoding::Unicode : FileEncoding::Unknown);
     while (const std::optional<ContentLine> line = lines.next(cards.foldingBlank()))
         cards.take(*line);
     return cards.finish();

@@ -6,8 +6,8 @@
 #include "platform/archive/nskeyedunarchiver.h"
 #include "platform/archive/nsunarchiver.h"
 #include "platform/foundation/scalars.h"
-#include "platform/propertylist/nextstep.h"
 #include "platform/text/encoding.h"
+#include "platform/text/nextstep.h"
 
 #include <QtEndian>
 

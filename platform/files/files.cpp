@@ -26,6 +26,12 @@ void takeOverPermissions(int descriptor, const std::filesystem::path &path)
         static_cast<void>(::fchmod(descriptor, status.st_mode & permissionBits));
 }
 
+/// Whether a call that fails with @p error has found that there is no such file.
+bool meansMissing(int error)
+{
+    return error == ENOENT || error == ENOTDIR;
+}
+
 } // namespace
 
 std::filesystem::path homeDirectory()
@@ -50,7 +56,7 @@ std::filesystem::path pathFromString(QStringView text)
 bool fileExists(const std::filesystem::path &path)
 {
     struct stat status{};
-    return ::stat(path.c_str(), &status) == 0;
+    return ::stat(path.c_str(), &status) == 0 || !meansMissing(errno);
 }
 
 std::optional<CreationTime> creationTime(const std::filesystem::path &path)
@@ -80,7 +86,7 @@ FileContents readWholeFile(const std::filesystem::path &path)
     struct stat status{};
     if (!file || ::fstat(file.number(), &status) != 0) {
         const int error = errno;
-        return {std::nullopt, reasonOf(error), error == ENOENT || error == ENOTDIR};
+        return {std::nullopt, reasonOf(error), meansMissing(error)};
     }
     if (S_ISDIR(status.st_mode))
         return {std::nullopt, reasonOf(EISDIR)};

@@ -24,7 +24,8 @@ namespace platform {
 /// The path that @p text spells in UTF-8.
 [[nodiscard]] std::filesystem::path pathFromString(QStringView text);
 
-/// Whether something stands at @p path, symbolic links followed.
+/// Whether something stands at @p path, symbolic links followed. What cannot be looked at (for want of
+/// permission, or as the disk fails) counts as standing there, so that nobody writes over it.
 [[nodiscard]] bool fileExists(const std::filesystem::path &path);
 
 /// When the file, folder or link at @p path (links not followed) was created: the earlier of birth time and

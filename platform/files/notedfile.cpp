@@ -21,12 +21,20 @@ bool couldChangeUnseen(const FileIdentity &identity)
 bool NotedFile::hasChanged(const std::filesystem::path &path)
 {
     const std::optional<FileIdentity> now = fileIdentity(path);
-    if (m_holds && m_path.native() == path.native() && m_identity == now)
+    const bool isKnown = now || !fileExists(path); // else there may be any file
+    if (m_holds && isKnown && m_path.native() == path.native() && m_identity == now)
         return false;
     m_path = path;
     m_identity = now;
-    m_holds = !now || !couldChangeUnseen(*now);
+    m_holds = isKnown && !(now && couldChangeUnseen(*now));
     return true;
+}
+
+void NotedFile::noteOwnWriting(const std::filesystem::path &path)
+{
+    m_path = path;
+    m_identity = fileIdentity(path);
+    m_holds = m_identity.has_value();
 }
 
 } // namespace platform

@@ -11,6 +11,8 @@ public:
     /// between then shows.
     /// @return whether it has changed since the last call, or might have.
     bool hasChanged(const std::filesystem::path &path);
+    /// To be called when this process has just written the file at @p path, and so knows what it holds.
+    void noteOwnWriting(const std::filesystem::path &path);
     /// To be called when the file could not be read: it may be readable later without having changed.
     void forget() { m_holds = false; }
     /// Whether there was a file.

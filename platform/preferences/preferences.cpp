@@ -1,15 +1,15 @@
 #include "platform/preferences/preferences.h"
 
 #include "platform/files/descriptor.h"
-#include "platform/files/files.h"
+#include "platform/files/notedfile.h"
 #include "platform/files/temporaries.h"
-#include "platform/formaterror.h"
-#include "platform/propertylist/xmlwriter.h"
+#include "platform/preferences/preferencesfile.h"
 
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
 #include <map>
+#include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
@@ -21,8 +21,10 @@ namespace {
 /// What this process knows of one preferences file.
 struct Domain {
     std::map<QString, PropertyList> changes; ///< not yet synchronised; Null where a key is to go
-    std::optional<FileIdentity> identity;    ///< of the file when it was read into @p contents
-    PropertyList contents;
+    NotedFile file;                          ///< as it was when @p contents were read from it
+    PreferencesFile contents;
+    std::optional<QByteArray> damaged; ///< the file's bytes, where @p contents do not say all of it
+    bool isFreeOfTemporaries = false;  ///< whether those that other processes have left have been removed
 };
 
 std::filesystem::path preferencesPath()
@@ -35,34 +37,6 @@ Domain &domainOf(const std::filesystem::path &path)
 {
     static std::map<std::filesystem::path, Domain> domains;
     return domains[path];
-}
-
-/// The property list that @p bytes hold; Null when they hold none, or none with a dictionary at its root.
-PropertyList dictionaryFrom(const QByteArray &bytes)
-{
-    try {
-        const PropertyList list = readPropertyList(bytes);
-        return list.kind() == PropertyListKind::Dictionary ? list : PropertyList();
-    } catch (const FormatError &) {
-        return {};
-    }
-}
-
-/// What stands at a path.
-struct Existing {
-    bool isReadable = false; ///< also when nothing stands there
-    std::optional<QByteArray> bytes;
-    PropertyList contents; ///< Null when there is no file, or a damaged one
-};
-
-Existing readExisting(const std::filesystem::path &path)
-{
-    FileContents file = readWholeFile(path);
-    if (file.bytes) {
-        PropertyList contents = dictionaryFrom(*file.bytes);
-        return {true, std::move(file.bytes), std::move(contents)};
-    }
-    return {file.isMissing, std::nullopt, {}};
 }
 
 /// Makes the folder at @p path and those above it, for the user alone, where they are missing.
@@ -102,36 +76,33 @@ constexpr unsigned ownerOnly = 0600;
 /// Keeps a copy of a file that stood at @p path under a name that nothing else has.
 bool setAside(const std::filesystem::path &path, const QByteArray &bytes)
 {
+    constexpr int mostCopies = 1000; // more than anybody has; every name may seem taken on a failing disk
+    std::error_code ignored;
     std::filesystem::path copy = path;
     copy += ".damaged";
-    struct stat status{};
-    for (int number = 2; ::lstat(copy.c_str(), &status) == 0; ++number) {
+    for (int number = 2; fileExists(copy) || std::filesystem::is_symlink(copy, ignored); ++number) {
+        if (number > mostCopies)
+            return false;
         copy = path;
         copy += ".damaged-" + std::to_string(number);
     }
     return !writeAtomically(copy, bytes, {.permissions = ownerOnly});
 }
 
-/// @p contents with @p changes made to them, in the XML form.
-QByteArray merged(const PropertyList &contents, const std::map<QString, PropertyList> &changes)
+/// Makes @p domain what the file at @p path holds now.
+/// @return whether that could be read; a missing file can.
+bool refresh(Domain &domain, const std::filesystem::path &path)
 {
-    XMLPropertyListWriter writer;
-    writer.beginDictionary();
-    for (quint32 i = 0; i < contents.count(); ++i) {
-        const QString key = contents.keyAt(i);
-        if (changes.contains(key))
-            continue;
-        writer.key(key);
-        writer.value(contents.valueAt(i));
-    }
-    for (const auto &[key, value] : changes) {
-        if (value.isNull())
-            continue;
-        writer.key(key);
-        writer.value(value);
-    }
-    writer.endDictionary();
-    return writer.finish();
+    if (!domain.file.hasChanged(path))
+        return true;
+    const FileContents file = readWholeFile(path);
+    const bool isReadable = file.bytes || file.isMissing;
+    if (!isReadable)
+        domain.file.forget();
+    const auto contents = file.bytes ? PreferencesFile::fromBytes(*file.bytes) : PreferencesFile();
+    domain.damaged = contents && contents->isWhole() ? std::nullopt : file.bytes;
+    domain.contents = contents.value_or(PreferencesFile());
+    return isReadable;
 }
 
 } // namespace
@@ -147,13 +118,8 @@ PropertyList CFPreferencesCopyAppValue(QStringView key)
     Domain &domain = domainOf(path);
     if (const auto change = domain.changes.find(key.toString()); change != domain.changes.end())
         return change->second;
-    // The identity before the contents: should the file change in between, the next call reads it again.
-    const std::optional<FileIdentity> identity = fileIdentity(path);
-    if (!identity || identity != domain.identity) {
-        domain.contents = identity ? readExisting(path).contents : PropertyList();
-        domain.identity = identity;
-    }
-    return domain.contents[key];
+    (void)refresh(domain, path); // what cannot be read has no keys
+    return domain.contents.value(key);
 }
 
 void CFPreferencesSetAppValue(QStringView key, const PropertyList &value)
@@ -177,15 +143,18 @@ bool CFPreferencesAppSynchronize()
     const FolderLock lock(path.parent_path());
     if (!lock)
         return false;
-    removeLeftTemporaries(path.parent_path()); // which hold what the file holds, a password too
+    if (!std::exchange(domain.isFreeOfTemporaries, true))
+        removeLeftTemporaries(path.parent_path()); // which hold what the file holds, a password too
 
-    const Existing existing = readExisting(path);
-    if (!existing.isReadable)
+    // Where this process has written the file last, it knows what it holds.
+    if (!refresh(domain, path) || (domain.damaged && !setAside(path, *domain.damaged)))
         return false;
-    if (existing.bytes && existing.contents.isNull() && !setAside(path, *existing.bytes))
+    PreferencesFile contents = domain.contents;
+    contents.apply(domain.changes);
+    if (writeAtomically(path, contents.bytes(), {.permissions = ownerOnly}))
         return false;
-    if (writeAtomically(path, merged(existing.contents, domain.changes), {.permissions = ownerOnly}))
-        return false;
+    domain.file.noteOwnWriting(path);
+    domain.contents = std::move(contents);
     domain.changes.clear();
     return true;
 }

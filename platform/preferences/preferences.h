@@ -6,7 +6,6 @@
 #include <QStringView>
 
 #include <filesystem>
-#include <optional>
 
 namespace platform {
 
@@ -37,13 +36,5 @@ bool CFPreferencesAppSynchronize();
 /// Takes back a change of @p key that has not been synchronised: what was to be written with the user looking
 /// on, and could not be, is not to be written behind their back later. No operation of Core Foundation's.
 void forgetUnsynchronizedValue(QStringView key);
-
-/// A value taken as a boolean, as the platform takes it: a boolean, a number other than 0, or one of the
-/// strings "YES", "true", "1" and "NO", "false", "0" (letter case does not count). Nothing for anything else.
-[[nodiscard]] std::optional<bool> booleanFromPreference(const PropertyList &value);
-
-/// A value taken as an integer: an integer, a real cut towards zero, a boolean as 0 or 1, or a string of
-/// decimal digits with or without a sign. Nothing for anything else, or for what 64 bits cannot hold.
-[[nodiscard]] std::optional<qint64> integerFromPreference(const PropertyList &value);
 
 } // namespace platform

@@ -1,3 +1,4 @@
+#include "platform/propertylist/carriedelement.h"
 #include "platform/propertylist/readers.h"
 
 #include <QtEndian>
@@ -65,8 +66,8 @@ quint64 bigEndian(const char *from, unsigned size)
 
 class BinaryReader {
 public:
-    BinaryReader(const QByteArray &bytes, DecodingBudget &budget)
-        : m_file(bytes), m_bytes(bytes.constData()), m_budget(budget)
+    BinaryReader(const QByteArray &bytes, DecodingBudget &budget, Salvage *salvage)
+        : m_file(bytes), m_bytes(bytes.constData()), m_budget(budget), m_salvage(salvage)
     {
     }
 
@@ -77,6 +78,7 @@ private:
     using Index = PropertyListTable::Index;
 
     void readTrailer();
+    [[nodiscard]] Node entry(const char *offset);
     [[nodiscard]] Node object(quint64 offset);
     [[nodiscard]] Node special(Node node, quint8 marker) const;
     [[nodiscard]] Node integer(Node node, quint8 marker) const;
@@ -88,6 +90,7 @@ private:
                                  unsigned referencesEach = 1);
     [[nodiscard]] quint64 countAt(quint64 &position, quint8 marker, qint64 offset) const;
     [[nodiscard]] std::vector<Index> references(std::vector<Node> &nodes) const;
+    void carryWhatDoesNotFit(const Node &node, Index index);
 
     /// @throws FormatError unless @p count things of @p size bytes each lie between @p position and the
     /// objects' end.
@@ -100,6 +103,8 @@ private:
     QByteArray m_file;
     const char *m_bytes;
     DecodingBudget &m_budget;
+    Salvage *m_salvage; // may be null
+    PropertyListTable::CarriedElements m_carried;
     unsigned m_offsetSize = 0;
     unsigned m_referenceSize = 0;
     quint64 m_objectCount = 0;
@@ -116,14 +121,46 @@ std::shared_ptr<const PropertyListTable> BinaryReader::read()
     nodes.reserve(m_objectCount);
     const char *entry = m_bytes + m_objectsEnd;
     for (quint64 i = 0; i < m_objectCount; ++i, entry += m_offsetSize) {
-        const quint64 offset = bigEndian(entry, m_offsetSize);
-        if (offset < headerSize || offset >= m_objectsEnd)
-            throw FormatError(entry - m_bytes, "the offset of an object lies outside the objects");
-        nodes.push_back(object(offset));
+        try {
+            nodes.push_back(this->entry(entry));
+        } catch (const FormatError &) {
+            if (!m_salvage)
+                throw;
+            ++m_salvage->unreadableObjects;
+            nodes.emplace_back();
+        }
+        if (m_salvage)
+            carryWhatDoesNotFit(nodes.back(), Index(i));
     }
     std::vector<Index> found = references(nodes);
     return std::make_shared<const PropertyListTable>(m_file, std::move(nodes), std::move(found),
-                                                     Index(m_topObject));
+                                                     Index(m_topObject), std::move(m_carried));
+}
+
+/// The object whose offset stands at @p offset.
+PropertyListTable::Node BinaryReader::entry(const char *offset)
+{
+    const quint64 place = bigEndian(offset, m_offsetSize);
+    if (place < headerSize || place >= m_objectsEnd)
+        throw FormatError(offset - m_bytes, "the offset of an object lies outside the objects");
+    return object(place);
+}
+
+void BinaryReader::carryWhatDoesNotFit(const Node &node, Index index)
+{
+    constexpr quint8 date = Date << 4U | 3U;
+    constexpr quint8 wideInteger = Integer << 4U | 4U;
+    const auto marker = quint8(m_bytes[node.offset]); // of an object that could not be read, the magic's
+    const char *content = m_bytes + node.offset + 1;
+    QByteArray element;
+    if (marker == date && node.kind == PropertyListKind::Null)
+        element = dateElement(std::bit_cast<double>(bigEndian(content, 8)));
+    else if (marker == wideInteger && bigEndian(content + 8, 8) != node.content)
+        element = integerElement(bigEndian(content, 8), bigEndian(content + 8, 8));
+    else
+        return;
+    m_budget.charge(PropertyListTable::costOfCarrying + quint64(element.size()), node.offset);
+    m_carried.emplace(index, std::move(element));
 }
 
 void BinaryReader::readTrailer()
@@ -329,9 +366,9 @@ bool looksBinary(QByteArrayView bytes)
 }
 
 std::shared_ptr<const PropertyListTable> readBinaryPropertyList(const QByteArray &bytes,
-                                                                DecodingBudget &budget)
+                                                                DecodingBudget &budget, Salvage *salvage)
 {
-    return BinaryReader(bytes, budget).read();
+    return BinaryReader(bytes, budget, salvage).read();
 }
 
 } // namespace platform

@@ -117,6 +117,11 @@ std::optional<QString> PropertyList::string() const
     return is(PropertyListKind::String) ? std::optional(m_table->string(m_node)) : std::nullopt;
 }
 
+std::optional<QByteArray> PropertyList::carriedElement() const
+{
+    return m_table ? m_table->carriedElement(m_node) : std::nullopt;
+}
+
 quint32 PropertyList::count() const
 {
     return is(PropertyListKind::Array) || is(PropertyListKind::Dictionary) ? m_table->count(m_node) : 0;

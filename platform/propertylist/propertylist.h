@@ -9,6 +9,7 @@
 
 #include <bit>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -18,9 +19,9 @@ namespace platform {
 
 /// The kinds of value that a property list can hold.
 enum class PropertyListKind : quint8 {
-    Null, ///< binary form only; also a date that the years 1 to 9999 do not hold
+    Null, ///< a date that the years 1 to 9999 do not hold, too
     Boolean,
-    Integer, ///< signed 64 bits; an unsigned value above that range is held at its upper end
+    Integer, ///< signed 64 bits; a value beyond is held at the end of that range
     Real,
     Date,
     Data,
@@ -64,12 +65,17 @@ public:
         [[nodiscard]] quint32 count() const { return quint32(content); }
     };
 
+    /// For values that no node can hold as they are: the XML element that says the whole of it, by node.
+    using CarriedElements = std::map<Index, QByteArray>;
+    static constexpr quint64 costOfCarrying = 128; ///< bytes that each takes beside its own
+
     /// Takes over what a reader has checked: every position that a node names lies inside @p bytes or
     /// @p references, every reference is a node, and so is @p root. An array's references are its elements; a
     /// dictionary's are all its keys and then all its values.
-    PropertyListTable(QByteArray bytes, std::vector<Node> nodes, std::vector<Index> references, Index root)
+    PropertyListTable(QByteArray bytes, std::vector<Node> nodes, std::vector<Index> references, Index root,
+                      CarriedElements carried = {})
         : m_bytes(std::move(bytes)), m_nodes(std::move(nodes)), m_references(std::move(references)),
-          m_root(root)
+          m_carried(std::move(carried)), m_root(root)
     {
     }
 
@@ -95,6 +101,13 @@ public:
     /// Malformed UTF-8 shows as U+FFFD; a UTF-16 string comes as it is, with any surrogate that has no
     /// partner.
     [[nodiscard]] QString string(Index node) const;
+    /// The XML element that is to be written in place of @p node, which does not hold all of its value;
+    /// nothing for the others.
+    [[nodiscard]] std::optional<QByteArray> carriedElement(Index node) const
+    {
+        const auto found = m_carried.find(node);
+        return found == m_carried.end() ? std::nullopt : std::optional(found->second);
+    }
     /// Bytes of its encoded form: an upper bound of its UTF-16 length.
     [[nodiscard]] qsizetype stringLength(Index node) const { return m_nodes[node].count(); }
 
@@ -141,6 +154,7 @@ private:
     QByteArray m_bytes; // what strings and data point into: the file itself, or what a reader decoded
     std::vector<Node> m_nodes;
     std::vector<Index> m_references;
+    CarriedElements m_carried;
     Index m_root;
 };
 
@@ -149,6 +163,8 @@ private:
 /// @throws FormatError when the bytes are no such list or would take more than @p budget.
 [[nodiscard]] std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray &bytes,
                                                                              DecodingBudget &budget);
+
+struct SalvagedPropertyList;
 
 /// One value of a property list; containers are read through it. Cheap to copy: it shares the table that
 /// holds it.
@@ -173,6 +189,8 @@ public:
     [[nodiscard]] std::optional<NSDate> date() const;
     [[nodiscard]] std::optional<QByteArray> data() const;
     [[nodiscard]] std::optional<QString> string() const;
+    /// See PropertyListTable::carriedElement().
+    [[nodiscard]] std::optional<QByteArray> carriedElement() const;
 
     /// Elements of an array or pairs of a dictionary; 0 for anything else.
     [[nodiscard]] quint32 count() const;
@@ -187,6 +205,7 @@ public:
 
 private:
     friend PropertyList readPropertyList(const QByteArray &bytes);
+    friend SalvagedPropertyList salvagePropertyList(const QByteArray &bytes);
     PropertyList(std::shared_ptr<const PropertyListTable> table, PropertyListTable::Index node);
     explicit PropertyList(const PropertyListTable::Node &node, QByteArray bytes = {});
 
@@ -204,5 +223,14 @@ private:
 /// as they are named).
 /// @throws FormatError when the bytes are no such list.
 [[nodiscard]] PropertyList readPropertyList(const QByteArray &bytes);
+
+/// What could be read of a property list.
+struct SalvagedPropertyList {
+    PropertyList list;
+    bool isWhole = true; ///< whether that is all of it
+};
+/// Like readPropertyList(), but an object of a binary list that makes no sense is taken as Null.
+/// @throws FormatError when nothing can be made of the list as a whole.
+[[nodiscard]] SalvagedPropertyList salvagePropertyList(const QByteArray &bytes);
 
 } // namespace platform

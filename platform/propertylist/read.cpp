@@ -12,6 +12,13 @@ void checkSize(const QByteArray &bytes)
         throw FormatError(largestPropertyList, "a property list of more than 2 GiB");
 }
 
+/// @throws FormatError unless @p table, of a file of @p size bytes, is a tree that can be written again.
+void checkWritable(const PropertyListTable &table, qsizetype size, DecodingBudget &budget)
+{
+    const quint64 longestXml = checkTree(table, budget);
+    DecodingBudget(size).charge(longestXml, table.offset(table.root()));
+}
+
 } // namespace
 
 std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray &bytes,
@@ -25,6 +32,19 @@ std::shared_ptr<const PropertyListTable> readPropertyListTable(const QByteArray 
     return looksBinary(bytes) ? readBinaryPropertyList(bytes, budget) : readXmlPropertyList(bytes, budget);
 }
 
+SalvagedPropertyList salvagePropertyList(const QByteArray &bytes)
+{
+    if (!looksBinary(bytes))
+        return {readPropertyList(bytes), true};
+    checkSize(bytes);
+    DecodingBudget budget(bytes.size());
+    Salvage salvage;
+    std::shared_ptr<const PropertyListTable> table = readBinaryPropertyList(bytes, budget, &salvage);
+    checkWritable(*table, bytes.size(), budget);
+    const PropertyListTable::Index root = table->root();
+    return {PropertyList(std::move(table), root), salvage.unreadableObjects == 0};
+}
+
 PropertyList readPropertyList(const QByteArray &bytes)
 {
     checkSize(bytes);
@@ -32,9 +52,8 @@ PropertyList readPropertyList(const QByteArray &bytes)
     std::shared_ptr<const PropertyListTable> table = looksBinary(bytes) || looksXml(bytes)
                                                          ? readPropertyListTable(bytes, budget)
                                                          : readTextPropertyList(bytes, budget);
-    const quint64 longestXml = checkTree(*table, budget);
+    checkWritable(*table, bytes.size(), budget);
     const PropertyListTable::Index root = table->root();
-    DecodingBudget(bytes.size()).charge(longestXml, table->offset(root));
     return {std::move(table), root};
 }
 

@@ -21,8 +21,13 @@ inline constexpr qsizetype largestPropertyList = (qsizetype(1) << 31) - 1;
 inline constexpr int deepestPropertyList = 512;
 
 /// The binary form, version 0x ("bplist00"). Strings and data of the table point into @p bytes.
-[[nodiscard]] std::shared_ptr<const PropertyListTable> readBinaryPropertyList(const QByteArray &bytes,
-                                                                              DecodingBudget &budget);
+/// @param salvage for a list that is to be written again: objects that make no sense are taken as Null and
+///        counted there, and what a table cannot hold it carries along. Without it such objects are an error.
+struct Salvage {
+    quint64 unreadableObjects = 0;
+};
+[[nodiscard]] std::shared_ptr<const PropertyListTable>
+readBinaryPropertyList(const QByteArray &bytes, DecodingBudget &budget, Salvage *salvage = nullptr);
 
 /// The XML form, as UTF-8 or UTF-16. A document type that declares anything is refused.
 [[nodiscard]] std::shared_ptr<const PropertyListTable> readXmlPropertyList(const QByteArray &bytes,

@@ -75,10 +75,16 @@ void PropertyListTableBuilder::string(QByteArrayView utf8, qint64 offset)
     scalar(PropertyListKind::String, store(utf8, offset), offset);
 }
 
+void PropertyListTableBuilder::carry(QByteArray element, qint64 offset)
+{
+    m_budget.charge(PropertyListTable::costOfCarrying + growth * quint64(element.size()), offset);
+    m_carried.emplace(Index(m_nodes.size() - 1), std::move(element));
+}
+
 std::shared_ptr<const PropertyListTable> PropertyListTableBuilder::finish()
 {
     return std::make_shared<const PropertyListTable>(std::move(m_bytes), std::move(m_nodes),
-                                                     std::move(m_references), 0);
+                                                     std::move(m_references), 0, std::move(m_carried));
 }
 
 PropertyListTable::Index PropertyListTableBuilder::append(PropertyListKind kind, quint64 content,

@@ -46,6 +46,8 @@ public:
     void date(const std::optional<NSDate> &value, qint64 offset);
     void data(QByteArrayView bytes, qint64 offset);
     void string(QByteArrayView utf8, qint64 offset);
+    /// Has the table carry @p element, XML, in place of the value just added, which does not hold all of it.
+    void carry(QByteArray element, qint64 offset);
 
     /// The table; call once, when it is complete.
     [[nodiscard]] std::shared_ptr<const PropertyListTable> finish();
@@ -71,7 +73,8 @@ private:
     QByteArray m_bytes;
     std::vector<PropertyListTable::Node> m_nodes;
     std::vector<Index> m_references; // of the containers that are ended
-    std::vector<Index> m_children;   // of the open ones: elements, or keys and values by turns
+    PropertyListTable::CarriedElements m_carried;
+    std::vector<Index> m_children; // of the open ones: elements, or keys and values by turns
     std::vector<Open> m_open;
 };
 

@@ -1,9 +1,11 @@
-#include "platform/propertylist/nextstep.h"
 #include "platform/propertylist/readers.h"
 #include "platform/propertylist/scalartext.h"
 #include "platform/propertylist/tablebuilder.h"
-#include "platform/propertylist/utf8text.h"
 #include "platform/text/encoding.h"
+#include "platform/text/nextstep.h"
+#include "platform/text/utf8text.h"
+
+#include <limits>
 
 namespace platform {
 
@@ -304,16 +306,22 @@ void TextReader::readTyped()
     const std::optional<qint64> integer = integerFromText(text);
     const std::optional<double> real = realFromText(text);
     const DateText date = dateFromDescription(text);
-    if (inner[0] == 'I' && integer)
+    if (inner[0] == 'I' && integer) {
         m_builder.integer(*integer, start);
-    else if (inner[0] == 'R' && real)
+        using Limits = std::numeric_limits<qint64>;
+        if (*integer == Limits::min() || *integer == Limits::max()) // or what lies beyond
+            m_builder.carry("<integer>" + text.trimmed().toByteArray() + "</integer>", start);
+    } else if (inner[0] == 'R' && real) {
         m_builder.real(*real, start);
-    else if (inner[0] == 'B' && (text == QByteArrayView("Y") || text == QByteArrayView("N")))
+    } else if (inner[0] == 'B' && (text == QByteArrayView("Y") || text == QByteArrayView("N"))) {
         m_builder.boolean(text == QByteArrayView("Y"), start);
-    else if (inner[0] == 'D' && date.wellFormed)
+    } else if (inner[0] == 'D' && date.wellFormed) {
         m_builder.date(date.date, start);
-    else
+        if (!date.date)
+            m_builder.carry("<date>" + text.trimmed().toByteArray() + "</date>", start);
+    } else {
         fail("a typed value that is none");
+    }
     m_position = end + 1;
 }
 
@@ -341,6 +349,8 @@ void TextReader::skipBlanks()
 std::shared_ptr<const PropertyListTable> readTextPropertyList(const QByteArray &bytes, DecodingBudget &budget)
 {
     const Utf8Text text = utf8Text(bytes);
+    if (text.endsInHalfUnit)
+        throw FormatError(bytes.size(), "half a UTF-16 unit at the end");
     return TextReader(text.bytes, budget).read();
 }
 

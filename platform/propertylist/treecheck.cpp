@@ -36,6 +36,8 @@ constexpr quint64 base64Line = 78;       // its length, the line's end included
 
 Extent extentOfScalar(const PropertyListTable &table, PropertyListTable::Index node)
 {
+    if (const auto element = table.carriedElement(node))
+        return {quint64(element->size()) + 1, 1};
     switch (table.kind(node)) {
     case PropertyListKind::String:
         return {textElement + bytesPerTextByte * quint64(table.stringLength(node)), 1};

@@ -2,7 +2,8 @@
 
 #include "platform/formaterror.h"
 #include "platform/propertylist/readers.h"
-#include "platform/propertylist/utf8text.h"
+#include "platform/text/byteordermark.h"
+#include "platform/text/utf8text.h"
 
 #include <algorithm>
 
@@ -90,13 +91,8 @@ QByteArray declaredEncoding(QByteArrayView declaration)
 
 bool looksXml(QByteArrayView bytes)
 {
-    for (const QByteArrayView mark :
-         {QByteArrayView("\xEF\xBB\xBF"), QByteArrayView("\xFE\xFF"), QByteArrayView("\xFF\xFE")}) {
-        if (bytes.startsWith(mark)) {
-            bytes = bytes.sliced(mark.size());
-            break;
-        }
-    }
+    if (const auto mark = byteOrderMark(bytes))
+        bytes = bytes.sliced(mark->size);
     constexpr qsizetype enough = 9; // the longest of those below
     QByteArray start;
     for (const char c : bytes) {
@@ -113,6 +109,8 @@ bool looksXml(QByteArrayView bytes)
 XmlMarkup xmlMarkup(const QByteArray &file)
 {
     Utf8Text text = utf8Text(file);
+    if (text.endsInHalfUnit)
+        throw FormatError(file.size(), "half a UTF-16 unit at the end");
     // XML wants its declaration at the very start, files have white space there. The declaration goes as
     // well: it may name the encoding of before.
     qsizetype begin = skipBlanks(text.bytes, 0);
@@ -125,7 +123,7 @@ XmlMarkup xmlMarkup(const QByteArray &file)
     }
     text.bytes.remove(0, begin);
     checkMarkup(text.bytes);
-    return {std::move(text.bytes), text.markLength + begin};
+    return {std::move(text.bytes), (text.hadMark ? 1 : 0) + begin};
 }
 
 } // namespace platform

@@ -114,7 +114,7 @@ void XmlReader::startValue(QStringView name, qint64 start)
         return m_builder.begin(PropertyListKind::Array, start);
 
     // The name is gone with the next token.
-    enum : quint8 { String, Integer, Real, True, False, Date, Data } kind{};
+    enum : quint8 { String, Integer, Real, True, False, Date, Data, Null } kind{};
     if (name == u"string")
         kind = String;
     else if (name == u"integer")
@@ -129,6 +129,8 @@ void XmlReader::startValue(QStringView name, qint64 start)
         kind = Date;
     else if (name == u"data")
         kind = Data;
+    else if (name == u"null")
+        kind = Null;
     else
         fail(name == u"key" ? "a key where a value should be" : "an unknown element");
 
@@ -148,6 +150,7 @@ void XmlReader::startValue(QStringView name, qint64 start)
             fail("a date that is none");
         return m_builder.date(text.date, start);
     }
+    case Null: return m_builder.null(start);
     case Data: return m_builder.data(orFail(dataFromText(m_text), "data that is no Base64"), start);
     }
 }

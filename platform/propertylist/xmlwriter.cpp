@@ -85,6 +85,20 @@ void appendEscaped(QByteArray &bytes, QStringView text)
 
 XMLPropertyListWriter::XMLPropertyListWriter() : m_bytes(header.toByteArray()) {}
 
+QByteArray XMLPropertyListWriter::elementOf(const PropertyList &value)
+{
+    XMLPropertyListWriter writer(1);
+    writer.value(value);
+    return writer.m_bytes.trimmed();
+}
+
+QByteArray XMLPropertyListWriter::elementOfKey(QStringView key)
+{
+    XMLPropertyListWriter writer(1);
+    writer.key(key);
+    return writer.m_bytes.trimmed();
+}
+
 void XMLPropertyListWriter::beginArray()
 {
     begin("<array>\n");
@@ -157,7 +171,9 @@ void XMLPropertyListWriter::string(QStringView value)
 // Recursion goes as deep as the list, which its reader has bounded.
 void XMLPropertyListWriter::value(const PropertyList &value)
 {
-    if (value.kind() == PropertyListKind::Array) {
+    if (const auto carried = value.carriedElement()) {
+        element(*carried);
+    } else if (value.kind() == PropertyListKind::Array) {
         beginArray();
         for (quint32 i = 0; i < value.count(); ++i)
             this->value(value.at(i));
@@ -187,7 +203,7 @@ void XMLPropertyListWriter::value(const PropertyList &value)
         integer(*heldUid);
         endDictionary();
     } else { // Null
-        string({});
+        line("<null/>");
     }
 }
 

@@ -17,6 +17,11 @@ class XMLPropertyListWriter {
 public:
     XMLPropertyListWriter();
 
+    /// The element that @p value is in the XML form, to stand in the dictionary at the root.
+    [[nodiscard]] static QByteArray elementOf(const PropertyList &value);
+    /// The element that @p key is there.
+    [[nodiscard]] static QByteArray elementOfKey(QStringView key);
+
     void beginArray();
     void endArray();
     void beginDictionary();
@@ -29,9 +34,12 @@ public:
     void date(const NSDate &value); ///< UTC, whole seconds, cut downwards
     void data(QByteArrayView value);
     void string(QStringView value);
-    /// A whole value with all it holds. Null is written as an empty string, a UID as a dictionary with the
-    /// one key "CF$UID".
+    /// A whole value with all it holds. A UID is written as a dictionary with the one key "CF$UID", Null as
+    /// <null/>, which is ours: the form has no element for it. Where the list carries an element in place of
+    /// a value that it cannot hold, that is written.
     void value(const PropertyList &value);
+    /// A value that is XML already: one element, as elementOf() gives it.
+    void element(QByteArrayView xml) { line(xml); }
 
     /// Bytes written so far.
     [[nodiscard]] qsizetype size() const { return m_bytes.size(); }
@@ -39,6 +47,9 @@ public:
     [[nodiscard]] QByteArray finish();
 
 private:
+    /// For elements that stand at @p depth.
+    explicit XMLPropertyListWriter(qsizetype depth) : m_depth(depth) {}
+
     void begin(QByteArrayView tag);
     void end(QByteArrayView openingTag, QByteArrayView closingTag, QByteArrayView emptyTag);
     void indent() { m_bytes.append(m_depth, '\t'); }

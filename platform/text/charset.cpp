@@ -1,33 +1,39 @@
 #include "platform/text/charset.h"
 
-#include <array>
-#include <cerrno>
-#include <iconv.h>
+#include <QStringDecoder>
+
+#include <algorithm>
 
 namespace platform {
 
-std::optional<QString> stringFromCharset(QByteArrayView bytes, const char *charset)
+namespace {
+
+/// Whether @p name can be a charset's. Converters are looked for in files too, and Qt knows "locale", which
+/// says nothing about the bytes.
+bool isCharsetName(const QByteArray &name)
 {
-    const iconv_t converter = iconv_open("UTF-16LE", charset);
-    if (converter == iconv_t(-1)) // how iconv reports failure
+    constexpr qsizetype longest = 40; // of registered names
+    constexpr QByteArrayView signs("-_:.+");
+    return name.size() <= longest && name.compare("locale", Qt::CaseInsensitive) != 0 &&
+           std::all_of(name.begin(), name.end(), [signs](char c) {
+               return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
+                      signs.contains(c);
+           });
+}
+
+} // namespace
+
+std::optional<QString> stringFromCharset(QByteArrayView bytes, const QByteArray &charset)
+{
+    if (!isCharsetName(charset))
         return std::nullopt;
-    QString text;
-    std::array<char16_t, 256> buffer{};
-    auto *input = const_cast<char *>(bytes.data()); // iconv only reads
-    auto left = size_t(bytes.size());
-    while (left > 0) {
-        auto *output = reinterpret_cast<char *>(buffer.data());
-        size_t room = sizeof(buffer);
-        const bool complete = iconv(converter, &input, &left, &output, &room) != size_t(-1);
-        const int error = errno;
-        text += QStringView(buffer.data(), qsizetype((sizeof(buffer) - room) / sizeof(char16_t)));
-        if (!complete && error != E2BIG) { // not of this charset, or cut off in the middle
-            text += QChar::ReplacementCharacter;
-            ++input;
-            --left;
-        }
-    }
-    iconv_close(converter);
+    QStringDecoder decoder(charset.constData(), QStringConverter::Flag::Stateless);
+    if (!decoder.isValid())
+        return std::nullopt;
+    QString text = decoder(bytes);
+    // A character that is cut off at the end counts as an error, but leaves no trace in the text.
+    if (decoder.hasError() && !text.contains(QChar::ReplacementCharacter))
+        text += QChar::ReplacementCharacter;
     return text;
 }
 

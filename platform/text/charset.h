@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
 
@@ -7,8 +8,9 @@
 
 namespace platform {
 
-/// Text from bytes in @p charset, a name that iconv(3) knows, such as "MACINTOSH"; nothing when it knows no
-/// such charset. Bytes that are none in it become U+FFFD.
-[[nodiscard]] std::optional<QString> stringFromCharset(QByteArrayView bytes, const char *charset);
+/// Text from bytes in @p charset, one of the names that the IANA registers, such as "macintosh" or
+/// "Shift_JIS", in any letter case. Bytes that mean nothing in it become U+FFFD.
+/// @return nothing when no such charset is known.
+[[nodiscard]] std::optional<QString> stringFromCharset(QByteArrayView bytes, const QByteArray &charset);
 
 } // namespace platform

@@ -1,12 +1,14 @@
 #include "platform/text/encoding.h"
 
+#include "platform/text/byteordermark.h"
+
+#include <QStringDecoder>
+
 #include <algorithm>
 
 namespace platform {
 
 namespace {
-
-constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
 
 /// Whether a surrogate is among the @p block code units at @p units. Of a fixed length and without a way out
 /// in the middle, so that compilers look at many at a time.
@@ -45,10 +47,11 @@ qsizetype indexOfLoneSurrogate(QStringView text, qsizetype from)
 
 QString stringFromUtf8(QByteArrayView bytes)
 {
-    // Qt drops one mark at the start, so give it one to drop.
-    if (bytes.startsWith(byteOrderMark))
-        return QString::fromUtf8(byteOrderMark.toByteArray() + bytes.toByteArray());
-    return QString::fromUtf8(bytes);
+    if (!byteOrderMark(bytes))
+        return QString::fromUtf8(bytes);
+    using Flag = QStringConverter::Flag;
+    QStringDecoder decoder(QStringConverter::Utf8, Flag::ConvertInitialBom | Flag::Stateless);
+    return decoder(bytes);
 }
 
 QByteArray utf8FromString(QStringView text)

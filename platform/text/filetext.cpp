@@ -8,9 +8,7 @@
 namespace platform {
 
 FileText::FileText(QByteArray bytes)
-    : m_bytes(std::move(bytes)), m_encoding(m_bytes.startsWith("\xFE\xFF")   ? Encoding::Utf16BigEndian
-                                            : m_bytes.startsWith("\xFF\xFE") ? Encoding::Utf16LittleEndian
-                                                                             : Encoding::Utf8)
+    : m_bytes(std::move(bytes)), m_encoding(byteOrderMark(m_bytes).value_or(ByteOrderMark()).encoding)
 {
 }
 
@@ -50,10 +48,10 @@ bool FileText::replace(QByteArrayView asciiToken, QStringView text, qsizetype la
 
 QByteArray FileText::encoded(QStringView text) const
 {
-    if (m_encoding == Encoding::Utf8)
+    if (m_encoding == UnicodeEncoding::Utf8)
         return utf8FromString(text);
     QByteArray bytes(text.size() * qsizetype(sizeof(char16_t)), Qt::Uninitialized);
-    if (m_encoding == Encoding::Utf16BigEndian)
+    if (m_encoding == UnicodeEncoding::Utf16BigEndian)
         qToBigEndian<quint16>(text.utf16(), text.size(), bytes.data());
     else
         qToLittleEndian<quint16>(text.utf16(), text.size(), bytes.data());

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/text/byteordermark.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QStringView>
@@ -28,15 +30,13 @@ public:
     [[nodiscard]] bool replace(QByteArrayView asciiToken, QStringView text, qsizetype largest);
 
 private:
-    enum class Encoding : quint8 { Utf8, Utf16BigEndian, Utf16LittleEndian };
-
     [[nodiscard]] QByteArray encoded(QStringView text) const;
-    [[nodiscard]] qsizetype unitSize() const { return m_encoding == Encoding::Utf8 ? 1 : 2; }
+    [[nodiscard]] qsizetype unitSize() const { return m_encoding == UnicodeEncoding::Utf8 ? 1 : 2; }
     /// Where @p token stands next, from @p from on; -1 when nowhere.
     [[nodiscard]] qsizetype find(QByteArrayView token, qsizetype from) const;
 
     QByteArray m_bytes;
-    Encoding m_encoding;
+    UnicodeEncoding m_encoding;
 };
 
 } // namespace platform

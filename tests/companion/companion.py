@@ -49,12 +49,23 @@ class CompanionTest(unittest.TestCase):
         self.assertEqual(result.returncode, code, f"{arguments}: {result.stdout!r} {result.stderr!r}")
         return result.stdout.decode(), result.stderr.decode()
 
-    def run_in_terminal(self, program, *arguments, typed=b"", prompt=b"Password: "):
-        """Runs a program with a terminal on all three streams, typing something when it is prompted for; returns its exit
-        code and what the terminal showed."""
+    def start_in_terminal(self, program, *arguments):
+        """Starts a program with a terminal on all three streams; returns its process and the terminal's other end."""
         child, terminal = pty.fork()
         if child == 0:
             os.execvpe(program, [program, *arguments], {**self.environment, "TERM": "xterm"})
+        return child, terminal
+
+    def read_until(self, terminal, end):
+        shown = b""
+        while end not in shown:
+            self.assertTrue(select.select([terminal], [], [], 60)[0], f"no {end!r}: {shown!r}")
+            shown += os.read(terminal, 65536)
+
+    def run_in_terminal(self, program, *arguments, typed=b"", prompt=b"Password: "):
+        """Runs a program with a terminal on all three streams, typing something when it is prompted for; returns its exit
+        code and what the terminal showed."""
+        child, terminal = self.start_in_terminal(program, *arguments)
         shown = b""
         while True:
             ready, _, _ = select.select([terminal], [], [], 60)

@@ -2,7 +2,9 @@
 
 import os
 import plistlib
+import signal
 import stat
+import termios
 
 from companion import CompanionTest, PRATTLEBUG, main
 
@@ -68,6 +70,19 @@ class Prefs(CompanionTest):
         self.assertIn("emailPassword: (set)", self.run_companion("prefs")[0])
         self.run_companion("prefs", "emailPassword", code=1)  # nothing is typed
         self.assertEqual(self.stored()["emailPassword"], "s3cret")
+
+    def test_the_terminal_shows_what_is_typed_after_the_prompt_is_broken_off(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            child, terminal = self.start_in_terminal(PRATTLEBUG, "prefs", "emailPassword")
+            self.read_until(terminal, b"Password: ")
+            self.assertFalse(termios.tcgetattr(terminal)[3] & termios.ECHO)
+            if number == signal.SIGINT:
+                os.write(terminal, b"\x03")
+            else:
+                os.kill(child, number)
+            self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]), -number)
+            self.assertTrue(termios.tcgetattr(terminal)[3] & termios.ECHO, number)
+            os.close(terminal)
 
     def test_an_unwritable_place_is_an_error(self):
         self.write("Library/Preferences", b"a file where a folder must be")

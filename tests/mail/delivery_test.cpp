@@ -5,6 +5,7 @@
 #include "tests/support/transcripts.h"
 
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 
 #include <gmock/gmock.h>
 
@@ -139,7 +140,7 @@ protected:
     [[nodiscard]] static std::string report()
     {
         const auto number = [](QStringView key) {
-            const auto value = platform::integerFromPreference(platform::CFPreferencesCopyAppValue(key));
+            const auto value = platform::integerFrom(platform::CFPreferencesCopyAppValue(key));
             return value ? std::to_string(*value) : std::string("none");
         };
         return number(u"errorStatus") + " \"" +

@@ -54,6 +54,8 @@ TEST_F(Names, FollowServiceAndAddressBook)
         EXPECT_EQ(name(row.protocol, row.identifier), QString::fromUtf16(row.name))
             << QString::fromUtf16(row.identifier).toStdString() << " on "
             << QString::fromUtf16(row.protocol).toStdString();
+    setenv("USER", "", 1);
+    EXPECT_EQ(name(u"SubNet", u" myself "), QString()) << "what is set counts, empty or not";
 }
 
 TEST_F(Names, ShowTheIdentifierWhereTheUsersCardLacksANameAndFollowChanges)

@@ -1,3 +1,4 @@
+#include "platform/text/charset.h"
 #include "platform/text/encoding.h"
 
 #include <gtest/gtest.h>
@@ -36,4 +37,10 @@ TEST(Encoding, TellsPairsFromLoneSurrogatesWhereverTheyStand)
             EXPECT_EQ(utf8FromString(start + QChar(lone) + end), encodedStart + "\xEF\xBF\xBD" + encodedEnd);
         EXPECT_EQ(utf8FromString(start + QChar(u'\xD83D')), encodedStart + "\xEF\xBF\xBD");
     }
+}
+
+TEST(Encoding, KnowsThePlatformsOwnCharset)
+{
+    EXPECT_EQ(platform::stringFromCharset("caf\x8E \xC6 \xDB \xF0", "MACINTOSH"),
+              QStringLiteral("café \u2206 \u20AC \uF8FF"));
 }

@@ -103,19 +103,29 @@ TEST(VCard, ReadsTheCardsThatAddressBooksExport)
 
 TEST(VCard, ReadsEveryEncodingOfTheFile)
 {
-    const QString text = QStringLiteral("BEGIN:VCARD\rVERSION:3.0\rN:Lé;Kim 😀\rX-AIM:kim\rEND:VCARD\r");
+    // What a file says of itself counts for more than a CHARSET.
+    const QString text =
+        QStringLiteral("BEGIN:VCARD\rVERSION:3.0\rN;CHARSET=%1:Lé;Kim 😀\rX-AIM:kim\rEND:VCARD\r");
+    const QString honest = text.arg(QStringLiteral("UTF-8"));
+    const QString lying = text.arg(QStringLiteral("ISO-8859-1"));
     const QString expected = QStringLiteral("Kim 😀|Lé|kim|kim");
     expectAll({
-        {"UTF-8", text.toUtf8(), expected},
-        {"UTF-8 with a mark", "\xEF\xBB\xBF" + text.toUtf8(), expected},
-        {"UTF-16 LE", "\xFF\xFE" + utf16(text, false), expected},
-        {"UTF-16 BE", "\xFE\xFF" + utf16(text, true), expected},
-        {"UTF-16 LE without a mark", utf16(text, false), expected},
-        {"UTF-16 BE without a mark", utf16(text, true), expected},
-        {"malformed UTF-8", card("3.0", "N:L\xE9;Kim\xC3"), QStringLiteral("Kim\uFFFD|L\uFFFD||-")},
+        {"UTF-8", honest.toUtf8(), expected},
+        {"UTF-8 with a mark", "\xEF\xBB\xBF" + lying.toUtf8(), expected},
+        {"UTF-16 LE", "\xFF\xFE" + utf16(lying, false), expected},
+        {"UTF-16 BE", "\xFE\xFF" + utf16(lying, true), expected},
+        {"UTF-16 LE without a mark", utf16(lying, false), expected},
+        {"UTF-16 BE without a mark, half a unit too long", utf16(lying, true) + '\0', expected},
+        {"an encoded value in a file with a mark",
+         "\xEF\xBB\xBF" + card("2.1", "N;CHARSET=ISO-8859-1;QUOTED-PRINTABLE:L=E9;Kim"),
+         QStringLiteral("Kim|Lé||-")},
+        {"malformed UTF-8 that says it is that", card("3.0", "N;CHARSET=UTF-8:L\xE9;Kim\xC3"),
+         QStringLiteral("Kim\uFFFD|L\uFFFD||-")},
+        {"nothing is said, and it is no UTF-8", card("3.0", "N:L\xE9;Kim \x80\x81"),
+         QStringLiteral("Kim €\u0081|Lé||-")},
     });
     const QStringList both = {expected, expected};
-    EXPECT_EQ(summaries("\xEF\xBB\xBF" + text.toUtf8() + "\xEF\xBB\xBF" + text.toUtf8()), both)
+    EXPECT_EQ(summaries("\xEF\xBB\xBF" + honest.toUtf8() + "\xEF\xBB\xBF" + honest.toUtf8()), both)
         << "two files put together";
 }
 
@@ -124,7 +134,7 @@ TEST(VCard, DecodesValues)
     expectAll({
         {"Latin 1", card("2.1", "N;ENCODING=QUOTED-PRINTABLE;CHARSET=ISO-8859-1:L=E9;Ren=e9"),
          QStringLiteral("René|Lé||-")},
-        {"a charset that only iconv knows",
+        {"a charset of several bytes a character",
          card("2.1", "N;CHARSET=Shift_JIS;ENCODING=QUOTED-PRINTABLE:=95\\;=83="
                      "5C"),
          QStringLiteral("ソ|表||-")},
@@ -133,6 +143,8 @@ TEST(VCard, DecodesValues)
         {"UTF-16", card("2.1", "N;CHARSET=UTF-16BE;ENCODING=BASE64:AEwAZQBlADsASwBpAG0="),
          QStringLiteral("Kim|Lee||-")},
         {"an unknown charset", card("2.1", "N;CHARSET=X-KLINGON:L\xC3\xA9;Kim"), QStringLiteral("Kim|Lé||-")},
+        {"one that depends on where it is read", card("2.1", "N;CHARSET=LOCALE:L\xE9;Kim"),
+         QStringLiteral("Kim|Lé||-")},
         {"no hexadecimal digits", card("2.1", "N;QUOTED-PRINTABLE:a=b;=4;=ZZ=3D"),
          QStringLiteral("=4|a=b||-")},
         {"a soft break before the END", card("2.1", "X-AIM:kim\r\nN;QUOTED-PRINTABLE:Lee;Kim="),

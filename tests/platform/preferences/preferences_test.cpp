@@ -1,4 +1,7 @@
 #include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
+
+#include "tests/platform/propertylist/binarylist.h"
 
 #include "platform/files/files.h"
 
@@ -13,11 +16,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using platform::booleanFromPreference;
+using platform::booleanFrom;
 using platform::CFPreferencesAppSynchronize;
 using platform::CFPreferencesCopyAppValue;
 using platform::CFPreferencesSetAppValue;
-using platform::integerFromPreference;
+using platform::integerFrom;
 using platform::PropertyList;
 
 namespace {
@@ -116,29 +119,68 @@ TEST_F(Preferences, FollowWhatOtherProgramsWrite)
     EXPECT_TRUE(CFPreferencesCopyAppValue(u"a").isNull());
 }
 
-TEST_F(Preferences, KeepWhatOtherProgramsKnow)
+TEST_F(Preferences, LeaveEveryOtherValueAsItWas)
 {
-    write("<plist><dict><key>nested</key><dict><key>k</key><array><integer>-5</integer><string>\xE6\x97\xA5 "
-          "&amp;</string>"
-          "</array></dict><key>data</key><data>AAEC</data><key>date</key><date>2005-03-01T21:07:45Z</date>"
-          "<key>real</key><real>0.1</real><key>ours</key><true/><key>ours</key><false/></dict></plist>");
+    // What our values can hold and what they cannot, and one that says nothing to us.
+    const QByteArray others =
+        "\t<key>nested &amp; \xE6\x97\xA5</key>\n\t<dict>\n\t\t<key>k</key>\n"
+        "\t\t<array>\n\t\t\t<integer>-5</integer><string>&#x65E5; <![CDATA[<]]></string>\n"
+        "\t\t</array>\n\t</dict>\n"
+        "\t<key>large</key>\n\t<integer>18446744073709551615</integer>\n"
+        "\t<key>exact</key>\n\t<real>0.10</real>\n"
+        "\t<key>early</key>\n\t<date>-0043-03-15T12:00:00Z</date>\n"
+        "\t<key>when</key>\n\t<date>ides of March</date>\n"
+        "\t<key>no text</key>\n\t<string>\xFF</string>\n"
+        "\t<key>\xFF</key>\n\t<true/>\n"
+        "\t<key>newer</key>\n\t<url base=\"&gt;\"><a/>b</url>\n"
+        "\t<key>none</key>\n\t<null/>\n";
+    const QByteArray ours = "\t<key>ours</key>\n\t<true/>\n\t<key>ours</key>\n\t<false/>\n";
+    const QByteArray head = "<plist version=\"1.0\">\n<dict>\n";
+    write(head + ours + others + "</dict></plist>");
+    EXPECT_EQ(CFPreferencesCopyAppValue(u"ours").boolean(), true);
+    EXPECT_EQ(CFPreferencesCopyAppValue(u"nested & \u65E5")[u"k"].at(1).string(), QStringLiteral("\u65E5 <"));
+    EXPECT_TRUE(CFPreferencesCopyAppValue(u"when").isNull());
     CFPreferencesSetAppValue(u"ours", PropertyList::fromInteger(1));
     EXPECT_TRUE(CFPreferencesAppSynchronize());
-    EXPECT_EQ(stored(u"nested")[u"k"].at(0).integer(), -5);
-    EXPECT_EQ(stored(u"nested")[u"k"].at(1).string(), QStringLiteral("\u65E5 &"));
-    EXPECT_EQ(stored(u"data").data(), QByteArray("\0\1\2", 3));
-    EXPECT_EQ(stored(u"date").date(), platform::NSDate::fromUnixTime(1109711265));
-    EXPECT_EQ(stored(u"real").real(), 0.1);
-    EXPECT_EQ(stored(u"ours").integer(), 1);
-    EXPECT_EQ(platform::readPropertyList(contents(file())).count(), 5U); // "ours" came twice
+    const QByteArray after = contents(file());
+    EXPECT_EQ(after.sliced(after.indexOf("<plist")),
+              head + others + "\t<key>ours</key>\n\t<integer>1</integer>\n</dict>\n</plist>\n");
+    EXPECT_EQ(names().size(), 1U) << "nothing is damaged";
 }
 
-TEST_F(Preferences, ReadTheBinaryForm)
+TEST_F(Preferences, BecomeTheNearestElementsOfOtherForms)
 {
-    // { on = true }
-    write(QByteArray::fromHex("62706c6973743030 d10102 526f6e 09 08 0b 0e"
-                              "000000000000 01 01 0000000000000003 0000000000000000 000000000000000f"));
-    EXPECT_EQ(CFPreferencesCopyAppValue(u"on").boolean(), true);
+    const struct {
+        const char *object; ///< of a binary list, in hexadecimal digits; empty for the text form
+        const char *text;
+        const char *element;
+        bool isDamaged = false;
+    } table[] = {
+        {"09", "", "<true/>"},
+        {"00", "", "<null/>"},
+        {"14 0000000000000000 FFFFFFFFFFFFFFFF", "", "<integer>18446744073709551615</integer>"},
+        {"14 8000000000000000 0000000000000000", "",
+         "<integer>-170141183460469231731687303715884105728</integer>"},
+        {"33 C1B0000000000000", "", "<date>1992-06-30T02:35:44Z</date>"},
+        {"33 C22E088867800000", "", "<date>-0043-03-15T12:00:00Z</date>"},
+        {"33 42F0000000000000", "", "<real>281474976710656</real>"},
+        {"33 7FF8000000000000", "", "<real>nan</real>"},
+        {"0C", "", "<null/>", true},
+        {"", "<*I18446744073709551615>", "<integer>18446744073709551615</integer>"},
+        {"", "<*D0000-03-15 12:00:00 +0000>", "<date>0000-03-15 12:00:00 +0000</date>"},
+    };
+    for (const auto &row : table) {
+        const BinaryList binary{
+            {hex("D2 01 02 03 04"), hex("51 61"), hex("51 62"), hex(row.object), hex("09")}};
+        write(*row.object ? binary.bytes() : QByteArray("{ a = ") + row.text + "; b = YES; }");
+        CFPreferencesSetAppValue(u"c", PropertyList::fromInteger(1));
+        EXPECT_TRUE(CFPreferencesAppSynchronize());
+        EXPECT_EQ(platform::booleanFrom(CFPreferencesCopyAppValue(u"b")), true) << row.element;
+        const QByteArray after = contents(file());
+        EXPECT_TRUE(after.contains(QByteArray("<key>a</key>\n\t") + row.element + "\n")) << after.constData();
+        EXPECT_EQ(names().size(), row.isDamaged ? 2U : 1U) << row.element;
+        fs::remove(folder() / names().back());
+    }
 }
 
 TEST_F(Preferences, SetADamagedFileAside)
@@ -281,9 +323,9 @@ TEST(PreferenceValues, AreTakenAsBooleansAndIntegers)
         {"{ }", std::nullopt, std::nullopt},
     };
     for (const auto &row : table) {
-        EXPECT_EQ(booleanFromPreference(list(row.text)), row.boolean) << row.text;
-        EXPECT_EQ(integerFromPreference(list(row.text)), row.integer) << row.text;
+        EXPECT_EQ(booleanFrom(list(row.text)), row.boolean) << row.text;
+        EXPECT_EQ(integerFrom(list(row.text)), row.integer) << row.text;
     }
-    EXPECT_EQ(booleanFromPreference({}), std::nullopt);
-    EXPECT_EQ(integerFromPreference({}), std::nullopt);
+    EXPECT_EQ(booleanFrom({}), std::nullopt);
+    EXPECT_EQ(integerFrom({}), std::nullopt);
 }

@@ -1,4 +1,4 @@
-#include "platform/preferences/preferences.h"
+#include "platform/propertylist/values.h"
 
 #include <charconv>
 #include <cmath>
@@ -43,7 +43,7 @@ std::optional<qint64> integerFromDigits(const QString &text)
 
 } // namespace
 
-std::optional<bool> booleanFromPreference(const PropertyList &value)
+std::optional<bool> booleanFrom(const PropertyList &value)
 {
     if (const auto boolean = value.boolean())
         return boolean;
@@ -56,7 +56,7 @@ std::optional<bool> booleanFromPreference(const PropertyList &value)
     return std::nullopt;
 }
 
-std::optional<qint64> integerFromPreference(const PropertyList &value)
+std::optional<qint64> integerFrom(const PropertyList &value)
 {
     if (const auto boolean = value.boolean())
         return *boolean ? 1 : 0;

@@ -1,8 +1,10 @@
 #include "platform/host.h"
 
 #include "platform/text/encoding.h"
+#include "platform/text/terminaltext.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace platform {
 
@@ -20,10 +22,7 @@ Host *installedHost = nullptr; // the process's one host; see the class
 
 void Host::consoleLine(QByteArrayView line)
 {
-    QByteArray text = line.toByteArray();
-    text += '\n';
-    std::fwrite(text.constData(), 1, size_t(text.size()),
-                stderr); // one write: lines of two programs do not mix
+    writeText(stderr, line.toByteArray() + '\n'); // in one piece: lines of two programs do not mix
 }
 
 void Host::beep() {}

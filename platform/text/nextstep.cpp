@@ -1,4 +1,4 @@
-#include "platform/propertylist/nextstep.h"
+#include "platform/text/nextstep.h"
 
 #include <array>
 
