@@ -53,6 +53,15 @@ std::vector<std::shared_ptr<const T>> elementsOf(const NSArray *list)
     return elements;
 }
 
+/// What stands behind the last point of a name, when that is what a transcript has there.
+std::optional<std::string_view> extensionOf(std::string_view fileName)
+{
+    const size_t point = fileName.rfind('.');
+    const std::string_view extension =
+        point == std::string_view::npos ? std::string_view() : fileName.substr(point + 1);
+    return extension == "chat" || extension == "ichat" ? std::optional(extension) : std::nullopt;
+}
+
 } // namespace
 
 VORAChatLog::VORAChatLog(std::shared_ptr<const NSArray> loadedArray, QString primaryOtherParty)
@@ -71,29 +80,34 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path)
 
 VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const std::string &fileName)
 {
+    if (!extensionOf(fileName))
+        return loadBytes({}, fileName);
+    const platform::FileContents file = platform::readWholeFile(path);
+    if (!file.bytes)
+        return {Outcome::Unreadable, nullptr, platform::stringFromUtf8(file.error)};
+    return loadBytes(*file.bytes, fileName);
+}
+
+VORAChatLog::Loading VORAChatLog::loadBytes(const QByteArray &bytes, const std::string &fileName)
+{
     const auto notATranscript = [](QString reason) {
         return Loading{Outcome::NotATranscript, nullptr, std::move(reason)};
     };
-    const auto unreadable = [](const std::string &reason) {
-        return Loading{Outcome::Unreadable, nullptr, platform::stringFromUtf8(reason)};
+    const auto unreadable = [](QString reason) {
+        return Loading{Outcome::Unreadable, nullptr, std::move(reason)};
     };
 
-    const size_t point = fileName.rfind('.');
-    const std::string extension = point == std::string::npos ? std::string() : fileName.substr(point + 1);
-    if (extension != "chat" && extension != "ichat")
+    const std::optional<std::string_view> extension = extensionOf(fileName);
+    if (!extension)
         return notATranscript(QStringLiteral("its name ends neither in \".chat\" nor in \".ichat\""));
-
-    const platform::FileContents file = platform::readWholeFile(path);
-    if (!file.bytes)
-        return unreadable(file.error);
     std::shared_ptr<const NSArray> root;
     try {
-        root = extension == "chat" ? LoadiChat2Data(*file.bytes) : LoadiChat3Data(*file.bytes);
+        root = *extension == "chat" ? LoadiChat2Data(bytes) : LoadiChat3Data(bytes);
     } catch (const platform::FormatError &error) {
-        return unreadable(error.description());
+        return unreadable(platform::stringFromUtf8(error.description()));
     }
     if (!root || !listAt(*root, messageListIndex))
-        return unreadable("it holds no list of messages");
+        return unreadable(QStringLiteral("it holds no list of messages"));
 
     const size_t separator = fileName.rfind(" on ");
     if (separator == std::string::npos)

@@ -50,6 +50,8 @@ public:
     /// The same for a file that is to be taken as if it bore the name @p fileName (bytes, extension
     /// included).
     [[nodiscard]] static Loading load(const std::filesystem::path &path, const std::string &fileName);
+    /// The same for the contents of a file.
+    [[nodiscard]] static Loading loadBytes(const QByteArray &bytes, const std::string &fileName);
 
     /// load() for a run over many files: an unreadable file is named in the console log with the reason.
     /// @param outcome if not null, receives what came of it.

@@ -6,7 +6,7 @@ set -eu
 
 packages="
     ccache clang-19 libclang-rt-19-dev clang-format-19 clang-tidy-19 cmake g++ ninja-build
-    qt6-base-dev qt6-image-formats-plugins libqt6svg6 libcli11-dev libmimalloc-dev
+    qt6-base-dev qt6-image-formats-plugins libqt6svg6 libcli11-dev libmimalloc-dev libsqlite3-dev
     libgtest-dev libgmock-dev libbenchmark-dev libplist-dev
     gobjc++ libpantomime-dev libgnutls28-dev python3-aiosmtpd openssl
     gobjc gnustep-make libgnustep-gui-dev gnustep-back0.29-cairo
