@@ -54,6 +54,8 @@ const NSArray *listAt(const NSArray &root, size_t index)
                                          : nullptr;
 }
 
+constexpr char doesNotFit[] = "it does not fit into memory";
+
 VORAChatLog::Loading unreadable(const std::string &reason)
 {
     return {VORAChatLog::Outcome::Unreadable, nullptr, platform::stringFromUtf8(reason)};
@@ -81,6 +83,15 @@ std::vector<std::shared_ptr<const T>> elementsOf(const NSArray *list)
     return elements;
 }
 
+/// What stands behind the last point of a name, when that is what a transcript has there.
+std::optional<std::string_view> extensionOf(std::string_view fileName)
+{
+    const size_t point = fileName.rfind('.');
+    const std::string_view extension =
+        point == std::string_view::npos ? std::string_view() : fileName.substr(point + 1);
+    return extension == "chat" || extension == "ichat" ? std::optional(extension) : std::nullopt;
+}
+
 } // namespace
 
 VORAChatLog::VORAChatLog(std::shared_ptr<const NSArray> loadedArray, QString primaryOtherParty)
@@ -99,35 +110,42 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path)
 
 VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const std::string &fileName)
 {
+    if (!extensionOf(fileName))
+        return loadBytes({}, fileName);
     try {
-        return loadWhole(path, fileName);
+        const platform::FileContents file = platform::readWholeFile(path);
+        return file.bytes ? loadBytes(*file.bytes, fileName) : unreadable(file.error);
     } catch (const std::bad_alloc &) {
-        return unreadable("it does not fit into memory");
+        return unreadable(doesNotFit);
     }
 }
 
-VORAChatLog::Loading VORAChatLog::loadWhole(const std::filesystem::path &path, const std::string &fileName)
+VORAChatLog::Loading VORAChatLog::loadBytes(const QByteArray &bytes, const std::string &fileName)
+{
+    try {
+        return loadWhole(bytes, fileName);
+    } catch (const std::bad_alloc &) {
+        return unreadable(doesNotFit);
+    }
+}
+
+VORAChatLog::Loading VORAChatLog::loadWhole(const QByteArray &bytes, const std::string &fileName)
 {
     const auto notATranscript = [](QString reason) {
         return Loading{Outcome::NotATranscript, nullptr, std::move(reason)};
     };
 
-    const size_t point = fileName.rfind('.');
-    const std::string extension = point == std::string::npos ? std::string() : fileName.substr(point + 1);
-    if (extension != "chat" && extension != "ichat")
+    const std::optional<std::string_view> extension = extensionOf(fileName);
+    if (!extension)
         return notATranscript(QStringLiteral("its name ends neither in \".chat\" nor in \".ichat\""));
 
-    platform::FileContents file;
     std::shared_ptr<const NSArray> root;
     try {
-        file = platform::readWholeFile(path);
-        if (!file.bytes)
-            return unreadable(file.error);
-        root = extension == "chat" ? LoadiChat2Data(*file.bytes) : LoadiChat3Data(*file.bytes);
+        root = *extension == "chat" ? LoadiChat2Data(bytes) : LoadiChat3Data(bytes);
         if (!root || !hasMessageList(*root))
             return unreadable("it holds no list of messages");
     } catch (const platform::FormatError &error) {
-        const char *known = whatElse(*file.bytes, extension);
+        const char *known = whatElse(bytes, *extension);
         return unreadable(known ? platform::FormatError(0, known).description() : error.description());
     }
 

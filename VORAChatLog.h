@@ -52,6 +52,8 @@ public:
     /// The same for a file that is to be taken as if it bore the name @p fileName (bytes, extension
     /// included).
     [[nodiscard]] static Loading load(const std::filesystem::path &path, const std::string &fileName);
+    /// The same for the contents of a file.
+    [[nodiscard]] static Loading loadBytes(const QByteArray &bytes, const std::string &fileName);
 
     /// load() for a run over many files: an unreadable file is named in the console log with the reason, and
     /// so is one with unreadable messages.
@@ -224,7 +226,7 @@ public:
 private:
     VORAChatLog(std::shared_ptr<const platform::NSArray> loadedArray, QString primaryOtherParty);
 
-    [[nodiscard]] static Loading loadWhole(const std::filesystem::path &path, const std::string &fileName);
+    [[nodiscard]] static Loading loadWhole(const QByteArray &bytes, const std::string &fileName);
     [[nodiscard]] static std::shared_ptr<const platform::NSArray> LoadiChat2Data(const QByteArray &data);
     [[nodiscard]] static std::shared_ptr<const platform::NSArray> LoadiChat3Data(const QByteArray &data);
 

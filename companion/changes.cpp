@@ -17,8 +17,9 @@ Changes::~Changes()
         if (change.isFolder) {
             ::rmdir(change.path.c_str());
         } else if (change.previous) {
+            const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, change.previousTime};
             if (!platform::writeAtomically(change.path, *change.previous))
-                setModificationTime(change.path, change.previousTime);
+                ::utimensat(AT_FDCWD, change.path.c_str(), times.data(), 0);
         } else {
             ::unlink(change.path.c_str());
         }
@@ -36,15 +37,18 @@ bool Changes::makeFolder(const std::filesystem::path &path)
     if (path.has_relative_path())
         makeFolder(path.parent_path());
     constexpr mode_t usualPermissions = 0777;
+    if (m_dryRun)
+        return true;
     if (::mkdir(path.c_str(), usualPermissions) != 0)
         throw Failure("The folder " + path.native() + " cannot be made: " + platform::reasonOf(errno));
     m_changes.push_back({path, true, std::nullopt, {}});
     return true;
 }
 
-void Changes::writeFile(const std::filesystem::path &path, QByteArrayView bytes,
-                        const std::optional<timespec> &modified)
+void Changes::writeFile(const std::filesystem::path &path, QByteArrayView bytes)
 {
+    if (m_dryRun)
+        return;
     struct stat status{};
     Change change{path, false, std::nullopt, {}};
     if (::stat(path.c_str(), &status) == 0) {
@@ -59,14 +63,6 @@ void Changes::writeFile(const std::filesystem::path &path, QByteArrayView bytes,
     if (const auto failure = platform::writeAtomically(path, bytes))
         throw Failure(path.native() + " cannot be written: " + *failure);
     m_changes.push_back(std::move(change));
-    if (modified && !setModificationTime(path, *modified))
-        throw Failure(path.native() + " cannot be dated: " + platform::reasonOf(errno));
-}
-
-bool setModificationTime(const std::filesystem::path &path, const timespec &modified)
-{
-    const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, modified};
-    return ::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0;
 }
 
 } // namespace companion

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "importing/failure.h"
+
 #include "platform/files/files.h"
 
 #include <filesystem>
 #include <optional>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -19,12 +20,10 @@ namespace companion {
 /// that names the path. Taking back never fails in a way that is told.
 class Changes {
 public:
-    class Failure : public std::runtime_error {
-    public:
-        using std::runtime_error::runtime_error;
-    };
+    using Failure = importing::Failure;
 
-    Changes() = default;
+    /// @param dryRun whether to leave everything as it is, and only to look whether it could be done.
+    explicit Changes(bool dryRun = false) : m_dryRun(dryRun) {}
     ~Changes();
     Changes(const Changes &) = delete;
     Changes &operator=(const Changes &) = delete;
@@ -33,9 +32,7 @@ public:
     /// @return whether it had to be made.
     bool makeFolder(const std::filesystem::path &path);
     /// Writes a file, in place of one that may be there, atomically.
-    /// @param modified the modification time that it gets; now, when not given.
-    void writeFile(const std::filesystem::path &path, QByteArrayView bytes,
-                   const std::optional<timespec> &modified = std::nullopt);
+    void writeFile(const std::filesystem::path &path, QByteArrayView bytes);
     /// From now on what was changed stays.
     void keep() { m_changes.clear(); }
 
@@ -47,11 +44,9 @@ private:
         timespec previousTime{};
     };
 
+    bool m_dryRun;
     std::vector<Change> m_changes;
     std::set<std::filesystem::path> m_tidied; ///< folders without what was left by a run that was killed
 };
-
-/// Gives the file at @p path a modification time. @return whether the system did.
-bool setModificationTime(const std::filesystem::path &path, const timespec &modified);
 
 } // namespace companion

@@ -1,8 +1,9 @@
 #include "companion/commands.h"
 #include "companion/console.h"
-#include "companion/transcriptcopies.h"
 
 #include "archiver/PBArchiver.h"
+
+#include "importing/importplan.h"
 
 #include "VORAChatLog.h"
 
@@ -33,10 +34,22 @@ public:
         } else if (named || loading.outcome == VORAChatLog::Outcome::Unreadable) {
             ++m_unreadable;
             print(path, loading.reason);
-        } else if ((path.extension() == ".chat" || path.extension() == ".ichat") &&
-                   !TranscriptCopies::hasArchivedCopy(path)) {
-            ++m_passedOver; // well formed, but the archiver passes over it
-            print(path, loading.reason);
+        } else if (importing::transcriptKind(path)) {
+            m_misnamed = true;
+        }
+    }
+
+    /// Counts what is well formed in @p folder, but what the archiver passes over for its name and has under
+    /// no other.
+    void passedOver(const std::filesystem::path &folder)
+    {
+        if (!m_misnamed)
+            return;
+        importing::Observer nobody;
+        for (const importing::PlannedCopy &copy :
+             importing::planImport({}, folder, importing::CopyLedger(), nobody).copies) {
+            ++m_passedOver;
+            print(copy.entry.source, QStringLiteral("for want of another name the archiver passes over it"));
         }
     }
 
@@ -50,7 +63,7 @@ public:
         summary += QString::number(m_unreadable) + QStringLiteral(" cannot.");
         if (m_passedOver > 0)
             summary += u' ' + QString::number(m_passedOver) +
-                       QStringLiteral(" more will not be archived for want of \" on \" in the name: "
+                       QStringLiteral(" more will not be archived for their names: "
                                       "prattlebug setup makes copies that will.");
         if (verbosity() != Verbosity::Quiet)
             printLine(summary);
@@ -68,6 +81,7 @@ private:
     qsizetype m_unreadable = 0;
     qsizetype m_unreadableMessages = 0;
     qsizetype m_passedOver = 0;
+    bool m_misnamed = false; ///< whether there is a transcript that the archiver passes over
 };
 
 int check(const std::vector<std::string> &files)
@@ -85,6 +99,7 @@ int check(const std::vector<std::string> &files)
         platform::DirectoryWalk walk(folder);
         while (const auto entry = walk.next())
             check.file(folder / *entry, false);
+        check.passedOver(folder);
     }
     return check.finish();
 }

@@ -108,12 +108,13 @@ void ConsoleHost::dialog(const QString &message)
     drawBar();
 }
 
-void ConsoleHost::showProgress(qsizetype value, qsizetype maximum)
+void ConsoleHost::showProgress(qsizetype value, qsizetype maximum, QByteArrayView unit)
 {
     if (m_quiet || !m_terminal)
         return;
     m_value = value;
     m_maximum = maximum;
+    m_unit = unit.toByteArray();
     m_barShown = true;
     eraseBar();
     drawBar();
@@ -130,7 +131,9 @@ void ConsoleHost::drawBar() const
     if (!m_barShown)
         return;
     const qsizetype done = std::min(m_value, m_maximum);
-    const QByteArray entries = ' ' + QByteArray::number(m_value) + " entries"; // may pass the maximum
+    const QByteArray entries = ' ' + QByteArray::number(m_value) + ' ' + m_unit; // may pass the maximum
+    if (m_maximum == 0 && m_value > 0)
+        return write(stderr, entries.sliced(1)); // how far it is to the end nobody knows
     const qsizetype width = std::max<qsizetype>(terminalWidth() - entries.size() - 3, 10);
     const qsizetype filled = m_maximum > 0 ? width * done / m_maximum : width;
     control('[' + QByteArray(filled, '#') + QByteArray(width - filled, ' ') + ']' + entries);

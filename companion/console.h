@@ -2,6 +2,7 @@
 
 #include "platform/host.h"
 
+#include <QByteArray>
 #include <QByteArrayView>
 #include <QStringView>
 
@@ -45,8 +46,10 @@ public:
     /// A line on standard error, also when quiet.
     void dialog(const QString &message) override;
 
-    /// Shows the bar at @p value of @p maximum; a value past the maximum shows it full.
-    void showProgress(qsizetype value, qsizetype maximum);
+    /// Shows the bar at @p value of @p maximum, and the value in words; a value past the maximum shows it
+    /// full.
+    /// @param unit what is counted, in the plural.
+    void showProgress(qsizetype value, qsizetype maximum, QByteArrayView unit = "entries");
     /// Takes the bar away.
     void endProgress();
 
@@ -60,6 +63,7 @@ private:
     bool m_barShown = false;
     qsizetype m_value = 0;
     qsizetype m_maximum = 0;
+    QByteArray m_unit;
 };
 
 } // namespace companion

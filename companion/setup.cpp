@@ -1,29 +1,31 @@
+#include "companion/cardfiles.h"
 #include "companion/changes.h"
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/importreport.h"
+#include "companion/setupreport.h"
 #include "companion/shippedfiles.h"
-#include "companion/transcriptcopies.h"
 
 #include "archiver/PBArchiver.h"
 #include "archiver/mailaddress.h"
 
+#include "importing/chatfolders.h"
+#include "importing/copying.h"
+
 #include "galleries/supportfolder.h"
 
-#include "platform/addressbook/addressbook.h"
-#include "platform/files/directorywalk.h"
+#include "platform/files/files.h"
 #include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 
 namespace companion {
 
 namespace {
-
-using platform::contactsName;
-using platform::ownCardName;
 
 struct Options {
     std::optional<std::string> email;
@@ -31,88 +33,80 @@ struct Options {
     std::optional<std::string> contacts;
     std::vector<std::string> chats;
     bool resetTemplates = false;
+    bool dryRun = false;
+    bool asJson = false;
 };
 
-/// A vCard file that the user has given; no bytes when they gave none.
-struct CardFile {
-    std::optional<QByteArray> bytes;
-    qsizetype cards = 0;
-    qsizetype withScreenName = 0;
-};
-
-/// The cards of the file at @p path, if there is to be one.
-/// @throws Changes::Failure when it cannot be read or holds no card.
-CardFile readCards(const std::optional<std::string> &path)
+void makeFolder(const std::filesystem::path &path, Changes &changes, SetupReport &report)
 {
-    if (!path)
-        return {};
-    const platform::FileContents file = platform::readWholeFile(*path);
-    if (!file.bytes)
-        throw Changes::Failure(*path + " cannot be read: " + file.error);
-    CardFile result{file.bytes, 0, 0};
-    for (const platform::ABPerson &person : platform::readVCards(*file.bytes)) {
-        result.cards += person.firstName || person.lastName || !person.aimNames.isEmpty() ? 1 : 0;
-        result.withScreenName += person.aimNames.isEmpty() ? 0 : 1;
-    }
-    if (result.cards == 0)
-        throw Changes::Failure(*path + " is no vCard file: there is no card with a name in it.");
-    return result;
+    const bool isNew = changes.makeFolder(path);
+    report.line(QLatin1StringView("folder"),
+                (isNew ? "Made " : "There already: ") + QByteArray::fromStdString(path.native()),
+                {{QStringLiteral("path"), platform::displayPath(path)}, {QStringLiteral("new"), isNew}});
 }
 
-/// What is told at the end, when everything has succeeded.
-class Report {
-public:
-    void line(const QString &text) { m_lines += platform::utf8FromString(text) + '\n'; }
-    void path(const QString &text, const std::filesystem::path &path)
-    {
-        m_lines += platform::utf8FromString(text) + ' ' + QByteArray::fromStdString(path.native()) + '\n';
-    }
-    void list(const QString &title, const std::vector<std::string> &entries)
-    {
-        if (entries.empty())
-            return;
-        line(title);
-        for (const std::string &entry : entries)
-            m_lines += "    " + QByteArray::fromStdString(entry) + '\n';
-    }
-    [[nodiscard]] QByteArray text() const { return m_lines.chopped(m_lines.isEmpty() ? 0 : 1); }
-
-private:
-    QByteArray m_lines;
-};
-
-QString counted(qsizetype count, const QString &one, const QString &many)
-{
-    return QString::number(count) + u' ' + (count == 1 ? one : many);
-}
-
-void makeFolder(const std::filesystem::path &path, Changes &changes, Report &report)
-{
-    const bool made = changes.makeFolder(path);
-    report.path(made ? QStringLiteral("Made") : QStringLiteral("There already:"), path);
-}
-
-void placeFiles(bool reset, Changes &changes, Report &report)
+void placeFiles(bool reset, Changes &changes, SetupReport &report)
 {
     const ShippedFilesOutcome outcome = placeShippedFiles(galleries::supportFolder(), reset, changes);
-    if (!outcome.placed.isEmpty())
-        report.line(QStringLiteral("Put in place: ") + outcome.placed.join(QStringLiteral(", ")));
-    if (!outcome.changed.isEmpty())
-        report.line(QStringLiteral("Kept as you have changed it: ") +
-                    outcome.changed.join(QStringLiteral(", ")) +
-                    QStringLiteral(" (--reset-templates replaces)"));
+    const auto line = [&](const char *event, const char *text, const QStringList &files, const char *end) {
+        if (!files.isEmpty())
+            report.line(QLatin1StringView(event),
+                        text + platform::utf8FromString(files.join(QStringLiteral(", "))) + end);
+    };
+    line("templates", "Put in place: ", outcome.placed, "");
+    line("templatesKept", "Kept as you have changed it: ", outcome.changed, " (--reset-templates replaces)");
 }
 
-void storeCards(const CardFile &file, const char *name, const QString &what, Changes &changes, Report &report)
+/// Everything else has succeeded; when this does not, it is taken back.
+void storeAddress(const std::optional<std::string> &email, bool dryRun, Changes &changes, SetupReport &report)
 {
-    if (!file.bytes)
+    if (!email)
         return;
-    const std::filesystem::path path = galleries::supportFolder() / name;
-    if (platform::readWholeFile(path).bytes != file.bytes)
-        changes.writeFile(path, *file.bytes);
-    report.line(QStringLiteral("%1: %2, %3 with an AIM screen name")
-                    .arg(what, counted(file.cards, QStringLiteral("card"), QStringLiteral("cards")),
-                         QString::number(file.withScreenName)));
+    changes.makeFolder(platform::homeDirectory() / "Library" / "Preferences");
+    if (!dryRun) {
+        platform::CFPreferencesSetAppValue(
+            u"emailAddress", platform::PropertyList::fromString(platform::stringFromUtf8(*email)));
+        if (!platform::CFPreferencesAppSynchronize())
+            throw Changes::Failure("The preferences could not be written in " +
+                                   platform::preferencesFolder().native());
+    }
+    report.line(QLatin1StringView("email"), "Mails are from and to " + QByteArray::fromStdString(*email));
+}
+
+void reportBook(CardRole role, const Cards &cards, const importing::MacAddressBook &book, bool isTaken,
+                SetupReport &report)
+{
+    const bool isOwn = role == CardRole::Own;
+    QByteArray text = isOwn ? "The Mac's address book has your own card"
+                            : "The Mac's address book has " + QByteArray::number(cards.count) +
+                                  (cards.count == 1 ? " person" : " people") + " with AIM screen names";
+    const QByteArray path = QByteArray::fromStdString(book.files.front().native());
+    text += ": " + path;
+    if (!isTaken)
+        text += QByteArray("\n    There is a file of cards already; to take it instead: ") +
+                (isOwn ? "--me" : "--contacts") + " \"" + path + '"';
+    report.line(QLatin1StringView(isOwn ? "ownCard" : "addressBook"), text,
+                {{QStringLiteral("path"), platform::displayPath(book.files.front())},
+                 {QStringLiteral("people"), cards.count},
+                 {QStringLiteral("taken"), isTaken}});
+}
+
+/// Stores what the user has named for a role, or else what the disk's address book has, when there is nothing
+/// yet.
+/// @return how many people there are with an AIM screen name in what is stored.
+qsizetype storeCards(CardRole role, const std::optional<Cards> &named, const importing::MacAddressBook &book,
+                     Changes &changes, SetupReport &report)
+{
+    const std::optional<Cards> found = cardsOf(book, role);
+    const platform::FileContents there = platform::readWholeFile(cardFilePath(role));
+    const std::optional<Cards> &stored = named ? named : found;
+    const bool isTaken = named || there.isMissing || (found && there.bytes == found->bytes);
+    if (found && !named)
+        reportBook(role, *found, book, isTaken, report);
+    if (!stored || !isTaken)
+        return 0;
+    storeCards(role, *stored, changes, report);
+    return stored->withScreenName;
 }
 
 std::vector<std::filesystem::path> chatsToCopy(const Options &options)
@@ -120,86 +114,34 @@ std::vector<std::filesystem::path> chatsToCopy(const Options &options)
     std::vector<std::filesystem::path> chats(options.chats.begin(), options.chats.end());
     if (!chats.empty())
         return chats;
-    for (const std::filesystem::path &folder : TranscriptCopies::chatFolders()) {
-        if (platform::fileExists(platform::homeDirectory() / folder))
-            chats.push_back(platform::homeDirectory() / folder);
+    for (const std::filesystem::path &folder : importing::chatFolders()) {
+        if (const std::filesystem::path path = platform::homeDirectory() / folder; platform::fileExists(path))
+            chats.push_back(path);
     }
     return chats;
 }
 
-/// @return what could not be read, each with the reason.
-std::vector<std::string> copyTranscripts(const Options &options, Changes &changes, Report &report)
+/// What is not there yet, after a setup.
+void reportMissing(bool hasTranscripts, const Options &options, SetupReport &report)
 {
-    const std::vector<std::filesystem::path> chats = chatsToCopy(options);
-    TranscriptCopies copies(
-        PBArchiver::transcriptFolder(), changes,
-        [](const std::filesystem::path &from, const std::filesystem::path &to) {
-            if (verbosity() == Verbosity::Verbose)
-                printError(QByteArrayView(QByteArray::fromStdString(from.native() + " -> " + to.native())));
-        });
-    for (const std::filesystem::path &folder : chats)
-        copies.copy(folder);
-    copies.copyPassedOver();
-    const TranscriptCopies::Outcome &outcome = copies.outcome();
-    if (!chats.empty() || outcome.copied > 0) {
-        QString text = counted(outcome.copied, QStringLiteral("transcript"), QStringLiteral("transcripts")) +
-                       QStringLiteral(" copied");
-        if (outcome.alreadyThere > 0)
-            text += QStringLiteral(", %1 there already").arg(outcome.alreadyThere);
-        report.line(text);
-    }
-    report.list(QStringLiteral("Under another name, so that no chat is left out:"), outcome.renamed);
-    report.list(QStringLiteral("Left out, since they are no transcripts:"), outcome.leftOut);
-    return outcome.unread;
+    std::vector<SetupReport::Entry> missing;
+    if (!hasTranscripts)
+        missing.push_back({"transcripts: prattlebug setup FOLDER copies those below a folder or a disk"});
+    if (!options.email &&
+        platform::CFPreferencesCopyAppValue(platform::preference::emailAddress).string().value_or(QString()).isEmpty())
+        missing.push_back({"your mail address: --email ADDRESS"});
+    if (!platform::fileExists(cardFilePath(CardRole::Own)))
+        missing.push_back({"your own name, else your screen name is shown: --me CARD.vcf"});
+    if (!platform::fileExists(cardFilePath(CardRole::Contacts)))
+        missing.push_back({"other people's names, else their screen names are shown: --contacts FILE.vcf"});
+    report.list(QLatin1StringView("missing"), "Still missing:", missing);
+    if (!platform::fileExists(cardFilePath(CardRole::Contacts)))
+        report.line(QLatin1StringView("advice"), adviceOnCards);
+    if (hasTranscripts)
+        report.line(QLatin1StringView("next"), "Next: prattlebug archive ~/\"Prattlebug Archive\"");
 }
 
-/// Everything else has succeeded; when this does not, it is taken back.
-void storeAddress(const std::optional<std::string> &email, Changes &changes, Report &report)
-{
-    if (!email)
-        return;
-    changes.makeFolder(platform::preferencesFolder());
-    const QString address = platform::stringFromUtf8(*email);
-    platform::CFPreferencesSetAppValue(platform::preference::emailAddress,
-                                       platform::PropertyList::fromString(address));
-    if (!platform::CFPreferencesAppSynchronize())
-        throw Changes::Failure("The preferences could not be written in " +
-                               platform::preferencesFolder().native());
-    report.line(QStringLiteral("Mails are from and to ") + address);
-}
-
-bool hasTranscripts()
-{
-    platform::DirectoryWalk walk(PBArchiver::transcriptFolder());
-    while (const auto entry = walk.next()) {
-        if (entry->extension() == ".chat" || entry->extension() == ".ichat")
-            return true;
-    }
-    return false;
-}
-
-void reportMissing(Report &report)
-{
-    const std::filesystem::path support = galleries::supportFolder();
-    std::vector<std::string> missing;
-    if (!hasTranscripts())
-        missing.emplace_back("transcripts: prattlebug setup FOLDER copies those below a folder");
-    if (platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
-            .string()
-            .value_or(QString())
-            .isEmpty())
-        missing.emplace_back("your mail address: --email ADDRESS");
-    if (!platform::fileExists(support / ownCardName))
-        missing.emplace_back("your own name, else your screen name is shown: --me CARD.vcf");
-    if (!platform::fileExists(support / contactsName))
-        missing.emplace_back("other people's names, else their screen names are shown: --contacts FILE.vcf");
-    report.list(QStringLiteral("Still missing:"), missing);
-    if (hasTranscripts())
-        report.line(QStringLiteral("Next: prattlebug archive ~/\"Prattlebug Archive\""));
-}
-
-/// @throws Changes::Failure; nothing has been changed then.
-int setUp(const Options &options)
+int setUp(const Options &options, SetupReport &report, SetupProgress &progress)
 {
     const std::filesystem::path home = platform::homeDirectory();
     std::error_code error;
@@ -208,37 +150,81 @@ int setUp(const Options &options)
     if (options.email && !isBareAddress(platform::stringFromUtf8(*options.email)))
         throw Changes::Failure('"' + *options.email + '"' +
                                " is no mail address: it should look like kim@example.org");
-    const CardFile ownCard = readCards(options.ownCard);
-    const CardFile contacts = readCards(options.contacts);
+    std::optional<Cards> ownCard;
+    std::optional<Cards> contacts;
+    if (options.ownCard)
+        ownCard = cardsAt(*options.ownCard, CardRole::Own);
+    if (options.contacts)
+        contacts = cardsAt(*options.contacts, CardRole::Contacts);
 
-    Changes changes;
-    Report report;
-    makeFolder(PBArchiver::transcriptFolder(), changes, report);
+    // Everything is read before anything is changed.
+    const std::filesystem::path folder = PBArchiver::transcriptFolder();
+    const std::vector<std::filesystem::path> chats = chatsToCopy(options);
+    importing::Findings findings = importing::findChats(chats, folder, progress);
+    const importing::MacAddressBook book = importing::readMacAddressBooks(findings.homes);
+    std::ranges::copy(book.notLookedInto, std::back_inserter(findings.notLookedInto));
+    std::ranges::copy(book.unread, std::back_inserter(findings.unread));
+    importing::CopyLedger ledger;
+    const importing::ImportPlan plan = importing::planImport(findings.transcripts, folder, ledger, progress);
+
+    if (options.dryRun)
+        report.line(QLatin1StringView("dryRun"), "Nothing has been changed. This is what would be done:");
+    Changes changes(options.dryRun);
+    makeFolder(folder, changes, report);
     makeFolder(galleries::supportFolder(), changes, report);
     makeFolder(galleries::imagesFolder(), changes, report);
     placeFiles(options.resetTemplates, changes, report);
-    storeCards(ownCard, ownCardName, QStringLiteral("Your own card"), changes, report);
-    storeCards(contacts, contactsName, QStringLiteral("Contacts"), changes, report);
-    const std::vector<std::string> unread = copyTranscripts(options, changes, report);
-    storeAddress(options.email, changes, report);
+    storeCards(CardRole::Own, ownCard, book, changes, report);
+    const qsizetype people = storeCards(CardRole::Contacts, contacts, book, changes, report);
+    std::vector<importing::NotedPath> damagedBooks = book.damaged;
+    for (const std::optional<Cards> *named : {&ownCard, &contacts}) {
+        if (*named)
+            std::ranges::copy((*named)->damaged, std::back_inserter(damagedBooks));
+    }
+    report.list(QLatin1StringView("damagedBook"),
+                "Address books that could not be read whole:", entriesOf(damagedBooks));
+    storeAddress(options.email, options.dryRun, changes, report);
     changes.keep();
 
-    reportMissing(report);
-    if (verbosity() != Verbosity::Quiet)
-        printLine(QByteArrayView(report.text()));
-    for (const std::string &entry : unread)
-        printError(QByteArrayView("Could not be read: " + QByteArray::fromStdString(entry)));
-    return unread.empty() ? exitDone : exitFailed;
+    importing::Copying copying(folder, ledger, progress);
+    std::optional<std::string> failure;
+    try {
+        if (!options.dryRun)
+            copying.run(plan);
+    } catch (const importing::Failure &thrown) {
+        failure = thrown.what(); // what was copied stays, and is told
+    }
+    progress.end();
+    const ImportReport importReport{findings, plan, options.dryRun ? nullptr : &copying.outcome(), people};
+    importReport.tell(report);
+    const bool isEnded = !failure && !copying.outcome().isStopped;
+    if (isEnded && !options.dryRun)
+        reportMissing(plan.archived > 0 || !plan.copies.empty(), options, report);
+    report.print();
+    const bool isWhole = importReport.tellUnread(report);
+    if (failure)
+        report.error(QByteArray::fromStdString(*failure));
+    if (!isEnded)
+        report.error("Stopped after " + QByteArray::number(copying.outcome().copied) + " of " +
+                     QByteArray::number(plan.copies.size()) + " transcripts copied: the next setup goes on.");
+    return isEnded && isWhole ? exitDone : exitFailed;
 }
 
 int setup(const Options &options)
 {
+    ConsoleHost host(verbosity() == Verbosity::Quiet);
+    SetupReport report(options.asJson);
+    SetupProgress progress(host, options.asJson);
     try {
-        return setUp(options);
+        return setUp(options, report, progress);
     } catch (const Changes::Failure &failure) {
-        printError(QByteArrayView(failure.what()));
-        return exitFailed;
+        progress.end();
+        report.error(failure.what());
+    } catch (const importing::Stopped &) {
+        progress.end();
+        report.error("Stopped after " + progress.reached() + ": nothing has been changed.");
     }
+    return exitFailed;
 }
 
 } // namespace
@@ -249,25 +235,33 @@ void addSetupCommand(CLI::App &commands, Action &action)
     CLI::App *command = commands.add_subcommand(
         "setup",
         "Make the folders, put templates in place, copy transcripts: everything before the first archive");
-    command->add_option(
-        "CHATS", options->chats,
-        "Folders with transcripts at any depth, or the home folder of a Mac; without any, where "
-        "iChat keeps them in this home");
+    command->add_option("CHATS", options->chats,
+                        "Folders with transcripts at any depth: a whole disk, a home folder on it, a backup; "
+                        "without any, where iChat keeps them in this home");
     command->add_option("--email", options->email, "Address that the mails are from and to")
         ->type_name("ADDRESS");
-    command->add_option("--me", options->ownCard, "vCard file with your own card")->type_name("CARD.vcf");
-    command->add_option("--contacts", options->contacts, "vCard file with everybody else")
-        ->type_name("FILE.vcf");
+    command
+        ->add_option("--me", options->ownCard, "vCard file with your own card, or an address book of a Mac")
+        ->type_name("CARDS");
+    command
+        ->add_option("--contacts", options->contacts,
+                     "vCard file with everybody else, or an address book of a Mac")
+        ->type_name("CARDS");
+    command->add_flag("--dry-run,-n", options->dryRun, "Only tell what would be done");
+    command->add_flag("--json", options->asJson, "Tell it, and how far it is, as JSON objects, one a line");
     command->add_flag("--reset-templates", options->resetTemplates,
                       "Also replace templates and word lists that you have changed");
-    command->footer(
-        "Example: prattlebug setup --email sam@example.org --me me.vcf /media/sam/Backup\n"
-        "With --verbose every transcript that is copied is named.\n"
-        "It can be repeated: nothing of yours is ever overwritten or copied twice.\n"
-        "Transcripts without \" on \" in their names, which the archiver passes over, get copies that have "
-        "it.\n"
-        "Exit code: 1 when something is wrong with what was given, or with the disk (then nothing "
-        "has been changed),\nor when some transcripts could not be read; they are named.");
+    command->footer(R"(Example: prattlebug setup --email sam@example.org /media/sam/Backup
+Each chat is copied once: not again where the same bytes lie elsewhere too, nor the beginning of a chat whose
+whole is there. A copy is dated like its file, or like the last message where the file has lost its date, and
+gets a name that the archiver takes. Setup can be stopped with ^C and repeated at any time: it goes on where it
+was. Nothing of yours is overwritten, and cards that are replaced are kept beside the new ones.
+Without --me and --contacts the address book in the homes of the chats is taken, if there are no cards yet.
+Without cards names stay screen names, and in the statistics the words of people who are shown under another
+name than the one in the transcript's file name count as yours.
+With --verbose every transcript that is copied is named.
+Exit code: 1 when something is wrong with what was given, when it was stopped, or when files or folders could
+not be read; they are named. Damaged transcripts are copied, and named too.)");
     command->callback([options, &action] { action = [options] { return setup(*options); }; });
 }
 

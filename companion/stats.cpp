@@ -1,3 +1,4 @@
+#include "companion/cardfiles.h"
 #include "companion/commands.h"
 #include "companion/console.h"
 #include "companion/jsonwriter.h"
@@ -112,6 +113,9 @@ int stats(bool asJson)
         printJson(totals);
     else
         printTable(totals);
+    const bool hasCards = platform::fileExists(cardFilePath(CardRole::Contacts));
+    if (!asJson && !hasCards && verbosity() != Verbosity::Quiet)
+        printError(QByteArrayView(adviceOnCards));
     return exitDone;
 }
 
@@ -124,8 +128,11 @@ void addStatsCommand(CLI::App &commands, Action &action)
         commands.add_subcommand("stats", "Show how much was said and sent in all archived chats");
     command->add_flag("--json", *asJson,
                       "As JSON, under the names that the store has for them; dates in UTC");
-    command->footer("Example: prattlebug stats --json\n"
-                    "Exit code: 1 when there are no statistics.");
+    command->footer(
+        "Example: prattlebug stats --json\n"
+        "The words of people who are shown under another name than the one in the transcript's file\n"
+        "name count as yours; and names stay screen names without cards: see prattlebug setup --help.\n"
+        "Exit code: 1 when there are no statistics.");
     command->callback([asJson, &action] { action = [asJson] { return stats(*asJson); }; });
 }
 

@@ -24,3 +24,4 @@ echo
 gnuplot -e "table='$work/growth.tsv'; drawing='$work/growth.svg'" bench/growth.gnuplot
 
 /usr/bin/python3 bench/search.py $build/companion/prattlebug "$work/home-${counts##*,}"
+/usr/bin/python3 bench/importing.py $build/companion/prattlebug "$work/home-${counts##*,}/Documents/iChats (Prattlebugged)"

@@ -19,7 +19,7 @@ fi
 
 home=$build/sample-home
 rm -rf "$home"
-"$top/scripts/sample-home.sh" "$home"
+"$top/scripts/sample-home.sh" "$home" "$prattlebug"
 "$prattlebug" --home "$home" prefs emailAddress sam@example.org
 if [ $# -gt 0 ]; then
     HOME=$home exec "$build/archiver/window/prattlebug-archiver"

@@ -1,26 +1,12 @@
 #!/bin/sh
 # Makes a home folder to try the programs in, with the sample chats in its transcript folder, their address book, and what
 # the pages are made with:
-#     scripts/sample-home.sh FOLDER
-# FOLDER must not exist yet.
+#     scripts/sample-home.sh FOLDER [PRATTLEBUG]
+# FOLDER must not exist yet. PRATTLEBUG is the companion program; without it, the one that was built here.
 set -eu
 home=$1
 top=$(cd "$(dirname "$0")/.." && pwd)
-samples=$top/samples
-support="$home/Library/Prattlebug"
-transcripts="$home/Documents/iChats (Prattlebugged)"
+prattlebug=${2:-$top/build/release/companion/prattlebug}
 
 mkdir "$home"
-mkdir -p "$home/Documents" "$support/Images"
-cp -Rp "$samples/chats" "$transcripts"
-# A mail is dated by its transcript file, and a file out of a repository is as old as the copy: give each the date in
-# its name back.
-find "$transcripts" -name '* on ????-??-?? at ??.??*' | while read -r file; do
-    date=$(printf '%s\n' "$file" | sed -E 's/.* on ([0-9]{4}-[0-9]{2}-[0-9]{2}) at ([0-9]{2})\.([0-9]{2}).*/\1 \2:\3/')
-    touch -d "$date" "$file"
-done
-cp "$samples/me.vcf" "$samples/contacts.vcf" "$support/"
-for resource in linktemplate.html imagetemplate.html statstemplate.html curses.plist netspeak.plist; do
-    cp "$top/resources/$resource" "$support/"
-done
-cp "$top/resources/pdf.png" "$support/Images/"
+"$prattlebug" --quiet --home "$home" setup --me "$top/samples/me.vcf" --contacts "$top/samples/contacts.vcf" "$top/samples/chats"

@@ -43,7 +43,7 @@ class Pictures(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         home = os.path.join(folder.name, "home")
         os.environ["TZ"] = "America/Los_Angeles"
-        subprocess.run([SOURCE / "scripts/sample-home.sh", home], check=True)
+        subprocess.run([SOURCE / "scripts/sample-home.sh", home, BUILD / "companion/prattlebug"], check=True)
         subprocess.run([BUILD / "companion/prattlebug", "--home", home, "archive", "-q", home + "/Prattlebug Archive"], check=True,
                        env={**os.environ, "USER": "sam"})
         browser = open_browser(self)

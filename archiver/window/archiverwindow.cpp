@@ -3,7 +3,12 @@
 #include "archiver/window/manual.h"
 #include "archiver/window/preferencespanel.h"
 
+#include "archiver/PBArchiver.h"
 #include "archiver/failurestatus.h"
+
+#include "importing/window/importdialog.h"
+
+#include "platform/files/files.h"
 
 #include <QAction>
 #include <QApplication>
@@ -62,10 +67,10 @@ ArchiverWindow::ArchiverWindow()
     m_progressBar->setValue(0);
 
     m_line->setObjectName(QStringLiteral("line"));
-    m_line->setTextFormat(Qt::PlainText); // file names are no markup
     m_line->setWordWrap(true);
     m_line->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    m_line->setText(tr("Ready."));
+    connect(m_line, &QLabel::linkActivated, this, &ArchiverWindow::importChats);
+    showReadiness();
 
     addMenus();
     layOut();
@@ -76,6 +81,10 @@ void ArchiverWindow::addMenus()
 {
     QMenu *file = menuBar()->addMenu(tr("&File"));
     file->addAction(m_archiveAction);
+    QAction *import =
+        file->addAction(QIcon::fromTheme(QStringLiteral("document-import")), tr("&Import Chats…"));
+    import->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
+    connect(import, &QAction::triggered, this, &ArchiverWindow::importChats);
     QAction *preferences =
         file->addAction(QIcon::fromTheme(QStringLiteral("preferences-system")), tr("&Preferences…"));
     preferences->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
@@ -198,14 +207,24 @@ void ArchiverWindow::showProgress(qsizetype value)
     repaintAtOnce(*m_progressBar);
 }
 
+void ArchiverWindow::showReadiness()
+{
+    const bool isReady = platform::fileExists(PBArchiver::transcriptFolder());
+    m_line->setTextFormat(isReady ? Qt::PlainText : Qt::RichText);
+    m_line->setText(isReady ? tr("Ready.")
+                            : tr("There are no chats yet. <a href=\"import\">Import Chats…</a>"));
+}
+
 void ArchiverWindow::showEntry(const QString &text)
 {
+    m_line->setTextFormat(Qt::PlainText); // file names are no markup
     m_line->setText(m_line->fontMetrics().elidedText(text, Qt::ElideMiddle, m_line->contentsRect().width()));
     repaintAtOnce(*m_line);
 }
 
 void ArchiverWindow::showOutcome(const QString &text)
 {
+    m_line->setTextFormat(Qt::PlainText);
     m_line->setText(text);
     repaintAtOnce(*m_line);
 }
@@ -217,6 +236,14 @@ void ArchiverWindow::showHelp()
     m_manual->show();
     m_manual->raise();
     m_manual->activateWindow();
+}
+
+void ArchiverWindow::importChats()
+{
+    ImportDialog dialog(this); // nothing is archived meanwhile
+    dialog.exec();
+    if (dialog.hasImported())
+        showReadiness();
 }
 
 void ArchiverWindow::showPreferences()

@@ -40,6 +40,8 @@ public:
     void showEntry(const QString &text);
     /// Shows @p text in the quiet line, over as many lines as it needs, and redraws it.
     void showOutcome(const QString &text);
+    /// Says in the quiet line whether there is anything to archive, and where to go when there is not.
+    void showReadiness();
 
 private:
     void repaintAtOnce(QWidget &changed);
@@ -47,6 +49,7 @@ private:
     void layOut();
     void showHelp();
     void showAbout();
+    void importChats();
     void showPreferences();
     void showStatus();
 

@@ -41,7 +41,7 @@ _prattlebug() {
     local options= files=
     case $command in
     "") options="$commands --version" ;;
-    setup) options="--email --me --contacts --reset-templates" files=yes ;;
+    setup) options="--email --me --contacts --dry-run --json --reset-templates" files=yes ;;
     archive) options="--skip-new" files=yes ;;
     search) options="--from --since --until" ;;
     show) options="--as" files=yes ;;

@@ -27,8 +27,10 @@ complete -c prattlebug -n $none -a status -d 'Show the latest failure and how ma
 complete -c prattlebug -n $none -a send -d 'Send one chat by mail'
 
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l email -x -d 'Address of the mails'
-complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l me -r -F -d 'vCard file with your own card'
-complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l contacts -r -F -d 'vCard file with everybody else'
+complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l me -r -F -d 'Your own card, or an address book'
+complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l contacts -r -F -d 'Everybody else\'s cards, or an address book'
+complete -c prattlebug -n '__fish_seen_subcommand_from setup' -s n -l dry-run -d 'Only tell what would be done'
+complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l json -d 'Tell it as JSON, an object a line'
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates -d 'Also replace changed templates'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -f

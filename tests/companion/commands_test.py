@@ -92,8 +92,7 @@ class Commands(CompanionTest):
         misnamed = self.path(TRANSCRIPTS, "Chats on iBook/Gus 2004-03-03 at 12.30.chat")
         self.assertEqual(self.run_companion("check")[0], "".join([
             f'{misnamed}: its name holds no " on " between the other party and the date\n',
-            '18 can be read, 0 cannot. 1 more will not be archived for want of " on " in the name: '
-            'prattlebug setup makes copies that will.\n']))
+            '18 can be read, 0 cannot. 1 more will not be archived for their names: prattlebug setup makes copies that will.\n']))
         broken = self.write(os.path.join(TRANSCRIPTS, "deep/Kim on x.chat"), KIM_BYTES[:-3])
         output, _ = self.run_companion("check", code=1)
         self.assertIn(f"{broken}: the file is cut off", output)

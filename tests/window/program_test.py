@@ -4,6 +4,7 @@ import fcntl
 import os
 import plistlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -25,6 +26,9 @@ COMPLETE_TEXT = "The archive file is ready to be imported into your mail client.
 ERROR = "Archiver Error"
 ERROR_TEXT = ("You must have Prattlebug set up in order to use this program. Please go to the Prattlebug preferences "
               "and click Start to finish setup.")
+
+NO_CHATS = "There are no chats yet. Import Chats…"
+IMPORT = "Import Chats"
 
 
 def everything_in(folder):
@@ -49,7 +53,7 @@ class WindowTest(unittest.TestCase):
         self.mbox = self.output / "Prattlebug Archive mbox"
 
     def set_up_samples(self):
-        subprocess.run([SOURCE / "scripts" / "sample-home.sh", self.home], check=True)
+        subprocess.run([SOURCE / "scripts" / "sample-home.sh", self.home, companion], check=True)
 
     def start(self, **options):
         application = Application(self.desktop, archiver, self.home, **options)
@@ -78,6 +82,66 @@ class WindowTest(unittest.TestCase):
         return line
 
 
+class ImportingTest(WindowTest):
+    def open_dialog(self, folder):
+        """Starts the program, and has the import look through a folder."""
+        self.home.mkdir(exist_ok=True)
+        application = self.start(PATH=f"{Path(companion).parent}:{os.environ['PATH']}")
+        self.desktop.press("ctrl+i")
+        dialog = application.wait_for_window(IMPORT)
+        self.desktop.type(str(folder))
+        self.desktop.press("Return")
+        return application, dialog
+
+    def wait_for_label(self, dialog, pattern):
+        wait_for(lambda: any(re.search(pattern, label) for label in dialog.labels()), pattern)
+
+    def test_a_disk_from_the_menu_to_the_line(self):
+        disk = self.folder / "disk"
+        shutil.copytree(SOURCE / "samples/chats", disk / "Users/kim/Documents/iChats")
+        book = disk / "Users/kim/Library/Application Support/AddressBook/Metadata/1:ABPerson.abcdp"
+        book.parent.mkdir(parents=True)
+        book.write_bytes(plistlib.dumps({"First": "Kim", "Last": "Lee", "AIMInstant": {"values": ["kimlee77"]}}))
+        application, dialog = self.open_dialog(disk)
+        self.wait_for_label(dialog, "^19 transcripts found: 19 to be copied")
+        self.wait_for_label(dialog, "1 people|1 person")
+        self.assertFalse(self.transcripts.exists())
+        email = dialog.find("text", "Your e-mail address:")
+        email.click()
+        self.desktop.type("sam@example.org")
+        dialog.find("push button", "Import").click()
+        self.wait_for_label(dialog, "^19 transcripts found: 19 copied")
+        dialog.find("push button", "Details").click()
+        self.assertIn("Contacts: 1 card", wait_for(lambda: dialog.find("text", "Details of the import").text, "the details"))
+        dialog.find("push button", "Close").click()
+        self.assertEqual(application.wait_for_window(WINDOW).labels()[-1], "Ready.")
+        self.assertEqual(len([path for path in self.transcripts.rglob("*") if path.suffix in (".chat", ".ichat")]), 19)
+        shown = subprocess.run([companion, "--home", self.home, "prefs", "emailAddress"], capture_output=True, text=True, check=True)
+        self.assertIn("sam@example.org", shown.stdout)
+
+    def test_cancelled_while_it_copies(self):
+        chats = self.folder / "disk/Documents/iChats"
+        chats.mkdir(parents=True)
+        for number in range(20_000):
+            (chats / f"Kim on {number}.chat").write_bytes(b"\x04\x0bstreamtyped%d" % number)
+        application, dialog = self.open_dialog(chats)
+        self.wait_for_label(dialog, "^20000 transcripts found")
+        dialog.find("push button", "Import").click()
+        self.wait_for_label(dialog, "transcripts copied$")
+        dialog.find("push button", "Cancel").click()
+        self.wait_for_label(dialog, "^Stopped after [0-9]+ of 20000 transcripts copied")
+        copied = list(self.transcripts.glob("*.chat"))
+        self.assertTrue(0 < len(copied) < 20_000)
+        for path in copied:
+            self.assertEqual(path.read_bytes(), (chats / path.name).read_bytes())
+        self.desktop.press("Escape")
+        application.wait_for_window(WINDOW)
+
+    def test_a_folder_that_is_not_there(self):
+        _, dialog = self.open_dialog(self.folder / "none")
+        self.wait_for_label(dialog, "none cannot be read: No such file or directory")
+
+
 class ArchivingTest(WindowTest):
     def test_from_the_button_to_the_end(self):
         self.set_up_samples()
@@ -90,9 +154,9 @@ class ArchivingTest(WindowTest):
         self.assertEqual(panel.find("combo box").name, str(self.home))
         panel.find("push button", "Save").click()
         line = self.dismiss_completion(application)
-        self.assertRegex(line, r"^18 chats archived, \d+ entries that are no transcripts\.$")
+        self.assertRegex(line, r"^19 chats archived, \d+ entries that are no transcripts\.$")
         self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.mbox}"])
-        self.assertEqual(self.mbox.read_bytes().count(b"\nTo: sam@example.org\n"), 18)
+        self.assertEqual(self.mbox.read_bytes().count(b"\nTo: sam@example.org\n"), 19)
         self.check_mbox()
         self.desktop.press("ctrl+q")
         self.assertEqual(application.process.wait(), 0)
@@ -144,12 +208,13 @@ class ArchivingTest(WindowTest):
         self.home.mkdir()
         before = everything_in(self.home)
         application = self.start()
+        self.assertEqual(application.window.labels()[-1], NO_CHATS)
         application.window.find("push button", "Archive Chats…").click()
         alert = application.wait_for_window(ERROR)
         self.assertIn(ERROR_TEXT, alert.labels())
         self.assertEqual([w.name for w in alert.descendants() if w.role == "push button"], ["Cancel"])
         alert.find("push button", "Cancel").click()
-        application.wait_for_window(WINDOW)
+        self.assertEqual(application.wait_for_window(WINDOW).labels()[-1], NO_CHATS)
         self.assertEqual(everything_in(self.home), before)
 
     def test_with_the_check_box(self):

@@ -1,0 +1,134 @@
+#include "companion/setupreport.h"
+
+#include "companion/console.h"
+
+#include "platform/files/files.h"
+#include "platform/text/encoding.h"
+
+#include <QJsonDocument>
+
+#include <array>
+#include <csignal>
+
+namespace companion {
+
+namespace {
+
+volatile std::sig_atomic_t stopped = 0;
+
+QByteArray jsonLine(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+const char *nameOf(importing::Stage stage)
+{
+    static constexpr std::array names{"looking", "reading", "copying"};
+    return names.at(size_t(stage));
+}
+
+const char *unitOf(importing::Stage stage)
+{
+    static constexpr std::array units{"files looked at", "transcripts read", "transcripts copied"};
+    return units.at(size_t(stage));
+}
+
+} // namespace
+
+void SetupReport::line(QLatin1StringView event, const QByteArray &text, QJsonObject fields)
+{
+    if (m_asJson) {
+        fields.insert(QStringLiteral("event"), event);
+        fields.insert(QStringLiteral("text"), platform::stringFromUtf8(text));
+    }
+    m_lines += (m_asJson ? jsonLine(fields) : text) + '\n';
+}
+
+void SetupReport::list(QLatin1StringView event, const QByteArray &title, const std::vector<Entry> &entries)
+{
+    if (!m_asJson && !entries.empty())
+        m_lines += title + '\n';
+    for (const Entry &entry : entries)
+        line(event, m_asJson ? entry.text : "    " + entry.text, entry.fields);
+}
+
+void SetupReport::error(const QByteArray &text)
+{
+    m_lines.clear();
+    if (m_asJson)
+        line(QLatin1StringView("error"), text);
+    print();
+    printError(QByteArrayView(text));
+}
+
+void SetupReport::print()
+{
+    if (!m_lines.isEmpty() && (m_asJson || verbosity() != Verbosity::Quiet))
+        printLine(QByteArrayView(m_lines).chopped(1));
+    m_lines.clear();
+}
+
+SetupProgress::SetupProgress(ConsoleHost &host, bool asJson) : m_host(host), m_asJson(asJson)
+{
+    stopped = 0;
+    struct sigaction action{};
+    action.sa_handler = [](int) { stopped = 1; };
+    action.sa_flags = SA_RESETHAND | SA_RESTART;
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+}
+
+SetupProgress::~SetupProgress()
+{
+    end();
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+}
+
+void SetupProgress::progress(importing::Stage stage, qsizetype done, qsizetype total)
+{
+    constexpr qint64 interval = 100; // milliseconds
+    const bool isNew = stage != m_stage || !m_sinceShown.isValid();
+    m_stage = stage;
+    m_done = done;
+    m_total = total;
+    if (!isNew && done != total && !m_sinceShown.hasExpired(interval))
+        return;
+    m_sinceShown.start();
+    if (!m_asJson) {
+        m_host.showProgress(done, total, unitOf(stage));
+    } else if (verbosity() != Verbosity::Quiet) {
+        QJsonObject event{{QStringLiteral("event"), QStringLiteral("progress")},
+                          {QStringLiteral("stage"), QLatin1StringView(nameOf(stage))},
+                          {QStringLiteral("done"), done},
+                          {QStringLiteral("text"), platform::stringFromUtf8(reached())}};
+        if (total > 0)
+            event.insert(QStringLiteral("total"), total);
+        printLine(QByteArrayView(jsonLine(event)));
+    }
+}
+
+void SetupProgress::copied(const std::filesystem::path &source, const std::filesystem::path &destination)
+{
+    if (verbosity() == Verbosity::Verbose)
+        printError(
+            QByteArrayView(QByteArray::fromStdString(source.native() + " -> " + destination.native())));
+}
+
+bool SetupProgress::isStopped() const
+{
+    return stopped != 0;
+}
+
+void SetupProgress::end()
+{
+    m_host.endProgress();
+}
+
+QByteArray SetupProgress::reached() const
+{
+    const QByteArray total = m_total > 0 ? " of " + QByteArray::number(m_total) : QByteArray();
+    return QByteArray::number(m_done) + total + ' ' + unitOf(m_stage);
+}
+
+} // namespace companion
