@@ -133,7 +133,7 @@ void ConsoleHost::drawBar() const
     const qsizetype done = std::min(m_value, m_maximum);
     const QByteArray entries = ' ' + QByteArray::number(m_value) + ' ' + m_unit; // may pass the maximum
     if (m_maximum == 0 && m_value > 0)
-        return write(stderr, entries.sliced(1)); // how far it is to the end nobody knows
+        return control(entries.sliced(1)); // how far it is to the end nobody knows
     const qsizetype width = std::max<qsizetype>(terminalWidth() - entries.size() - 3, 10);
     const qsizetype filled = m_maximum > 0 ? width * done / m_maximum : width;
     control('[' + QByteArray(filled, '#') + QByteArray(width - filled, ' ') + ']' + entries);

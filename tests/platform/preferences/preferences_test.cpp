@@ -1,7 +1,7 @@
 #include "platform/preferences/preferences.h"
 #include "platform/propertylist/values.h"
 
-#include "tests/platform/propertylist/binarylist.h"
+#include "tests/support/binarylist.h"
 
 #include "platform/files/files.h"
 
