@@ -44,13 +44,13 @@ size_t filesOf(const VORAChatLog &chatLog)
 
 constexpr LogKind links{platform::preference::bookmarkEntry,
                         R"('<a href="%@">%@</a> %@, %@')",
-                        "links",
+                        "link",
                         &VORAChatLog::ExtendURLLog,
                         linksOf,
                         false};
 constexpr LogKind images{platform::preference::imageEntry,
                          R"('<img src="Images/%@"> %@, %@')",
-                         "files",
+                         "file",
                          &VORAChatLog::ExtendImageLog,
                          filesOf,
                          true};
