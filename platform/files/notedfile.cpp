@@ -1,6 +1,7 @@
 #include "platform/files/notedfile.h"
 
 #include <chrono>
+#include <fcntl.h>
 
 namespace platform {
 
@@ -32,9 +33,10 @@ bool NotedFile::hasChanged(const std::filesystem::path &path)
 
 void NotedFile::noteOwnWriting(const std::filesystem::path &path)
 {
+    m_own = Descriptor(::open(path.c_str(), O_PATH | O_CLOEXEC));
     m_path = path;
     m_identity = fileIdentity(path);
-    m_holds = m_identity.has_value();
+    m_holds = m_own && m_identity;
 }
 
 } // namespace platform

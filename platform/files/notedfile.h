@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/files/descriptor.h"
 #include "platform/files/files.h"
 
 namespace platform {
@@ -22,6 +23,7 @@ private:
     std::filesystem::path m_path;
     std::optional<FileIdentity> m_identity; // nothing when there is no file
     bool m_holds = false;                   // whether an equal identity means an equal file
+    Descriptor m_own; // keeps the file that this process has written from giving its identity to another one
 };
 
 } // namespace platform

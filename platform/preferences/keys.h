@@ -2,7 +2,7 @@
 
 #include <QStringView>
 
-// The keys of the preferences domain. Those that the product's other programs write are only read here.
+// The keys of the preferences domain, and what stands under them.
 
 namespace platform::preference {
 

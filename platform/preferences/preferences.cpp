@@ -149,6 +149,7 @@ bool CFPreferencesAppSynchronize()
     // Where this process has written the file last, it knows what it holds.
     if (!refresh(domain, path) || (domain.damaged && !setAside(path, *domain.damaged)))
         return false;
+    domain.damaged.reset();
     PreferencesFile contents = domain.contents;
     contents.apply(domain.changes);
     if (writeAtomically(path, contents.bytes(), {.permissions = ownerOnly}))

@@ -38,6 +38,7 @@ public:
     {
         std::optional<QByteArray> key = element(u"key");
         std::optional<QByteArray> value = key ? element({}) : std::nullopt;
+        m_hasLoneKey = key && !value;
         if (!value)
             return std::nullopt;
         return std::pair(*std::move(key), *std::move(value));
@@ -48,7 +49,7 @@ public:
     /// Goes on to the end of the document. @return whether the dictionary is all that it holds.
     [[nodiscard]] bool leave()
     {
-        const bool isClosed = m_xml.isEndElement() && !m_xml.readNextStartElement();
+        const bool isClosed = !m_hasLoneKey && m_xml.isEndElement() && !m_xml.readNextStartElement();
         while (!m_xml.atEnd())
             m_xml.readNext();
         return isClosed && !m_xml.hasError();
@@ -75,6 +76,7 @@ private:
 
     QByteArray m_bytes;
     QXmlStreamReader m_xml;
+    bool m_hasLoneKey = false;
 };
 
 } // namespace

@@ -186,15 +186,17 @@ TEST_F(Preferences, BecomeTheNearestElementsOfOtherForms)
 TEST_F(Preferences, SetADamagedFileAside)
 {
     const fs::path aside = file().native() + ".damaged";
-    for (const QByteArray damaged : {"<plist><dict><key>a</key>", "(\"no dictionary\")", ""}) {
+    for (const QByteArray damaged : {"<plist><dict><key>a</key></dict></plist>", "(\"no dictionary\")", ""}) {
         write(damaged);
         EXPECT_TRUE(CFPreferencesCopyAppValue(u"a").isNull());
         EXPECT_EQ(contents(file()), damaged); // asking changes nothing
         CFPreferencesSetAppValue(u"a", PropertyList::fromInteger(1));
         EXPECT_TRUE(CFPreferencesAppSynchronize());
         EXPECT_EQ(stored(u"a").integer(), 1);
+        CFPreferencesSetAppValue(u"b", PropertyList::fromInteger(2));
+        EXPECT_TRUE(CFPreferencesAppSynchronize()); // which sets nothing aside
     }
-    EXPECT_EQ(contents(aside), "<plist><dict><key>a</key>");
+    EXPECT_EQ(contents(aside), "<plist><dict><key>a</key></dict></plist>");
     EXPECT_EQ(contents(aside.native() + "-2"), "(\"no dictionary\")");
     EXPECT_EQ(contents(aside.native() + "-3"), "");
     EXPECT_EQ(names().size(), 4U);
