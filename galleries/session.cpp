@@ -41,12 +41,17 @@ Session::Session(Reporter &reporter, const MonthOrders &orders, WriteSchedule sc
 
 Session::~Session()
 {
-    try {
-        writeAll();
-    } catch (const std::bad_alloc &) {
-        platform::NSLog(
-            u"There is not enough memory to write the galleries; the last chats are missing from them.");
-    }
+    const auto write = [](auto &gallery) {
+        try {
+            gallery.write();
+        } catch (const std::bad_alloc &) {
+            platform::NSLog(
+                u"There is not enough memory to write a gallery; the last chats are missing from it.");
+        }
+    };
+    write(m_links);
+    write(m_images);
+    write(m_statistics);
     theOpenSession = m_previous;
 }
 

@@ -111,8 +111,9 @@ TEST_F(Landing, OfHostileNamesIsInTheSupportFolder)
     const auto before = untouchable();
     ASSERT_EQ(before.size(), 18U);
 
-    std::mt19937 random(1); // the same names in every run
-    VORAChatLog::Messages messages;
+    std::mt19937 random(1);           // the same names in every run
+    constexpr int namesPerChat = 100; // the galleries take no more
+    std::vector<VORAChatLog::Messages> chats(nameCount / namesPerChat);
     for (int i = 0; i < nameCount; ++i) {
         const QString name = hostileName(random, user());
         platform::NSAttributedString text(QStringLiteral("look "));
@@ -121,15 +122,17 @@ TEST_F(Landing, OfHostileNamesIsInTheSupportFolder)
                                      std::make_shared<platform::NSTextAttachment>(attachment(
                                          hostileName(random, user()), hostileName(random, user()), i % 2))},
                                     {QStringLiteral("NSLink"), std::make_shared<platform::NSString>(name)}}));
-        messages.push_back(std::make_shared<VORAInstantMessage>(
+        chats[size_t(i / namesPerChat)].push_back(std::make_shared<VORAInstantMessage>(
             std::make_shared<VORAPresentity>(QStringLiteral("Jabber"), name),
             std::make_shared<platform::NSAttributedString>(text), platform::NSDate::fromUnixTime(i)));
     }
-    const auto chatLog = VORAChatLog::withMessages(messages, QStringLiteral("../../../taken"));
     for (int turn = 0; turn < 2; ++turn) { // the second one replaces what the first has made
-        VORALogGenerator::GenerateLinkFiles(chatLog.get());
-        VORALogGenerator::GenerateImageFiles(chatLog.get());
-        VORALogGenerator::UpdateStatistics(*chatLog);
+        for (const VORAChatLog::Messages &messages : chats) {
+            const auto chatLog = VORAChatLog::withMessages(messages, QStringLiteral("../../../taken"));
+            VORALogGenerator::GenerateLinkFiles(chatLog.get());
+            VORALogGenerator::GenerateImageFiles(chatLog.get());
+            VORALogGenerator::UpdateStatistics(*chatLog);
+        }
         EXPECT_TRUE(untouchable() == before);
     }
     const auto count = [](const filesystem::path &folder) {

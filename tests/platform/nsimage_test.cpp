@@ -57,7 +57,7 @@ QByteArray exif(quint32 x, quint32 y, quint16 unit)
     }
     if (unit != 0)
         entry(296, 3, bigEndian(unit) + bigEndian<quint16>(0));
-    QByteArray file = QByteArray("MM\0*", 4) + bigEndian<quint32>(8) + bigEndian(count) + entries;
+    const QByteArray file = QByteArray("MM\0*", 4) + bigEndian<quint32>(8) + bigEndian(count) + entries;
     return file.leftJustified(valuesAt, '\0') + values;
 }
 
