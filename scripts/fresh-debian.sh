@@ -19,7 +19,10 @@ skip() {
     exit 77
 }
 [ "$(id -u)" -eq 0 ] || skip "only root can make a fresh Debian"
-command -v debootstrap >/dev/null || apt-get install -y -qq --no-install-recommends debootstrap >/dev/null || skip "no debootstrap"
+if ! command -v debootstrap >/dev/null; then
+    apt-get update -qq || skip "no package source can be reached"
+    apt-get install -y -qq --no-install-recommends debootstrap >/dev/null || skip "debootstrap cannot be installed"
+fi
 
 mkdir -p "$place/probe"
 unshare --mount --pid --fork --mount-proc="$place/probe" mount -t devpts -o newinstance devpts "$place/probe" 2>/dev/null ||
