@@ -20,7 +20,8 @@ skip() {
 }
 [ "$(id -u)" -eq 0 ] || skip "only root can make a fresh Debian"
 if ! command -v debootstrap >/dev/null; then
-    apt-get update -qq && apt-get install -y -qq --no-install-recommends debootstrap >/dev/null || skip "no debootstrap here"
+    apt-get update -qq || skip "no package source can be reached"
+    apt-get install -y -qq --no-install-recommends debootstrap >/dev/null || skip "debootstrap cannot be installed"
 fi
 
 mkdir -p "$place/probe"
