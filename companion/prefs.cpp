@@ -1,7 +1,7 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 
-#include "archiver/mailaddress.h"
+#include "platform/mail/mailaddress.h"
 
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
@@ -101,7 +101,7 @@ PropertyList valueFor(const Preference &preference, const QString &text)
         const auto number = platform::integerFromPreference(string);
         return number ? PropertyList::fromInteger(*number) : PropertyList();
     }
-    case Type::Address: return isBareAddress(text) ? string : PropertyList();
+    case Type::Address: return platform::isBareAddress(text) ? string : PropertyList();
     case Type::String:
     case Type::Password: return string;
     }

@@ -5,7 +5,7 @@
 #include "companion/transcriptcopies.h"
 
 #include "archiver/PBArchiver.h"
-#include "archiver/mailaddress.h"
+#include "platform/mail/mailaddress.h"
 
 #include "galleries/supportfolder.h"
 
@@ -200,7 +200,7 @@ int setUp(const Options &options)
     std::error_code error;
     if (!std::filesystem::is_directory(home, error))
         throw Changes::Failure("There is no home folder " + home.native());
-    if (options.email && !isBareAddress(platform::stringFromUtf8(*options.email)))
+    if (options.email && !platform::isBareAddress(platform::stringFromUtf8(*options.email)))
         throw Changes::Failure('"' + *options.email + '"' +
                                " is no mail address: it should look like kim@example.org");
     const CardFile ownCard = readCards(options.ownCard);

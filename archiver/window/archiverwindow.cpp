@@ -3,7 +3,7 @@
 #include "archiver/window/manual.h"
 #include "archiver/window/preferencespanel.h"
 
-#include "archiver/failurestatus.h"
+#include "failurestatus.h"
 
 #include <QAction>
 #include <QApplication>
