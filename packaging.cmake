@@ -4,13 +4,30 @@
 find_program(GZIP gzip REQUIRED)
 function(install_compressed file destination)
     get_filename_component(name "${file}" NAME)
+    get_filename_component(file "${file}" ABSOLUTE BASE_DIR "${CMAKE_SOURCE_DIR}")
     set(compressed "${CMAKE_BINARY_DIR}/${name}.gz")
-    add_custom_command(OUTPUT "${compressed}" DEPENDS "${CMAKE_SOURCE_DIR}/${file}"
-                       COMMAND sh -c "\"$1\" -9nc \"$2\" > \"$3\"" sh "${GZIP}" "${CMAKE_SOURCE_DIR}/${file}" "${compressed}"
+    add_custom_command(OUTPUT "${compressed}" DEPENDS "${file}"
+                       COMMAND sh -c "\"$1\" -9nc \"$2\" > \"$3\"" sh "${GZIP}" "${file}" "${compressed}"
                        VERBATIM)
     add_custom_target(compress_${name} ALL DEPENDS "${compressed}")
     install(FILES "${compressed}" DESTINATION "${destination}")
 endfunction()
+
+# The completions and the manual page name the command `send` only where it is built.
+set(PRATTLEBUG_OFFERED "${CMAKE_BINARY_DIR}/offered")
+file(MAKE_DIRECTORY "${PRATTLEBUG_OFFERED}")
+if(PRATTLEBUG_MAIL)
+    set(edit "/\\(Only with\\|End of\\) send\\.$/d")
+else()
+    set(edit "/Only with send\\.$/,/End of send\\.$/d")
+endif()
+foreach(file IN ITEMS docs/man/prattlebug.1 resources/completions/prattlebug.bash resources/completions/_prattlebug
+                      resources/completions/prattlebug.fish)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
+    get_filename_component(name "${file}" NAME)
+    execute_process(COMMAND sed "${edit}" "${CMAKE_SOURCE_DIR}/${file}" OUTPUT_FILE "${PRATTLEBUG_OFFERED}/${name}"
+                    COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
 
 if(TARGET prattlebug-archiver)
     install(FILES resources/prattlebug-archiver.desktop DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
@@ -23,7 +40,7 @@ if(TARGET prattlebug-archiver)
     install_compressed(docs/man/prattlebug-archiver.1 "${CMAKE_INSTALL_MANDIR}/man1")
 endif()
 
-install_compressed(docs/man/prattlebug.1 "${CMAKE_INSTALL_MANDIR}/man1")
+install_compressed("${PRATTLEBUG_OFFERED}/prattlebug.1" "${CMAKE_INSTALL_MANDIR}/man1")
 install_compressed(resources/debian/changelog "${CMAKE_INSTALL_DOCDIR}")
 # What users read; developers have the source. A test looks up the links among these files.
 install(FILES resources/debian/README.md CHANGELOG.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
@@ -31,10 +48,10 @@ install(DIRECTORY docs/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs" FILES_MATCHIN
         PATTERN code.md EXCLUDE PATTERN measurements.md EXCLUDE PATTERN man EXCLUDE)
 install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}" RENAME copyright)
 
-install(FILES resources/completions/prattlebug.bash RENAME prattlebug
+install(FILES "${PRATTLEBUG_OFFERED}/prattlebug.bash" RENAME prattlebug
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
-install(FILES resources/completions/_prattlebug DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions")
-install(FILES resources/completions/prattlebug.fish DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+install(FILES "${PRATTLEBUG_OFFERED}/_prattlebug" DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions")
+install(FILES "${PRATTLEBUG_OFFERED}/prattlebug.fish" DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VENDOR "The Prattlebug developers")

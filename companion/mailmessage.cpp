@@ -100,15 +100,4 @@ QByteArray mailMessageBytes(const MailMessage &message)
     return bytes;
 }
 
-bool isMailAddress(const QByteArray &address)
-{
-    constexpr qsizetype longestAddress = 254;
-    constexpr QByteArrayView meaningful("()<>,;:\\\"");
-    const bool clean = std::all_of(address.begin(), address.end(),
-                                   [&](char c) { return c > ' ' && c <= '~' && !meaningful.contains(c); });
-    const qsizetype at = address.indexOf('@');
-    return clean && at > 0 && at + 1 < address.size() && at == address.lastIndexOf('@') &&
-           address.size() <= longestAddress;
-}
-
 } // namespace companion

@@ -26,9 +26,4 @@ struct MailMessage {
 /// Base64.
 [[nodiscard]] QByteArray mailMessageBytes(const MailMessage &message);
 
-/// Whether @p address can stand on an envelope and in a header as it is: ASCII without blanks, control
-/// characters and what has a meaning in an address field, with something before and after its one "@", and
-/// not longer than mail allows (254). Quoted names are left out.
-[[nodiscard]] bool isMailAddress(const QByteArray &address);
-
 } // namespace companion

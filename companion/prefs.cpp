@@ -2,7 +2,7 @@
 #include "companion/console.h"
 #include "companion/passwordprompt.h"
 
-#include "archiver/mailaddress.h"
+#include "platform/mail/mailaddress.h"
 
 #include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
@@ -101,7 +101,7 @@ PropertyList valueFor(const Preference &preference, const QString &text)
         const auto number = platform::integerFrom(string);
         return number ? PropertyList::fromInteger(*number) : PropertyList();
     }
-    case Type::Address: return isBareAddress(text) ? string : PropertyList();
+    case Type::Address: return platform::isBareAddress(text) ? string : PropertyList();
     case Type::String:
     case Type::Password: return string;
     }

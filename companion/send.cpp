@@ -5,14 +5,18 @@
 #include "VORAChatLog.h"
 #include "VORAHostFlags.h"
 
+#include "platform/mail/mailaddress.h"
 #include "platform/mail/pantomime/pantomimeclient.h"
+#include "platform/mail/pantomime/runloop.h"
+#include "platform/mail/pantomime/servercertificate.h"
 #include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
 #include <CLI/Validators.hpp>
+#include <QUrl>
 
-#include <charconv>
+#include <algorithm>
 #include <memory>
 
 using platform::PantomimeClient;
@@ -32,28 +36,25 @@ struct Options {
 };
 
 // The ports of mail: from server to server, and of messages handed in, which is where STARTTLS is asked for.
-constexpr quint16 relayPort = 25;
-constexpr quint16 submissionPort = 587;
+constexpr int relayPort = 25;
+constexpr int submissionPort = 587;
 
-/// The server of --server, HOST or HOST:PORT; nothing when it is neither.
+/// The server of --server, HOST or HOST:PORT; nothing when it is neither, or when the library cannot use it.
 std::optional<platform::MailServer> serverFrom(const Options &options)
 {
-    const std::string &text = options.server;
-    const size_t colon = text.find(':');
-    const std::string host = text.substr(0, colon);
-    quint16 port = options.encrypted ? submissionPort : relayPort;
-    if (colon != std::string::npos) {
-        const char *end = text.data() + text.size();
-        const auto [rest, error] = std::from_chars(text.data() + colon + 1, end, port);
-        if (error != std::errc() || rest != end || port == 0)
-            return std::nullopt;
-    }
-    constexpr size_t longestHost = 253;
-    constexpr std::string_view characters =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_";
-    if (host.empty() || host.size() > longestHost || host.find_first_not_of(characters) != std::string::npos)
+    const QString text = platform::stringFromUtf8(options.server);
+    constexpr QStringView notOfAServer = u"@/?#[]%"; // but of other parts of a URL, and of IPv6 addresses
+    if (text.endsWith(u':') ||
+        std::any_of(text.begin(), text.end(), [&](QChar c) { return notOfAServer.contains(c); }))
         return std::nullopt;
-    return platform::MailServer{QString::fromLatin1(host), port, options.encrypted, options.certificates,
+    QUrl url;
+    url.setAuthority(text, QUrl::StrictMode);
+    const QString host = url.host(QUrl::FullyEncoded);
+    const int port = url.port(options.encrypted ? submissionPort : relayPort);
+    constexpr qsizetype longestHost = 253;
+    if (!url.isValid() || host.isEmpty() || host.size() > longestHost || port == 0)
+        return std::nullopt;
+    return platform::MailServer{host, quint16(port), options.encrypted, options.certificates,
                                 std::chrono::seconds(options.timeout)};
 }
 
@@ -99,6 +100,7 @@ int deliver(VORAChatLog &chatLog, const platform::MailServer &server, const plat
 {
     PantomimeClient client(server, envelope);
     VORAHostFlags::shouldQuit = true;
+    VORAHostFlags::verbose = verbosity() == Verbosity::Verbose;
     // What it returns is told by the client too, and better.
     chatLog.HandleEmailSending(client, platform::currentRunLoop());
     if (client.ending() == PantomimeClient::Ending::Sent)
@@ -118,15 +120,22 @@ int send(const Options &options)
     const auto server = serverFrom(options);
     if (!server)
         return refuse(
-            u"--server takes a host name or an IPv4 address, and a port from 1 to 65535 behind a colon.");
-    const QByteArray to = QByteArray::fromStdString(options.to);
-    if (!isMailAddress(to))
+            u"--server takes a host name or an IPv4 address, and after a colon a port from 1 to 65535. "
+            u"IPv6 addresses cannot be used.");
+    const auto isAddress = [](const std::string &text) {
+        return platform::isEnvelopeAddress(platform::stringFromUtf8(text));
+    };
+    if (!isAddress(options.to))
         return refuse(u"--to takes a bare mail address, such as kim@example.org.");
-    QByteArray from = QByteArray::fromStdString(options.from);
-    if (!from.isEmpty() && !isMailAddress(from))
+    if (!options.from.empty() && !isAddress(options.from))
         return refuse(u"--from takes a bare mail address, such as kim@example.org.");
-    if (options.encrypted && !PantomimeClient::canEncrypt())
+    if (options.encrypted && !platform::pantomime::canEncrypt())
         return refuse(u"The installed mail library cannot encrypt; nothing was sent.");
+    if (!options.certificates.empty()) {
+        const QString problem = platform::pantomime::problemOfAuthorities(options.certificates);
+        if (!problem.isEmpty())
+            return refuse(problem);
+    }
 
     const ConsoleHost host(false);
     const VORAChatLog::Loading loading = VORAChatLog::load(options.file);
@@ -135,18 +144,24 @@ int send(const Options &options)
                                   platform::utf8FromString(loading.reason)));
         return exitFailed;
     }
-    if (from.isEmpty())
-        from =
-            platform::utf8FromString(platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
-                                         .string()
-                                         .value_or(QString()));
-    if (!isMailAddress(from)) {
+    const QString from = options.from.empty()
+                             ? platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
+                                   .string()
+                                   .value_or(QString())
+                             : platform::stringFromUtf8(options.from);
+    if (from.isEmpty()) {
         printError(u"There is no address to send from: give --from, or set it with prattlebug prefs "
                    u"emailAddress ADDRESS.");
         return exitFailed;
     }
-    const auto message = compose(*loading.chatLog, from, to);
-    return message ? deliver(*loading.chatLog, *server, {from, to, *message}) : exitFailed;
+    if (!platform::isEnvelopeAddress(from)) {
+        printError(from + QStringLiteral(" is not an address that mail can be sent from."));
+        return exitFailed;
+    }
+    const QByteArray sender = from.toLatin1();
+    const QByteArray recipient = QByteArray::fromStdString(options.to);
+    const auto message = compose(*loading.chatLog, sender, recipient);
+    return message ? deliver(*loading.chatLog, *server, {sender, recipient, *message}) : exitFailed;
 }
 
 } // namespace
@@ -171,6 +186,7 @@ void addSendCommand(CLI::App &commands, Action &action)
         ->add_option("--ca-file", options->certificates,
                      "Authorities to trust besides the system's, in PEM form")
         ->type_name("FILE")
+        ->check(CLI::ExistingFile)
         ->needs(encrypted);
     constexpr int longestTimeout = 3600;
     command->add_option("--timeout", options->timeout, "How long the server may be silent")

@@ -7,7 +7,7 @@
 #include "companion/shippedfiles.h"
 
 #include "archiver/PBArchiver.h"
-#include "archiver/mailaddress.h"
+#include "platform/mail/mailaddress.h"
 
 #include "importing/chatfolders.h"
 #include "importing/copying.h"
@@ -147,7 +147,7 @@ int setUp(const Options &options, SetupReport &report, SetupProgress &progress)
     std::error_code error;
     if (!std::filesystem::is_directory(home, error))
         throw Changes::Failure("There is no home folder " + home.native());
-    if (options.email && !isBareAddress(platform::stringFromUtf8(*options.email)))
+    if (options.email && !platform::isBareAddress(platform::stringFromUtf8(*options.email)))
         throw Changes::Failure('"' + *options.email + '"' +
                                " is no mail address: it should look like kim@example.org");
     std::optional<Cards> ownCard;

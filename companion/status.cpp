@@ -1,7 +1,7 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 
-#include "archiver/failurestatus.h"
+#include "failurestatus.h"
 
 #include <memory>
 

@@ -3,8 +3,9 @@
 #include "archiver/window/manual.h"
 #include "archiver/window/preferencespanel.h"
 
+#include "failurestatus.h"
+
 #include "archiver/PBArchiver.h"
-#include "archiver/failurestatus.h"
 
 #include "importing/window/importdialog.h"
 

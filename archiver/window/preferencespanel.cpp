@@ -1,6 +1,6 @@
 #include "archiver/window/preferencespanel.h"
 
-#include "archiver/mailaddress.h"
+#include "platform/mail/mailaddress.h"
 
 #include "platform/preferences/keys.h"
 #include "platform/preferences/preferences.h"
@@ -104,7 +104,7 @@ void PreferencesPanel::layOut()
 void PreferencesPanel::judgeAddress()
 {
     const QString address = m_address->text().trimmed();
-    const bool isRight = address.isEmpty() || isBareAddress(address);
+    const bool isRight = address.isEmpty() || platform::isBareAddress(address);
     m_judgement->setText(!isRight            ? tr("This is no mail address.")
                          : address.isEmpty() ? tr("Without one, the messages are from nobody.")
                                              : tr("Every message is from this address, and to it."));

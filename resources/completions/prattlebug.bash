@@ -3,7 +3,10 @@
 _prattlebug() {
     local current=$2 previous=$3
     local everywhere="--help --home --quiet --verbose"
-    local commands="setup archive search show stats pages link-log image-log check inspect prefs status send"
+    local commands="setup archive search show stats pages link-log image-log check inspect prefs status"
+    # Only with send.
+    commands+=" send"
+    # End of send.
     local keys="emailAddress forceUniqueSubjects subjectNumber emailNeedsUsername emailUsername emailPassword imageEntry
         bookmarkEntry errorStatus reportThis emailFails"
     local command= word skip=
@@ -47,7 +50,9 @@ _prattlebug() {
     show) options="--as" files=yes ;;
     stats) options="--json" ;;
     status) options="--clear" ;;
+    # Only with send.
     send) options="--server --to --from --starttls --ca-file --timeout" files=yes ;;
+    # End of send.
     prefs)
         options="--delete"
         [[ $previous == prefs ]] && options+=" $keys"

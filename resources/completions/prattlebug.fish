@@ -1,6 +1,9 @@
 # Completion of prattlebug's commands, options and values for fish.
 
-set -l commands setup archive search show stats pages link-log image-log check inspect prefs status send
+set -l commands setup archive search show stats pages link-log image-log check inspect prefs status
+# Only with send.
+set -a commands send
+# End of send.
 set -l keys emailAddress forceUniqueSubjects subjectNumber emailNeedsUsername emailUsername emailPassword imageEntry \
     bookmarkEntry errorStatus reportThis emailFails
 
@@ -24,7 +27,9 @@ complete -c prattlebug -n $none -a check -d 'List transcripts that cannot be rea
 complete -c prattlebug -n $none -a inspect -d 'Print what an archive holds, as JSON'
 complete -c prattlebug -n $none -a prefs -d 'Show or change the preferences'
 complete -c prattlebug -n $none -a status -d 'Show the latest failure and how many there were'
+# Only with send.
 complete -c prattlebug -n $none -a send -d 'Send one chat by mail'
+# End of send.
 
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l email -x -d 'Address of the mails'
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l me -r -F -d 'Your own card, or an address book'
@@ -46,9 +51,11 @@ complete -c prattlebug -n '__fish_seen_subcommand_from status' -l clear -d 'Star
 complete -c prattlebug -n '__fish_seen_subcommand_from prefs' -f
 complete -c prattlebug -n "__fish_seen_subcommand_from prefs; and not __fish_seen_subcommand_from $keys" -a "$keys"
 complete -c prattlebug -n '__fish_seen_subcommand_from prefs' -l delete -x -a "$keys" -d 'Preference to remove'
+# Only with send.
 complete -c prattlebug -n '__fish_seen_subcommand_from send' -l server -x -d 'Mail server'
 complete -c prattlebug -n '__fish_seen_subcommand_from send' -l to -x -d 'Recipient'
 complete -c prattlebug -n '__fish_seen_subcommand_from send' -l from -x -d 'Sender'
 complete -c prattlebug -n '__fish_seen_subcommand_from send' -l starttls -d 'Over an encrypted connection only'
 complete -c prattlebug -n '__fish_seen_subcommand_from send' -l ca-file -r -F -d 'Authorities to trust'
 complete -c prattlebug -n '__fish_seen_subcommand_from send' -l timeout -x -d 'How long the server may be silent'
+# End of send.

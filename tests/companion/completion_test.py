@@ -3,10 +3,11 @@
 import os
 import re
 import shlex
+import sys
 
-from companion import SAMPLES, CompanionTest, main
+from companion import CompanionTest, main
 
-FOLDER = os.path.join(SAMPLES, "../resources/completions")
+FOLDER = sys.argv[3]  # of the completions and the manual page, as they are installed
 EVERYWHERE = {"--help", "--home", "--quiet", "--verbose"}
 
 # zsh and fish are given lines in $LINES_TO_COMPLETE, and write into $OFFERED each line behind "> ", and below it what they
@@ -73,10 +74,11 @@ class Completion(CompanionTest):
         return expected
 
     def test_manual_page(self):
-        with open(os.path.join(SAMPLES, "../docs/man/prattlebug.1"), encoding="utf-8") as file:
+        with open(os.path.join(FOLDER, "prattlebug.1"), encoding="utf-8") as file:
             text = re.sub(r"\\f.", "", file.read().replace("\\-", "-"))
         for name in [*self.commands, *set().union(*self.options.values())]:
             self.assertRegex(text, rf"(?m)(^|[ \[.]){name}\b")
+        self.assertLessEqual(set(re.findall(r"--[a-z-]+", text)), set().union(EVERYWHERE, {"--version"}, *self.options.values()))
 
     def complete(self, settings, program, *arguments, typed=b""):
         """What the shell has written."""

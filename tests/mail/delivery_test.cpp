@@ -14,9 +14,7 @@
 using platform::CWSMTP;
 using platform::CWSMTPDelegate;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 namespace {
 
@@ -167,75 +165,60 @@ protected:
 
 } // namespace
 
-TEST_F(Delivery, SendsAfterASecondWithoutLogin)
+TEST_F(Delivery, EveryExchangeEndsLogsAndReportsAsItShould)
 {
-    thenTimer();
-    thenEvent(&CWSMTPDelegate::messageSent);
-    EXPECT_FALSE(chatLog->HandleEmailSending(client, loop));
-    EXPECT_TRUE(chatLog->mailTransmissionDone());
-    EXPECT_THAT(client.calls, ElementsAre("setDelegate", "connect", "sendMessage"));
-    EXPECT_THAT(loop.intervals, ElementsAre(1.0));
-    EXPECT_EQ(loop.turns, 2);
-    EXPECT_EQ(report(), noReport);
-    EXPECT_THAT(logged(), IsEmpty());
-}
-
-TEST_F(Delivery, SendsOnlyAfterTheLoginHasSucceeded)
-{
-    needLogin();
-    thenTimer();
-    loop.steps.emplace_back([this] { EXPECT_THAT(client.calls, Not(testing::Contains("sendMessage"))); });
-    thenEvent(&CWSMTPDelegate::authenticationCompleted);
-    thenEvent(&CWSMTPDelegate::messageSent);
-    EXPECT_FALSE(chatLog->HandleEmailSending(client, loop));
-    EXPECT_THAT(client.calls,
-                ElementsAre("setDelegate", "connect", "authenticate sam s3cret LOGIN", "sendMessage"));
-    EXPECT_EQ(report(), noReport);
-}
-
-TEST_F(Delivery, EveryEndingIsLoggedAndReportedAsItIs)
-{
-    struct Row {
-        void (CWSMTPDelegate::*event)();
+    using Event = void (CWSMTPDelegate::*)();
+    const Event completed = &CWSMTPDelegate::authenticationCompleted;
+    const Event rejected = &CWSMTPDelegate::authenticationFailed;
+    const Event sent = &CWSMTPDelegate::messageSent;
+    const Event refused = &CWSMTPDelegate::messageNotSent;
+    const Event timedOut = &CWSMTPDelegate::connectionTimedOut;
+    const std::string login = "authenticate sam s3cret LOGIN";
+    const std::string reply = "550 5.7.1 %s d\xC3\xA9sol\xC3\xA9"; // each byte of the reply is a character
+    const std::string unanswered = "2 \"server not responding\" 1";
+    const struct Row {
+        bool needsLogin;
+        std::vector<Event> events;      ///< after the timer has fired
+        std::vector<std::string> calls; ///< after connecting
         std::string report;
         std::vector<std::string> log;
-    };
-    const std::string reply = "550 5.7.1 %s d\xC3\xA9sol\xC3\xA9"; // each byte of the reply is a character
-    const Row rows[] = {
-        {&CWSMTPDelegate::authenticationFailed,
+    } rows[] = {
+        {false, {sent}, {"sendMessage"}, noReport, {}},
+        {true, {completed, sent}, {login, "sendMessage"}, noReport, {}},
+        {true,
+         {rejected},
+         {login},
          "3 \"login rejected\" 1",
          {"The SMTP server rejected the username/password."}},
-        {&CWSMTPDelegate::messageSent, noReport, {}},
-        {&CWSMTPDelegate::messageNotSent,
+        {true, {timedOut}, {login}, unanswered, {"The attempt to send email timed out."}},
+        {false, {timedOut}, {"sendMessage"}, unanswered, {"The attempt to send email timed out."}},
+        {false,
+         {refused},
+         {"sendMessage"},
          "2 \"" + reply + "\" 1",
          {"An error occurred while sending email:", reply}},
-        {&CWSMTPDelegate::connectionTimedOut,
-         "2 \"server not responding\" 1",
-         {"The attempt to send email timed out."}},
     };
     client.reply = "550 5.7.1 %s d\xE9sol\xE9";
     std::vector<std::string> expectedLog;
     for (const Row &row : rows) {
         setPreferences("");
+        if (row.needsLogin)
+            needLogin();
         client.calls.clear();
+        loop = {};
         thenTimer();
-        thenEvent(row.event);
+        for (const Event event : row.events)
+            thenEvent(event);
         EXPECT_FALSE(chatLog->HandleEmailSending(client, loop));
         EXPECT_TRUE(chatLog->mailTransmissionDone());
         EXPECT_EQ(report(), row.report);
+        EXPECT_THAT(loop.intervals, ElementsAre(1.0));
+        std::vector<std::string> calls{"setDelegate", "connect"};
+        calls.insert(calls.end(), row.calls.begin(), row.calls.end());
+        EXPECT_EQ(client.calls, calls);
         expectedLog.insert(expectedLog.end(), row.log.begin(), row.log.end());
         EXPECT_EQ(logged(), expectedLog);
-        EXPECT_THAT(client.calls, ElementsAre("setDelegate", "connect", "sendMessage"));
     }
-}
-
-TEST_F(Delivery, ARefusedLoginNeverSends)
-{
-    needLogin();
-    thenTimer();
-    thenEvent(&CWSMTPDelegate::authenticationFailed);
-    EXPECT_FALSE(chatLog->HandleEmailSending(client, loop));
-    EXPECT_THAT(client.calls, ElementsAre("setDelegate", "connect", "authenticate sam s3cret LOGIN"));
 }
 
 TEST_F(Delivery, AnUnreachableServerIsReportedWithoutAWait)
@@ -266,10 +249,12 @@ TEST_F(Delivery, ARunLoopThatCannotRunEndsTheExchange)
 TEST_F(Delivery, WithoutShouldQuitTheHostsRunLoopGoesOn)
 {
     VORAHostFlags::shouldQuit = false;
+    VORAHostFlags::verbose = true;
     EXPECT_TRUE(chatLog->HandleEmailSending(client, loop));
     EXPECT_FALSE(chatLog->mailTransmissionDone());
     EXPECT_EQ(loop.turns, 0);
     EXPECT_THAT(client.calls, ElementsAre("setDelegate", "connect"));
+    EXPECT_THAT(logged(), ElementsAre("preparing to email with pantomime"));
     loop.fireTimer();
     EXPECT_THAT(client.calls, ElementsAre("setDelegate", "connect", "sendMessage"));
     client.delegate->messageSent();
@@ -296,12 +281,4 @@ TEST_F(Delivery, NothingHappensAfterTheEnd)
         (client.delegate->*event)();
     EXPECT_THAT(client.calls, ElementsAre("setDelegate", "connect"));
     EXPECT_EQ(report(), "2 \"server not responding\" 1");
-}
-
-TEST_F(Delivery, VerboseSaysThatItStarts)
-{
-    VORAHostFlags::verbose = true;
-    thenEvent(&CWSMTPDelegate::messageSent);
-    EXPECT_FALSE(chatLog->HandleEmailSending(client, loop));
-    EXPECT_THAT(logged(), ElementsAre("preparing to email with pantomime"));
 }

@@ -3,6 +3,7 @@
 import asyncio
 import contextlib
 import logging
+import select
 import socket
 import threading
 import warnings
@@ -48,6 +49,16 @@ async def hang_up(server):
 
 async def say_nothing(server):
     await asyncio.sleep(3600)  # cut short when the server stops
+
+
+def last_words(reply):
+    """Says this, and closes the connection in the same segment."""
+    async def answer(server):
+        server.transport.get_extra_info("socket").setsockopt(socket.IPPROTO_TCP, socket.TCP_CORK, 1)
+        server.transport.write(reply.encode() + b"\r\n")
+        server.transport.close()
+        return reply
+    return answer
 
 
 @contextlib.contextmanager
@@ -97,9 +108,23 @@ def mail_server(answers=None, login=None, **settings):
 
 
 @contextlib.contextmanager
-def socket_server(conversation):
-    """A port on which the first connection is given to conversation. Yields the port and what the client has said."""
+def bare_server(*replies, closes=False, waits=0):
+    """Says the first reply to whoever connects, after so many seconds, and each further one when something has come; then
+    listens on, or closes the connection in the segment of the last reply. Yields the port and what the client has said."""
     said = []
+
+    def converse(connection):
+        if select.select([connection], [], [], waits)[0]:
+            said.append(connection.recv(1000))
+        for number, reply in enumerate(replies):
+            if number:
+                said.append(connection.recv(1000))
+            if closes and number == len(replies) - 1:
+                connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_CORK, 1)
+            connection.sendall(reply)
+        while not closes and (data := connection.recv(1000)):
+            said.append(data)
+
     with socket.create_server(("127.0.0.1", 0)) as listener:
         listener.settimeout(30)
 
@@ -108,7 +133,7 @@ def socket_server(conversation):
                 connection, _ = listener.accept()
                 with connection:
                     connection.settimeout(30)
-                    conversation(connection, said)
+                    converse(connection)
 
         thread = threading.Thread(target=run)
         thread.start()

@@ -1,4 +1,4 @@
-#include "archiver/failurestatus.h"
+#include "failurestatus.h"
 
 #include "VORAChatLog.h"
 

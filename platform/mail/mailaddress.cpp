@@ -1,9 +1,11 @@
-#include "archiver/mailaddress.h"
+#include "platform/mail/mailaddress.h"
 
 #include <QChar>
 #include <QList>
 
 #include <algorithm>
+
+namespace platform {
 
 bool isBareAddress(QStringView text)
 {
@@ -17,3 +19,12 @@ bool isBareAddress(QStringView text)
     const QList<QStringView> labels = parts.back().split(u'.');
     return std::none_of(labels.begin(), labels.end(), [](QStringView label) { return label.isEmpty(); });
 }
+
+bool isEnvelopeAddress(QStringView text)
+{
+    constexpr qsizetype longestAddress = 254;
+    return text.size() <= longestAddress && isBareAddress(text) &&
+           std::all_of(text.begin(), text.end(), [](QChar c) { return c < QChar(0x7f); });
+}
+
+} // namespace platform
