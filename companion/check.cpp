@@ -49,7 +49,7 @@ public:
         for (const importing::PlannedCopy &copy :
              importing::planImport({}, folder, importing::CopyLedger(), nobody).copies) {
             ++m_passedOver;
-            print(copy.entry.source, QStringLiteral("for want of another name the archiver passes over it"));
+            print(copy.entry.source, VORAChatLog::load(copy.entry.source).reason);
         }
     }
 

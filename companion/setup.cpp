@@ -80,13 +80,15 @@ void reportBook(CardRole role, const Cards &cards, const importing::MacAddressBo
     QByteArray text = isOwn ? "The Mac's address book has your own card"
                             : "The Mac's address book has " + QByteArray::number(cards.count) +
                                   (cards.count == 1 ? " person" : " people") + " with AIM screen names";
-    const QByteArray path = QByteArray::fromStdString(book.files.front().native());
+    const QByteArray path = QByteArray::fromStdString(book.books.front().native());
     text += ": " + path;
+    if (book.books.size() > 1)
+        text += " and " + QByteArray::number(qsizetype(book.books.size()) - 1) + " more";
     if (!isTaken)
         text += QByteArray("\n    There is a file of cards already; to take it instead: ") +
                 (isOwn ? "--me" : "--contacts") + " \"" + path + '"';
     report.line(QLatin1StringView(isOwn ? "ownCard" : "addressBook"), text,
-                {{QStringLiteral("path"), platform::displayPath(book.files.front())},
+                {{QStringLiteral("path"), platform::displayPath(book.books.front())},
                  {QStringLiteral("people"), cards.count},
                  {QStringLiteral("taken"), isTaken}});
 }

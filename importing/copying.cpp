@@ -118,14 +118,15 @@ void Copying::run(const ImportPlan &plan)
     redate(plan);
     if (plan.copies.empty())
         return;
-    m_total = std::ssize(plan.copies);
     Staging staging(m_folder);
+    qsizetype written = 0;
     for (const PlannedCopy &copy : plan.copies) {
         if (m_observer.isStopped()) {
             m_outcome.isStopped = true;
             break;
         }
         write(copy, staging);
+        m_observer.progress(Stage::Copying, ++written, std::ssize(plan.copies));
         if (staging.isFull())
             place(staging);
     }
@@ -165,7 +166,7 @@ void Copying::place(Staging &staging)
         const PlannedCopy &copy = *staging.batch()[number];
         if (placeOne(copy, staging.file(number))) {
             m_observer.copied(copy.entry.source, m_folder / copy.entry.place);
-            m_observer.progress(Stage::Copying, ++m_outcome.copied, m_total);
+            ++m_outcome.copied;
         }
     }
     staging.clear();

@@ -40,7 +40,6 @@ private:
     std::filesystem::path m_folder;
     CopyLedger &m_ledger;
     Observer &m_observer;
-    qsizetype m_total = 0;
     Outcome m_outcome;
 };
 

@@ -74,7 +74,7 @@ public:
     {
         if (!isFolder(place)) {
             if (place.extension() == ".abcddb" && platform::fileExists(place))
-                m_databases.push_back(place);
+                m_databases.push_back({place, place});
             return;
         }
         addBook(place);
@@ -84,46 +84,54 @@ public:
     MacAddressBook read()
     {
         // The youngest first; and the databases, which tell the user's own card, before the property lists.
-        for (std::vector<std::filesystem::path> *files : {&m_databases, &m_metadata}) {
-            std::ranges::stable_sort(*files, std::greater(), modificationTime);
-            for (const std::filesystem::path &file : *files)
-                readFile(file, files == &m_databases ? readBookDatabase(file) : readBookMetadata(file));
+        for (std::vector<Part> *parts : {&m_databases, &m_metadata}) {
+            std::ranges::stable_sort(*parts, std::greater(),
+                                     [](const Part &part) { return modificationTime(part.path); });
+            for (const Part &part : *parts)
+                take(parts == &m_databases ? readBookDatabase(part.path) : readBookMetadata(part.path),
+                     part.book);
         }
         return std::move(m_book);
     }
 
 private:
+    /// A database, or a folder with people as property lists.
+    struct Part {
+        std::filesystem::path path;
+        std::filesystem::path book; ///< that it belongs to
+    };
+
     void addBook(const std::filesystem::path &folder)
     {
         if (!isFolder(folder) || !m_seen.insert(folder).second)
             return;
         if (::access(folder.c_str(), R_OK | X_OK) != 0)
             m_book.unread.push_back({folder, platform::reasonOf(errno)});
-        addPart(folder);
+        addParts(folder, folder);
         std::vector<std::string> sources = platform::contentsOfDirectory(folder / "Sources");
         std::ranges::sort(sources);
         for (const std::string &source : sources)
-            addPart(folder / "Sources" / source);
+            addParts(folder / "Sources" / source, folder);
         if (const std::filesystem::path older = folder / olderBookName; platform::fileExists(older))
             m_book.notLookedInto.push_back(
                 {older, "an address book in the form before Mac OS X 10.6: export its cards "
                         "as vCards on the Mac"});
     }
 
-    void addPart(const std::filesystem::path &folder)
+    void addParts(const std::filesystem::path &folder, const std::filesystem::path &book)
     {
         if (const std::filesystem::path database = folder / databaseName; platform::fileExists(database))
-            m_databases.push_back(database);
+            m_databases.push_back({database, book});
         if (const std::filesystem::path metadata = folder / "Metadata"; isFolder(metadata))
-            m_metadata.push_back(metadata);
+            m_metadata.push_back({metadata, book});
     }
 
-    void readFile(const std::filesystem::path &path, BookFile file)
+    void take(BookFile file, const std::filesystem::path &book)
     {
         std::ranges::move(file.damaged, std::back_inserter(m_book.damaged));
         std::ranges::move(file.unread, std::back_inserter(m_book.unread));
-        if (!file.people.empty())
-            m_book.files.push_back(path);
+        if (!file.people.empty() && std::ranges::find(m_book.books, book) == m_book.books.end())
+            m_book.books.push_back(book);
         for (BookPerson &person : file.people)
             addPerson(std::move(person));
     }
@@ -162,8 +170,8 @@ private:
     }
 
     std::set<std::filesystem::path> m_seen;
-    std::vector<std::filesystem::path> m_databases;
-    std::vector<std::filesystem::path> m_metadata;
+    std::vector<Part> m_databases;
+    std::vector<Part> m_metadata;
     QHash<QString, QList<size_t>> m_byAimName;
     MacAddressBook m_book;
 };

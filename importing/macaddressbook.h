@@ -37,7 +37,7 @@ struct BookPerson {
 /// What was read of one or more address books.
 struct MacAddressBook {
     std::vector<BookPerson> people;           ///< each once
-    std::vector<std::filesystem::path> files; ///< databases, and folders with people as property lists
+    std::vector<std::filesystem::path> books; ///< where people were found: folders, or what was named
     std::vector<NotedPath> damaged;           ///< what could not be read whole, and why; the rest was taken
     std::vector<NotedPath> unread;            ///< what the system does not give
     std::vector<NotedPath> notLookedInto;     ///< `AddressBook.data`, the older form, which nobody here knows

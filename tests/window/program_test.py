@@ -111,7 +111,7 @@ class ImportingTest(WindowTest):
         self.desktop.type("sam@example.org")
         dialog.find("push button", "Import").click()
         self.wait_for_label(dialog, "^19 transcripts found: 19 copied")
-        dialog.find("push button", "Details").click()
+        dialog.find("check box", "Details").click()
         self.assertIn("Contacts: 1 card", wait_for(lambda: dialog.find("text", "Details of the import").text, "the details"))
         dialog.find("push button", "Close").click()
         self.assertEqual(application.wait_for_window(WINDOW).labels()[-1], "Ready.")
@@ -228,7 +228,7 @@ class ArchivingTest(WindowTest):
         self.desktop.press("Return")
         line = self.dismiss_completion(application)
         self.desktop.next_shown()
-        self.assertRegex(line, r"^9 chats archived, .*\b\d+ passed over as new\.$")
+        self.assertRegex(line, r"^10 chats archived, .*\b\d+ passed over as new\.$")
         self.check_mbox("--skip-new")
 
     def test_empty_transcript_folder(self):
