@@ -192,9 +192,9 @@ std::vector<HostileArchive> hostileStreams()
         multiplied += ":@ {NSArray=" + QByteArray::number(i) + ". :i 300 :[300@] " +
                       times(300, i == 0 ? "~" : '#' + QByteArray::number(i - 1) + '.') + "} ";
     const QByteArray longKey(100'000, 'k');
-    QByteArray newSets = ":@ {NSAttributedString " + stringNotation(QByteArray(30'000, 'x'));
+    QByteArray newSets = ":@ {NSAttributedString " + stringNotation("x");
     for (int i = 0; i < 30'000; ++i)
-        newSets += " :iI " + QByteArray::number(i) + (i == 0 ? " 1 :@ {NSDictionary=a :i 0 }" : " 1 :@ #a");
+        newSets += " :iI " + QByteArray::number(i) + (i == 0 ? " 0 :@ {NSDictionary=a :i 0 }" : " 0 :@ #a");
     const QByteArray longUrl =
         ":@ {NSURL=a :c r0 " + stringNotation("http://x/" + QByteArray(100'000, 'x')) + " }";
     const QByteArray oneFile = folder(1, "..", number(1) + number(100'000) + QByteArray(100'000, 'x'));
@@ -224,7 +224,7 @@ std::vector<HostileArchive> hostileStreams()
          "the file is cut off"},
         {"runs of one character", stream(text(100'000, 100'000, "1"))},
         {"runs of no characters", stream(text(1, 100'000, "0"))},
-        {"runs with new attributes each", stream(newSets + " }")},
+        {"runs of no characters with new attributes each", stream(newSets + " }")},
         {"a long string", stream(stringNotation(QByteArray(1'000'000, 'x')))},
         {"a long string of malformed UTF-8", stream(stringNotation(QByteArray(1'000'000, '\xFF')))},
         {"long data", stream(dataNotation(QByteArray(4'000'000, 'x')))},
@@ -338,6 +338,8 @@ std::vector<HostileArchive> hostileKeyedArchives()
         {"arrays that multiply", keyed(1, multiplied + "{NSArray}")},
         {"empty dictionaries", atOnePlace(50'000, "{NSDictionary}")},
         {"dictionaries", atOnePlace(20'000, "{NSDictionary NS.keys=(\"a\" \"b\" \"c\") NS.objects=(1 2 3)}")},
+        {"a large dictionary", keyed(1, "{NSDictionary NS.keys=(" + times(50'000, "#b #a") +
+                                            ") NS.objects=(" + times(100'000, "#a") + ")} a:\"a\" b:\"b\"")},
         {"dictionaries of one list",
          atOnePlace(1'000, "{NSDictionary NS.keys=(" + times(1'000, "\"a\"") + ") NS.objects=(" +
                                times(1'000, "1") + ")}"),
