@@ -104,7 +104,8 @@ private:
         const QString heading = m_style.bold(m_style.onOneLine(chat.otherParty)) + QStringLiteral("  ") +
                                 dayOf(chat.first) + QStringLiteral("  ");
         if (m_style.isTerminal())
-            OutputStyle::printLine(heading + m_style.dim(m_style.onOneLine(platform::displayPath(chat.path))));
+            OutputStyle::printLine(heading +
+                                   m_style.dim(m_style.onOneLine(platform::displayPath(chat.path))));
         else
             printLine(QByteArrayView(platform::utf8FromString(heading) +
                                      QByteArray::fromStdString(chat.path.native())));
@@ -241,8 +242,8 @@ void addSearchCommand(CLI::App &commands, Action &action)
     command->add_flag("--no-index", options->withoutIndex,
                       "Read all transcripts instead of asking the index");
     command->footer(
-        "Examples: prattlebug search ferry\n"
-        "          prattlebug search \"see you\" --from kim --since 2005-03 --context 3\n"
+        "Example: prattlebug search ferry\n"
+        "         prattlebug search \"see you\" --from kim --since 2005-03 --context 3\n"
         "         prattlebug search --with kim --since 2005 --until 2005 --has picture\n"
         "Without words, any of the filters is enough. Messages are grouped by chat; the path in the "
         "heading is one that \"prattlebug show\" takes. Times are local.\n"

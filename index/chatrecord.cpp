@@ -62,24 +62,30 @@ bool isPicture(const platform::NSFileWrapper &file)
     return file.isRegularFile() && extensions.contains(name.mid(name.lastIndexOf(u'.') + 1).toLower());
 }
 
-void countContents(const VORAInstantMessage &message, ChatMessage &into, ChatRecord &record)
+/// What a text brings to every message that has it.
+struct TextContents {
+    Contents contents;
+    qint64 words = 0;
+    qint64 links = 0;
+    qint64 files = 0;
+    qint64 pictures = 0;
+};
+
+TextContents contentsOf(const VORAInstantMessage &message)
 {
     const auto &text = *message.string();
-    if (text.hasAttribute(platform::NSLinkAttributeName)) {
-        const auto links = qint64(message.allURLs().urls.size());
-        into.contents.link = links > 0;
-        record.links += links;
-    }
+    TextContents result;
+    result.words = message.wordCountInSet(nullptr);
+    if (text.hasAttribute(platform::NSLinkAttributeName))
+        result.links = qint64(message.allURLs().urls.size());
     if (text.hasAttribute(platform::NSAttachmentAttributeName)) {
-        for (const auto &file : message.allImages().images) {
-            into.contents.file = true;
-            ++record.files;
-            if (isPicture(*file)) {
-                into.contents.picture = true;
-                ++record.pictures;
-            }
-        }
+        const auto files = message.allImages().images;
+        result.files = qint64(files.size());
+        result.pictures =
+            std::count_if(files.begin(), files.end(), [](const auto &file) { return isPicture(*file); });
     }
+    result.contents = {result.links > 0, result.files > 0, result.pictures > 0};
+    return result;
 }
 
 // Not as operators: Qt has some for std::optional from 6.6 on.
@@ -166,6 +172,7 @@ ChatRecord recordOf(const VORAChatLog &chatLog)
     for (const auto &participant : chatLog.participants())
         (void)numbers.person(*participant);
     record.participants = quint32(record.people.size());
+    std::vector<TextContents> texts;
     const auto &messages = chatLog.messages();
     for (size_t place = 0; place < messages.size(); ++place) {
         const VORAInstantMessage &message = *messages[place];
@@ -177,8 +184,14 @@ ChatRecord recordOf(const VORAChatLog &chatLog)
             entry.milliseconds = message.TimeStamp()->unixMilliseconds();
         entry.person = numbers.person(*message.sender());
         entry.text = numbers.text(*message.string());
-        record.words += message.wordCountInSet(nullptr);
-        countContents(message, entry, record);
+        if (entry.text == texts.size()) // each text is looked at once, however many messages have it
+            texts.push_back(contentsOf(message));
+        const TextContents &contents = texts[entry.text];
+        entry.contents = contents.contents;
+        record.words += contents.words;
+        record.links += contents.links;
+        record.files += contents.files;
+        record.pictures += contents.pictures;
         record.messages.push_back(entry);
     }
     return record;

@@ -3,10 +3,11 @@
 _prattlebug() {
     local current=$2 previous=$3
     local everywhere="--help --home --quiet --verbose"
-    local commands="setup archive search show stats pages link-log image-log check inspect prefs status"
+    local commands="setup archive search list people index show stats pages link-log image-log check inspect prefs status"
     # Only with send.
     commands+=" send"
     # End of send.
+    local filters="--from --with --since --until --has --word"
     local keys="emailAddress forceUniqueSubjects subjectNumber emailNeedsUsername emailUsername emailPassword imageEntry
         bookmarkEntry errorStatus reportThis emailFails"
     local command= word skip=
@@ -37,7 +38,10 @@ _prattlebug() {
     --delete)
         mapfile -t COMPREPLY < <(compgen -W "$keys" -- "$current")
         return ;;
-    --email | --from | --to | --since | --until | --server | --timeout)
+    --has)
+        mapfile -t COMPREPLY < <(compgen -W "link file picture" -- "$current")
+        return ;;
+    --email | --from | --with | --limit | --context | --to | --since | --until | --server | --timeout)
         return ;;
     esac
 
@@ -46,7 +50,10 @@ _prattlebug() {
     "") options="$commands --version" ;;
     setup) options="--email --me --contacts --dry-run --json --reset-templates" files=yes ;;
     archive) options="--skip-new" files=yes ;;
-    search) options="--from --since --until" ;;
+    search) options="$filters --context --limit --newest --count --json --no-index" ;;
+    list) options="$filters --limit --newest --json" ;;
+    people) options="--json" ;;
+    index) options="--rebuild" ;;
     show) options="--as" files=yes ;;
     stats) options="--json" ;;
     status) options="--clear" ;;

@@ -1,6 +1,6 @@
 # Completion of prattlebug's commands, options and values for fish.
 
-set -l commands setup archive search show stats pages link-log image-log check inspect prefs status
+set -l commands setup archive search list people index show stats pages link-log image-log check inspect prefs status
 # Only with send.
 set -a commands send
 # End of send.
@@ -18,6 +18,9 @@ complete -c prattlebug -n $none -l version -d 'Show the version'
 complete -c prattlebug -n $none -a setup -d 'Make the folders, put templates in place, copy transcripts'
 complete -c prattlebug -n $none -a archive -d 'Write every chat into one mbox file'
 complete -c prattlebug -n $none -a search -d 'Find messages in the transcript folder'
+complete -c prattlebug -n $none -a list -d 'List the chats by date'
+complete -c prattlebug -n $none -a people -d 'List everybody who wrote anything'
+complete -c prattlebug -n $none -a index -d 'Bring the index up to date'
 complete -c prattlebug -n $none -a show -d 'Print one chat'
 complete -c prattlebug -n $none -a stats -d 'Show how much was said and sent'
 complete -c prattlebug -n $none -a pages -d 'Make the pages of links and images anew'
@@ -38,10 +41,20 @@ complete -c prattlebug -n '__fish_seen_subcommand_from setup' -s n -l dry-run -d
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l json -d 'Tell it as JSON, an object a line'
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates -d 'Also replace changed templates'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
-complete -c prattlebug -n '__fish_seen_subcommand_from search' -f
-complete -c prattlebug -n '__fish_seen_subcommand_from search' -l from -x -d 'Only of this person'
-complete -c prattlebug -n '__fish_seen_subcommand_from search' -l since -x -d 'From this date on'
-complete -c prattlebug -n '__fish_seen_subcommand_from search' -l until -x -d 'Up to this date'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list people index' -f
+complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l from -x -d 'Only messages by this person'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l with -x -d 'Only chats with this person'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l since -x -d 'From this date on'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l until -x -d 'Up to this date'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l has -x -a 'link file picture' -d 'Only messages with this'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l word -d 'Whole words only'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l limit -x -d 'Stop after this many'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l newest -d 'Start with the newest'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list people' -l json -d 'A JSON object a line'
+complete -c prattlebug -n '__fish_seen_subcommand_from search' -l context -x -d 'Messages around each'
+complete -c prattlebug -n '__fish_seen_subcommand_from search' -l count -d 'Only how many there are'
+complete -c prattlebug -n '__fish_seen_subcommand_from search' -l no-index -d 'Read all transcripts'
+complete -c prattlebug -n '__fish_seen_subcommand_from index' -l rebuild -d 'Read all transcripts again'
 complete -c prattlebug -n '__fish_seen_subcommand_from show' -l as -x -a 'plain html subject json' -d 'Form of the output'
 complete -c prattlebug -n '__fish_seen_subcommand_from stats' -f
 complete -c prattlebug -n '__fish_seen_subcommand_from stats' -l json -d 'As JSON'

@@ -12,7 +12,7 @@ from companion import SAMPLES, TRANSCRIPTS, CompanionTest, main
 SUPPORT = "Library/Prattlebug"
 PREFERENCES = "Library/Preferences/com.velmoria.prattlebug.plist"
 KIM_2005 = os.path.join(SAMPLES, "chats", "Kim Lee on 2005-08-20 at 21.07.ichat")
-COMMANDS = ("archive", "check", "image-log", "inspect", "link-log", "pages", "prefs", "search", "setup", "show", "stats", "status")
+COMMANDS = ("archive", "check", "image-log", "index", "inspect", "link-log", "list", "pages", "people", "prefs", "search", "setup", "show", "stats", "status")
 
 
 class Everyday(CompanionTest):
@@ -35,39 +35,59 @@ class Everyday(CompanionTest):
                            for message in chat["messages"] if not message["status"]]
 
         def found(*arguments):
-            return self.run_companion("search", *arguments)[0].splitlines()
+            return [json.loads(line) for line in self.run_companion("search", "--json", *arguments)[0].splitlines()]
 
         every = found("")
-        self.assertEqual(len(every), len(spoken))
-        self.assertEqual(sorted(line.split(".chat: ")[0].split(".ichat: ")[0] for line in every),
-                         sorted(os.path.splitext(path)[0] for path, _ in spoken))
-        self.assertEqual([line.split("chat: ")[0] for line in every], sorted(line.split("chat: ")[0] for line in every))
+        self.assertCountEqual([(match["path"], match["text"]) for match in every],
+                              [(path, message["text"]) for path, message in spoken])
         for arguments, matching in (
                 (["PHOTO"], lambda m: "photo" in m["text"].lower()),
                 (["the", "piano"], lambda m: "the" in m["text"].lower() and "piano" in m["text"].lower()),
                 (["the", "--from", "kim"], lambda m: "the" in m["text"].lower() and "kim" in m["speaker"].lower()),
                 (["a", "--from", "KIMLEE77"], lambda m: "a" in m["text"].lower() and m["rawSpeaker"] == "kimlee77"),
-                (["e", "--since", "2006", "--until", "2007"],
-                 lambda m: "e" in m["text"].lower() and "2006-01-01T08" <= (m["time"] or "") < "2008-01-01T08"),
+                (["--since", "2006", "--until", "2007"], lambda m: "2006-01-01T08" <= (m["time"] or "") < "2008-01-01T08"),
                 (["e", "--until", "2003-07-12"], lambda m: "e" in m["text"].lower() and (m["time"] or "9") < "2003-07-13T07"),
+                (["--has", "picture"], lambda m: any((file["name"] or "").endswith((".jpg", ".png", ".gif", ".tiff")) for file in m["files"])),
         ):
-            expected = [message for _, message in spoken if matching(message)]
+            expected = [message["text"] for _, message in spoken if matching(message)]
             self.assertTrue(expected, arguments)
-            lines = found(*arguments)
-            self.assertEqual(len(lines), len(expected), arguments)
-            for message in expected:
-                self.assertTrue(any(" ".join(message["text"].split())[:40] in " ".join(line.split()) for line in lines), message)
-        # 02:12 UTC on the 21st.
-        self.assertTrue(any("2005-08-20 19:12 Kim Lee: good. dinner" in line for line in found("300", "photos")), found("300"))
+            self.assertCountEqual([match["text"] for match in found(*arguments)], expected, arguments)
+            self.assertCountEqual([match["text"] for match in found("--no-index", *arguments)], expected, arguments)
+            self.assertEqual(self.run_companion("search", "--count", *arguments)[0], f"{len(expected)}\n")
+        self.assertEqual(found("the", "--newest", "--limit", "3"), found("the")[:-4:-1])
+        # 02:12 UTC on the 21st; a message before it and one after.
+        output = self.run_companion("search", "300", "photos", "--context", "1")[0].splitlines()
+        self.assertRegex(output[0], r"^Kim Lee  Sat 2005-08-20  Kim Lee on 2005-08-20 at 21\.07.*chat$")
+        self.assertRegex(output[2], "^  19:12 > Kim Lee: good. dinner")
+        self.assertEqual(len(output), 4)
+
+    def test_lists_and_people_come_from_the_index(self):
+        self.add_samples()
+        chats = [json.loads(line) for line in self.run_companion("list", "--json")[0].splitlines()]
+        times = [chat["first"] for chat in chats if chat["first"]]
+        self.assertEqual(times, sorted(times))
+        with_zoe = self.run_companion("list", "--with", "zoe muller", "--json")[0].splitlines()
+        self.assertTrue(0 < len(with_zoe) < len(chats))
+        people = {person["name"]: person for person in map(json.loads, self.run_companion("people", "--json")[0].splitlines())}
+        self.assertGreaterEqual(people["Kim Lee"]["chats"], 5)
+        self.assertIn("Kim Lee", self.run_companion("people")[0])
+        self.assertIn(f"{len(chats)} chats with ", self.run_companion("index", "--rebuild")[0])
+        # Where the index cannot be kept, the answer is the same.
+        shutil.rmtree(self.path("Library/Caches"))
+        self.write("Library/Caches", b"")
+        output, errors = self.run_companion("list", "--json")
+        self.assertEqual([json.loads(line) for line in output.splitlines()], chats)
+        self.assertIn("cannot be used", errors)
 
     def test_search_is_safe_to_look_at_and_says_when_there_is_nothing(self):
         self.assertIn("prattlebug setup", self.run_companion("search", "x", code=1)[1])
         self.write(f"{TRANSCRIPTS}/Kim on 2003.chat", b"damaged")
         self.assertIn("Kim on 2003.chat: ", self.run_companion("search", "x", code=1)[1])
-        self.assertEqual(self.run_companion("search", "x", "--quiet", code=1), ("", ""))
-        self.assertRegex(self.run_companion("search", "x", "-v", code=1)[1], r"0 found in 0 chats, 0.0 MB, in \d")
+        self.assertEqual(self.run_companion("search", "x", code=1), ("", ""))  # it was told
+        self.assertRegex(self.run_companion("search", "x", "-v", code=1)[1], r"0 found in 0 chats in \d")
+        self.run_companion("search", code=2)
         for date in ("05", "2005-13", "2005-3", "2005-03-01T10:00", "2005-03-01 24", "2005-", "today", "2005-03-01 10:00:00", "٢٠٠٥"):
-            self.assertIn("is no date", self.run_companion("search", "x", "--since", date, code=2)[1], date)
+            self.assertIn("is not a date", self.run_companion("search", "x", "--since", date, code=2)[1], date)
 
     def test_stats_shows_the_store(self):
         self.assertIn("no statistics yet", self.run_companion("stats", code=1)[1])
