@@ -51,7 +51,7 @@ class AddressBook(CompanionTest):
         self.assertEqual(sorted(people_in(self.contacts)), [
             ("Kim", "Lee", ["kim77", "kimlee", "kim@work"]), ("Kim", "Other", ["kimlee"]),
             ("Late", "Comer\\; the\\, 2nd", ["late"]), ("Zoë", "Müller", ["zoe2", "zoe1"])])
-        for told in ("has your own card: ", "has 4 people with AIM screen names: ", "Metadata/3:ABPerson.abcdp: offset ",
+        for told in ("has your own card: ", "has 4 people with AIM screen names: ", "Metadata/3:ABPerson.abcdp: ",
                      "AddressBook.data: an address book in the form before Mac OS X 10.6", "Contacts: 4 cards, 4 with an AIM screen name\n"):
             self.assertIn(told, output)
         self.assertEqual({path: path.read_bytes() for path in book.rglob("*") if path.is_file()}, before, "nothing is written there")

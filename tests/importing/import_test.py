@@ -70,7 +70,7 @@ class WholeDisk(ImportTest):
                 "8 renamed, 2 damaged, 1 not readable\n",
                 f"sam: 3 found, 3 copied, from {self.disk.sam}\n", f", from {self.disk.kim} and 2 more places\n",
                 "    2004/Kim Lee le 2004-05-06 à 10.00 #2.CHAT is now 2004/Kim Lee on 2004-05-06 at 10.00 #2.chat\n",
-                "/irc.chat: offset 0: ", "/Cut.ICHAT: ", "/Empty on 2006-01-01 at 00.00.chat: it is empty\n",
+                "/irc.chat: not a typed stream", "/Cut.ICHAT: ", "/Empty on 2006-01-01 at 00.00.chat: it is empty\n",
                 "/chat.db: the database of later Messages\n", "/Old.zip: ", "/Old.dmg: ", "/Old.sparsebundle: ",
                 "the words of people who are shown under another name\n"):
             self.assertIn(told, output)
