@@ -48,12 +48,18 @@ bool extendImageLog(const VORAChatLog &chatLog, const std::filesystem::path &log
     return areSaved;
 }
 
-constexpr LogKind links{platform::preference::bookmarkEntry, R"('<a href="%@">%@</a> %@, %@')",
-                        "link",           &VORAChatLog::linkCount,
-                        extendLinkLog,    false};
-constexpr LogKind images{platform::preference::imageEntry,  R"('<img src="Images/%@"> %@, %@')",
-                         "file",         &VORAChatLog::fileCount,
-                         extendImageLog, true};
+constexpr LogKind links{platform::preference::bookmarkEntry,
+                        R"('<a href="%@">%@</a> %@, %@')",
+                        "link",
+                        &VORAChatLog::linkCount,
+                        extendLinkLog,
+                        false};
+constexpr LogKind images{platform::preference::imageEntry,
+                         R"('<img src="Images/%@"> %@, %@')",
+                         "file",
+                         &VORAChatLog::fileCount,
+                         extendImageLog,
+                         true};
 
 int extend(const LogKind &kind, const std::filesystem::path &file, const std::filesystem::path &log)
 {

@@ -77,12 +77,13 @@ void print(const Somebody &somebody, const OutputStyle &style)
     };
     QStringList others = somebody.screenNames();
     others.removeAll(somebody.name);
-    printLine(
-        style.bold(style.onOneLine(somebody.name).leftJustified(nameWidth)) +
-        QString::number(somebody.chats).rightJustified(numberWidth) + QStringLiteral(" chats ") +
-        QString::number(somebody.messages).rightJustified(numberWidth) + QStringLiteral(" messages  ") +
-        day(somebody.first) + QStringLiteral(" to ") + day(somebody.last) +
-        (others.isEmpty() ? QString() : style.dim(QStringLiteral("  ") + style.onOneLine(others.join(QStringLiteral(", "))))));
+    printLine(style.bold(style.onOneLine(somebody.name).leftJustified(nameWidth)) +
+              QString::number(somebody.chats).rightJustified(numberWidth) + QStringLiteral(" chats ") +
+              QString::number(somebody.messages).rightJustified(numberWidth) + QStringLiteral(" messages  ") +
+              day(somebody.first) + QStringLiteral(" to ") + day(somebody.last) +
+              (others.isEmpty()
+                   ? QString()
+                   : style.dim(QStringLiteral("  ") + style.onOneLine(others.join(QStringLiteral(", "))))));
 }
 
 void printJson(const Somebody &somebody)

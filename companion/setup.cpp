@@ -129,8 +129,10 @@ void reportMissing(bool hasTranscripts, const Options &options, SetupReport &rep
     std::vector<SetupReport::Entry> missing;
     if (!hasTranscripts)
         missing.push_back({"transcripts: prattlebug setup FOLDER copies those below a folder or a disk"});
-    if (!options.email &&
-        platform::CFPreferencesCopyAppValue(platform::preference::emailAddress).string().value_or(QString()).isEmpty())
+    if (!options.email && platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
+                              .string()
+                              .value_or(QString())
+                              .isEmpty())
         missing.push_back({"your mail address: --email ADDRESS"});
     if (!platform::fileExists(cardFilePath(CardRole::Own)))
         missing.push_back({"your own name, else your screen name is shown: --me CARD.vcf"});

@@ -17,8 +17,8 @@ public:
     /// @p text on one line, and on a terminal without what that would obey. As many units as before.
     [[nodiscard]] QString onOneLine(QString text) const;
 
-    // Each gives @p text with escape sequences of our own around it, where there are colours. What comes from a
-    // chat goes through onOneLine() first.
+    // Each gives @p text with escape sequences of our own around it, where there are colours. What comes from
+    // a chat goes through onOneLine() first.
     [[nodiscard]] QString bold(const QString &text) const { return styled(u"1", text); }
     [[nodiscard]] QString dim(const QString &text) const { return styled(u"2", text); }
     [[nodiscard]] QString marked(const QString &text) const { return styled(u"1;31", text); }

@@ -136,8 +136,9 @@ TEST_F(Loading, LosesOnlyWhatCannotBeRead)
     std::vector<std::tuple<QByteArray, const char *, const char *, const char *>> cases;
     for (const auto &row : streams)
         cases.emplace_back(
-            typedStream(":@ {NSArray :i 3 :@ {NSData :@ ~ } :@ {NSNumber :*q *\"q\" 9000000000q } :@ {NSArray :i 3 " + whole +
-                        ":@ {InstantMessage " + row.message + ":I 5 } " + whole + "} }"),
+            typedStream(
+                ":@ {NSArray :i 3 :@ {NSData :@ ~ } :@ {NSNumber :*q *\"q\" 9000000000q } :@ {NSArray :i 3 " +
+                whole + ":@ {InstantMessage " + row.message + ":I 5 } " + whole + "} }"),
             row.text, row.note, "chat");
     const struct {
         const char *members;

@@ -182,10 +182,9 @@ TEST(BinaryPropertyList, ShowsItsNodesWithTheirOffsets)
     EXPECT_EQ(table->integer(4), 2);
 
     // What stands after the last element or pair belongs to the next container.
-    const QByteArray neighbours =
-        BinaryList{{hex("A2 01 03"), hex("A1 02"), hex("09"), hex("D1 04 05"), hex("51 61"), hex("51 62"),
-                    hex("A1 02")}}
-            .bytes();
+    const QByteArray neighbours = BinaryList{
+        {hex("A2 01 03"), hex("A1 02"), hex("09"), hex("D1 04 05"), hex("51 61"), hex("51 62"),
+         hex("A1 02")}}.bytes();
     const platform::PropertyList list = platform::readPropertyList(neighbours);
     EXPECT_TRUE(list.at(0).at(1).isNull());
     EXPECT_TRUE(list.at(1)[u"b"].isNull());
