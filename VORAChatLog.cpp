@@ -106,7 +106,7 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const 
 }
 
 std::unique_ptr<VORAChatLog> VORAChatLog::initWithFilePath(const std::filesystem::path &path,
-                                                           Outcome *outcome)
+                                                           Outcome *outcome, QString *reason)
 {
     Loading loading = load(path);
     if (loading.outcome == Outcome::Unreadable)
@@ -114,6 +114,8 @@ std::unique_ptr<VORAChatLog> VORAChatLog::initWithFilePath(const std::filesystem
                              platform::utf8FromString(loading.reason));
     if (outcome)
         *outcome = loading.outcome;
+    if (reason)
+        *reason = loading.reason;
     return std::move(loading.chatLog);
 }
 

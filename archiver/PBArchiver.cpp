@@ -2,6 +2,7 @@
 
 #include "VORALogGenerator.h"
 
+#include "archiver/archivetarget.h"
 #include "archiver/mboxmessage.h"
 
 #include "galleries/supportfolder.h"
@@ -14,19 +15,12 @@
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
-#include <QStringList>
-
 #include <system_error>
 
 using platform::NSDate;
 using platform::NSFileHandle;
 
 namespace {
-
-void logAbout(const std::filesystem::path &path, const QString &text)
-{
-    platform::NSLogBytes(QByteArray::fromStdString(path.native()) + ": " + platform::utf8FromString(text));
-}
 
 /// Removes what runs that were killed have left.
 void removeLeftTemporaries()
@@ -45,12 +39,11 @@ std::filesystem::path PBArchiver::transcriptFolder()
 
 void PBArchiver::beginArchiving()
 {
-    m_counts = {};
-    m_mboxPath.clear();
+    m_outcome = {};
 
     const std::filesystem::path folder = transcriptFolder();
     if (!platform::fileExists(folder)) {
-        m_ending = Ending::NoTranscriptFolder;
+        m_outcome.ending = ArchiveOutcome::Ending::NoTranscriptFolder;
         m_desktop.runAlert(
             {QStringLiteral("Archiver Error"),
              QStringLiteral("You must have Prattlebug set up in order to use this program. Please go to the "
@@ -64,7 +57,7 @@ void PBArchiver::beginArchiving()
                                                "import this file into your mail program."),
                                 QStringLiteral("Prattlebug Archive"), platform::homeDirectory()});
     if (!output) {
-        m_ending = Ending::Cancelled;
+        m_outcome.ending = ArchiveOutcome::Ending::Cancelled;
         return;
     }
 
@@ -72,11 +65,11 @@ void PBArchiver::beginArchiving()
     platform::DirectoryWalk walk(folder);
     std::error_code ignored; // a folder of that name may stand there already
     std::filesystem::create_directory(*output, ignored);
-    m_mboxPath = *output / "Prattlebug Archive mbox";
+    m_outcome.mboxPath = ArchiveTarget(*output).mboxPath();
     std::string failure;
-    NSFileHandle mbox = NSFileHandle::createFileAtPath(m_mboxPath, failure);
+    NSFileHandle mbox = NSFileHandle::createFileAtPath(m_outcome.mboxPath, failure);
     if (!mbox.isOpen())
-        logAbout(m_mboxPath, platform::stringFromUtf8(failure));
+        noteMboxFailure(failure);
 
     m_desktop.startProgress(qsizetype(platform::contentsOfDirectory(folder).size()));
     qsizetype handled = 0;
@@ -89,37 +82,58 @@ void PBArchiver::beginArchiving()
         }
     }
 
-    const auto unsynced = mbox.synchronizeFile();
-    if (mbox.isOpen() && unsynced)
-        logAbout(m_mboxPath, platform::stringFromUtf8(*unsynced));
-    m_ending = unsynced || m_counts.notWritten > 0 ? Ending::MboxIncomplete : Ending::Done;
-    m_desktop.showOutcome(summary(), m_ending == Ending::Done);
+    for (const auto &[unread, reason] : walk.unreadFolders())
+        m_outcome.unreadFolders.push_back(
+            {unread.empty() ? folder : folder / unread, platform::stringFromUtf8(reason)});
+    for (const ArchiveOutcome::Failure &unread : m_outcome.unreadFolders)
+        platform::NSLogBytes(unread.line());
+    if (mbox.isOpen()) {
+        if (const auto unsynced = mbox.synchronizeFile())
+            noteMboxFailure(*unsynced);
+        else if (!mbox.standsAt(m_outcome.mboxPath))
+            noteMboxFailure("it, or its folder, was moved, replaced or removed during the run");
+    }
+    const bool isWhole = m_outcome.mboxFailure.isEmpty() && m_outcome.notWritten.empty();
+    m_outcome.ending = isWhole ? ArchiveOutcome::Ending::Done : ArchiveOutcome::Ending::MboxIncomplete;
+    m_desktop.showOutcome(m_outcome);
     m_desktop.runAlert({QStringLiteral("Import Complete"),
                         QStringLiteral("The archive file is ready to be imported into your mail client."),
                         QStringLiteral("OK"), false});
-    m_desktop.reveal(m_mboxPath);
+    m_desktop.reveal(m_outcome.mboxPath);
+}
+
+void PBArchiver::noteMboxFailure(const std::string &reason)
+{
+    m_outcome.mboxFailure = platform::stringFromUtf8(reason);
+    platform::NSLogBytes(ArchiveOutcome::Failure{m_outcome.mboxPath, m_outcome.mboxFailure}.line());
 }
 
 void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &intoMailbox)
 {
     platform::NSLogBytes(path.native());
     if (!AllowLog(path)) {
-        ++m_counts.passedOver;
+        ++m_outcome.passedOver;
         return;
     }
     const platform::ABAddressBook::Reading reading; // nobody has two names in one chat
     VORAChatLog::Outcome outcome{};
-    const auto chatLog = VORAChatLog::initWithFilePath(path, &outcome);
+    QString reason;
+    const auto chatLog = VORAChatLog::initWithFilePath(path, &outcome, &reason);
     const auto created = platform::creationTime(path);
-    if (!chatLog) {
-        ++(outcome == VORAChatLog::Outcome::Unreadable ? m_counts.unreadable : m_counts.notTranscripts);
+    if (outcome == VORAChatLog::Outcome::Unreadable)
+        m_outcome.unreadable.push_back({path, reason});
+    else if (!chatLog)
+        ++m_outcome.notTranscripts;
+    if (!chatLog)
         return;
-    }
     VORALogGenerator::GenerateLinkFiles(chatLog.get());
     VORALogGenerator::GenerateImageFiles(chatLog.get());
     VORALogGenerator::UpdateStatistics(*chatLog);
-    const bool written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
-    ++(written ? m_counts.archived : m_counts.notWritten);
+    const auto failure = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
+    if (failure)
+        m_outcome.notWritten.push_back({path, *failure});
+    else
+        ++m_outcome.archived;
 }
 
 bool PBArchiver::AllowLog(const std::filesystem::path &path) const
@@ -131,7 +145,8 @@ bool PBArchiver::AllowLog(const std::filesystem::path &path) const
     return entry && folder && *entry < *folder;
 }
 
-bool PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox, const NSDate &onDate)
+std::optional<QString> PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox,
+                                                 const NSDate &onDate)
 {
     MboxMessage message{.address =
                             platform::CFPreferencesCopyAppValue(u"emailAddress").string().value_or(QString()),
@@ -146,33 +161,15 @@ bool PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox, 
         platform::NSLog(
             QStringLiteral("The chat with %1 is too large for a mail message and has been left out.")
                 .arg(log.primaryOtherParty()));
-        return false;
+        return QStringLiteral("too large for a mail message");
     }
-    if (!toMailbox.isOpen())
-        return false; // said once already, when it could not be opened
+    if (!toMailbox.isOpen()) // logged once already, when it could not be opened
+        return QStringLiteral("there is no mbox");
     if (const auto failure = toMailbox.writeData(mboxMessageBytes(message, std::time(nullptr)))) {
+        const QString reason = platform::stringFromUtf8(*failure);
         platform::NSLog(QStringLiteral("The chat with %1 could not be written to the mbox: %2")
-                            .arg(log.primaryOtherParty(), platform::stringFromUtf8(*failure)));
-        return false;
+                            .arg(log.primaryOtherParty(), reason));
+        return reason;
     }
-    return true;
-}
-
-QString PBArchiver::summary() const
-{
-    const auto chats = [](qsizetype count) {
-        return count == 1 ? QStringLiteral("1 chat") : QString::number(count) + QStringLiteral(" chats");
-    };
-    QStringList parts{chats(m_counts.archived) + QStringLiteral(" archived")};
-    if (m_counts.notTranscripts > 0)
-        parts += QString::number(m_counts.notTranscripts) +
-                 (m_counts.notTranscripts == 1 ? QStringLiteral(" entry that is no transcript")
-                                               : QStringLiteral(" entries that are no transcripts"));
-    if (m_counts.passedOver > 0)
-        parts += QString::number(m_counts.passedOver) + QStringLiteral(" passed over as new");
-    if (m_counts.unreadable > 0)
-        parts += chats(m_counts.unreadable) + QStringLiteral(" could not be read");
-    if (m_counts.notWritten > 0)
-        parts += chats(m_counts.notWritten) + QStringLiteral(" could not be written");
-    return parts.join(QStringLiteral(", ")) + u'.';
+    return std::nullopt;
 }

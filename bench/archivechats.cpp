@@ -28,7 +28,7 @@ public:
     void startProgress(qsizetype) override {}
     void showProgress(qsizetype) override {}
     void showEntry(const std::filesystem::path &) override {}
-    void showOutcome(const QString &, bool) override {}
+    void showOutcome(const ArchiveOutcome &) override {}
     void reveal(const std::filesystem::path &) override {}
 };
 

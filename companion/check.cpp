@@ -36,17 +36,28 @@ public:
         }
     }
 
+    /// @param folder where entries may be missing.
+    void unreadFolder(const std::filesystem::path &folder, const std::string &reason)
+    {
+        ++m_unreadFolders;
+        print(folder, platform::stringFromUtf8(reason));
+    }
+
     [[nodiscard]] int finish() const
     {
         QString summary = QString::number(m_readable) + QStringLiteral(" can be read, ") +
                           QString::number(m_unreadable) + QStringLiteral(" cannot.");
+        if (m_unreadFolders > 0)
+            summary += u' ' + QString::number(m_unreadFolders) +
+                       (m_unreadFolders == 1 ? QStringLiteral(" folder could not be read.")
+                                             : QStringLiteral(" folders could not be read."));
         if (m_passedOver > 0)
             summary += u' ' + QString::number(m_passedOver) +
                        QStringLiteral(" more will not be archived for want of \" on \" in the name: "
                                       "prattlebug setup makes copies that will.");
         if (verbosity() != Verbosity::Quiet)
             printLine(summary);
-        return m_unreadable > 0 ? exitFailed : exitDone;
+        return m_unreadable > 0 || m_unreadFolders > 0 ? exitFailed : exitDone;
     }
 
 private:
@@ -59,6 +70,7 @@ private:
     qsizetype m_readable = 0;
     qsizetype m_unreadable = 0;
     qsizetype m_passedOver = 0;
+    qsizetype m_unreadFolders = 0;
 };
 
 int check(const std::vector<std::string> &files)
@@ -76,6 +88,8 @@ int check(const std::vector<std::string> &files)
         platform::DirectoryWalk walk(folder);
         while (const auto entry = walk.next())
             check.file(folder / *entry, false);
+        for (const auto &[unread, reason] : walk.unreadFolders())
+            check.unreadFolder(unread.empty() ? folder : folder / unread, reason);
     }
     return check.finish();
 }
@@ -89,7 +103,7 @@ void addCheckCommand(CLI::App &commands, Action &action)
         "check", "Decode transcripts without writing anything and list those that cannot be read");
     command->add_option("FILES", *files, "Transcripts; without any, all of the transcript folder");
     command->footer("Example: prattlebug check\nWith --verbose those that can be read are listed too.\nExit "
-                    "code: 1 when there are transcripts that cannot be read.");
+                    "code: 1 when there are transcripts or folders that cannot be read.");
     command->callback([files, &action] { action = [files] { return check(*files); }; });
 }
 

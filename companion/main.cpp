@@ -1,6 +1,8 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 
+#include "platform/files/processfiles.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -79,6 +81,7 @@ int run(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
+    platform::prepareProcessForFiles();
     try {
         return run(argc, argv);
     } catch (const std::exception &error) { // out of memory, for one

@@ -65,10 +65,12 @@ void WindowDesktop::showEntry(const std::filesystem::path &entry)
     m_window.showEntry(platform::displayPath(entry));
 }
 
-void WindowDesktop::showOutcome(const QString &summary, bool mboxIsWhole)
+void WindowDesktop::showOutcome(const ArchiveOutcome &outcome)
 {
-    m_window.showOutcome(mboxIsWhole ? summary
-                                     : summary + QStringLiteral(" The mbox could not be written whole."));
+    QString text = outcome.summary();
+    if (!outcome.isMboxWhole())
+        text += QStringLiteral(" The mbox could not be written whole: %1.").arg(outcome.whyNotWhole());
+    m_window.showOutcome(text);
     m_window.setArchiving(false);
 }
 

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 
 using testing::ElementsAre;
@@ -19,6 +20,7 @@ class RecordingDesktop final : public DesktopInterface {
 public:
     std::optional<std::filesystem::path> answer;
     bool checked = false;
+    std::function<void()> duringTheRun;
 
     std::vector<SavePanel> panels;
     std::vector<Alert> alerts;
@@ -35,12 +37,16 @@ public:
     [[nodiscard]] bool skipChats() const override { return checked; }
     void startProgress(qsizetype maximum) override { progress = {maximum}; }
     void showProgress(qsizetype value) override { progress.push_back(value); }
-    void showEntry(const std::filesystem::path & /*entry*/) override {}
-    void showOutcome(const QString & /*summary*/, bool mboxIsWhole) override
+    void showEntry(const std::filesystem::path & /*entry*/) override
+    {
+        if (duringTheRun)
+            std::exchange(duringTheRun, nullptr)();
+    }
+    void showOutcome(const ArchiveOutcome &outcome) override
     {
         EXPECT_EQ(alerts.size(), wholeMboxes.size())
             << "the outcome stands there when the last alert is shown";
-        wholeMboxes.push_back(mboxIsWhole);
+        wholeMboxes.push_back(outcome.isMboxWhole());
     }
     void reveal(const std::filesystem::path &path) override { revealed.push_back(path); }
 };
@@ -76,7 +82,7 @@ protected:
 TEST_F(Archiver, EndsAtOnceWithoutATranscriptFolder)
 {
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::NoTranscriptFolder);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::NoTranscriptFolder);
     ASSERT_EQ(desktop.alerts.size(), 1U);
     EXPECT_EQ(desktop.alerts[0].title, QStringLiteral("Archiver Error"));
     EXPECT_EQ(desktop.alerts[0].text,
@@ -93,7 +99,7 @@ TEST_F(Archiver, CreatesNothingWhenThePanelIsCancelled)
     addChat("Kim on x.ichat");
     desktop.answer.reset();
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Cancelled);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::Cancelled);
     ASSERT_EQ(desktop.panels.size(), 1U);
     EXPECT_EQ(desktop.panels[0].title, QStringLiteral("Generated mbox File"));
     EXPECT_EQ(desktop.panels[0].message,
@@ -109,7 +115,7 @@ TEST_F(Archiver, MakesAnEmptyMboxOfAnEmptyFolder)
 {
     makeTranscriptFolder();
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Done);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::Done);
     EXPECT_EQ(mbox(), QByteArray());
     EXPECT_THAT(desktop.progress, ElementsAre(0));
     ASSERT_EQ(desktop.alerts.size(), 1U);
@@ -118,7 +124,7 @@ TEST_F(Archiver, MakesAnEmptyMboxOfAnEmptyFolder)
               QStringLiteral("The archive file is ready to be imported into your mail client."));
     EXPECT_EQ(desktop.alerts[0].button, QStringLiteral("OK"));
     EXPECT_THAT(desktop.revealed, ElementsAre(home() / "Out" / "Prattlebug Archive mbox"));
-    EXPECT_EQ(archiver.summary(), QStringLiteral("0 chats archived."));
+    EXPECT_EQ(archiver.outcome().summary(), QStringLiteral("0 chats archived."));
     EXPECT_THAT(desktop.wholeMboxes, ElementsAre(true));
 }
 
@@ -134,12 +140,12 @@ TEST_F(Archiver, ArchivesEverythingAtEveryDepthAndCountsIt)
     std::filesystem::create_directory_symlink(home() / folderName / "sub", home() / folderName / "link");
     archiver.beginArchiving();
 
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Done);
-    EXPECT_EQ(archiver.counts().archived, 4);
-    EXPECT_EQ(archiver.counts().notTranscripts, 4) << "two folders, the link to one, and the notes";
-    EXPECT_EQ(archiver.counts().unreadable, 1);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::Done);
+    EXPECT_EQ(archiver.outcome().archived, 4);
+    EXPECT_EQ(archiver.outcome().notTranscripts, 4) << "two folders, the link to one, and the notes";
+    ASSERT_EQ(archiver.outcome().unreadable.size(), 1U);
     EXPECT_EQ(
-        archiver.summary(),
+        archiver.outcome().summary(),
         QStringLiteral("4 chats archived, 4 entries that are no transcripts, 1 chat could not be read."));
     EXPECT_EQ(messagesInMbox(), 4);
     EXPECT_TRUE(mbox().contains("Subject: [IM] Kim\nDate: 04 Mar 05 11:03:22\n")) << mbox().constData();
@@ -157,11 +163,11 @@ TEST_F(Archiver, ReplacesTheMboxOfAnEarlierRun)
     const qsizetype size = mbox().size();
     archiver.beginArchiving();
     EXPECT_EQ(mbox().size(), size);
-    EXPECT_EQ(archiver.counts().archived, 1);
+    EXPECT_EQ(archiver.outcome().archived, 1);
 
     const auto target = write("precious", "keep me");
-    std::filesystem::remove(archiver.mboxPath());
-    std::filesystem::create_symlink(target, archiver.mboxPath());
+    std::filesystem::remove(archiver.outcome().mboxPath);
+    std::filesystem::create_symlink(target, archiver.outcome().mboxPath);
     archiver.beginArchiving();
     EXPECT_EQ(read(target), "keep me") << "a link is replaced, not followed";
     EXPECT_EQ(mbox().size(), size);
@@ -184,8 +190,8 @@ TEST_F(Archiver, PassesOverWhatIsNoOlderThanTheFolder)
     EXPECT_FALSE(allowed("missing"));
 
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.counts().archived, 1);
-    EXPECT_EQ(archiver.counts().passedOver, 2);
+    EXPECT_EQ(archiver.outcome().archived, 1);
+    EXPECT_EQ(archiver.outcome().passedOver, 2);
 }
 
 TEST_F(Archiver, GoesThroughWithTheRunWhenTheMboxCannotBeMade)
@@ -193,13 +199,34 @@ TEST_F(Archiver, GoesThroughWithTheRunWhenTheMboxCannotBeMade)
     addChat("Kim on x.ichat");
     write("Out", "an ordinary file");
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::MboxIncomplete);
     EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));
-    EXPECT_EQ(archiver.counts().notWritten, 1);
+    EXPECT_EQ(archiver.outcome().notWritten.size(), 1U);
     EXPECT_EQ(read(home() / "Out"), "an ordinary file");
     ASSERT_EQ(desktop.alerts.size(), 1U);
     EXPECT_EQ(desktop.alerts[0].title, QStringLiteral("Import Complete"));
     EXPECT_THAT(consoleLog().toStdString(), HasSubstr("Out/Prattlebug Archive mbox: Not a directory"));
+    EXPECT_EQ(archiver.outcome().whyNotWhole(), QStringLiteral("Not a directory"));
+}
+
+TEST_F(Archiver, TellsWhenTheMboxNoLongerStandsThere)
+{
+    addChat("Kim on x.ichat");
+    const auto out = home() / "Out";
+    const std::function<void()> meanwhile[] = {
+        [&] { std::filesystem::rename(out, home() / "Elsewhere"); },
+        [&] { std::filesystem::remove_all(out); },
+        [&] {
+            std::filesystem::remove_all(out);
+            write("Out/Prattlebug Archive mbox", "somebody else's");
+        },
+    };
+    for (const auto &happens : meanwhile) {
+        desktop.duringTheRun = happens;
+        archiver.beginArchiving();
+        EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::MboxIncomplete);
+        EXPECT_THAT(archiver.outcome().whyNotWhole().toStdString(), HasSubstr("moved, replaced or removed"));
+    }
 }
 
 TEST_F(Archiver, KeepsOnlyWholeMessagesWhenTheDiskFills)
@@ -213,10 +240,10 @@ TEST_F(Archiver, KeepsOnlyWholeMessagesWhenTheDiskFills)
         archiver.beginArchiving();
     }
 
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::MboxIncomplete);
     EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));
-    EXPECT_EQ(archiver.counts().notWritten, 2);
-    EXPECT_EQ(archiver.counts().archived, 3) << "a short one still fits behind";
+    EXPECT_EQ(archiver.outcome().notWritten.size(), 2U);
+    EXPECT_EQ(archiver.outcome().archived, 3) << "a short one still fits behind";
     EXPECT_EQ(messagesInMbox(), 3);
     EXPECT_TRUE(mbox().endsWith("\n--_____fbtvcfbtvcfbtvcfbtvcfbtvcfbtvcfbtvc--\n\n"));
     EXPECT_THAT(consoleLog().toStdString(),

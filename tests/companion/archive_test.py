@@ -5,12 +5,12 @@ import mailbox
 import os
 import re
 
-from companion import CompanionTest, PRATTLEBUG, TRANSCRIPTS, main
+from companion import CompanionTest, ORDINARY, PRATTLEBUG, TRANSCRIPTS, main
 
 
 class Archive(CompanionTest):
-    def archive(self, *options, code=0):
-        return self.run_companion("archive", *options, self.path("Out"), code=code)
+    def archive(self, *options, code=0, prefix=()):
+        return self.run_companion("archive", *options, self.path("Out"), code=code, prefix=prefix)
 
     def mbox_path(self):
         return self.path("Out/Prattlebug Archive mbox")
@@ -47,7 +47,7 @@ class Archive(CompanionTest):
                                     for form in ("subject", "plain", "html"))
             self.assertIn([plain, html], found[subject], path)
 
-    def test_runs_without_a_transcript_folder_and_with_an_output_that_cannot_be(self):
+    def test_what_cannot_work_is_refused_before_anything_is_done(self):
         output, errors = self.archive(code=1)
         self.assertEqual(output, "")
         self.assertEqual(errors, "You must have Prattlebug set up in order to use this program. Please go to the Prattlebug "
@@ -55,11 +55,38 @@ class Archive(CompanionTest):
                                  "prattlebug setup does that here: see prattlebug setup --help.\n")
         self.assertEqual(os.listdir(self.home), [])
 
-        os.makedirs(self.path(TRANSCRIPTS))
-        self.write("Out", b"an ordinary file")
-        output, errors = self.archive("--quiet", code=1)
-        self.assertIn("The archive file is ready", output)
-        self.assertEqual(errors, f"The mbox could not be written whole: {self.mbox_path()}\n")
+        self.add_samples()
+        file = self.write("file", b"an ordinary file")
+        locked = self.path("locked")
+        os.mkdir(locked, 0o555)
+        for folder, code, reason in (
+                ("", 2, "FOLDER: it is empty"),
+                (file, 1, f"{file}: a file of this name is there already\n"),
+                (self.path("a/b"), 1, f"{self.path('a/b')}: there is no folder {self.path('a')}\n"),
+                (locked, 1, f"{locked}: you may not make anything in {locked}\n"),
+                (self.path("x" * 256), 1, f"{self.path('x' * 256)}: the name is too long\n"),
+        ):
+            output, errors = self.run_companion("archive", folder, code=code, prefix=ORDINARY)
+            self.assertEqual(output, "")
+            self.assertIn(reason, errors)
+        self.assertEqual(sorted(os.listdir(self.home)), ["Documents", "Library", "file", "locked"])
+        self.assertEqual(sorted(os.listdir(self.path("Library/Prattlebug"))), ["contacts.vcf", "me.vcf"])
+
+    def test_an_mbox_that_cannot_be_written_whole_is_named_with_the_reason(self):
+        self.add_samples()
+        for size in (0, 10_000):
+            limited = ("sh", "-c", f"ulimit -f {size // 512}; exec \"$@\"", "sh")
+            output, errors = self.archive("--quiet", code=1, prefix=limited)
+            self.assertIn(f"The mbox could not be written whole: {self.mbox_path()}: File too large\n", errors)
+            self.assertLessEqual(os.path.getsize(self.mbox_path()), size)
+
+    def test_streams_that_are_closed_let_nothing_into_the_mbox(self):
+        self.add_samples()
+        for closed in ("2>&-", "<&- 2>&-", "<&- >&- 2>&-"):
+            code = 1 if ">&- 2" in closed else 0  # its output could not be written whole
+            self.archive(code=code, prefix=("sh", "-c", f"exec \"$@\" {closed}", "sh"))
+            with open(self.mbox_path(), "rb") as mbox:
+                self.assertNotIn(b"prattlebug[", mbox.read())
 
     def test_skip_new_passes_over_what_is_newer_than_the_folder(self):
         self.add_samples()
