@@ -65,7 +65,10 @@ void PBArchiver::beginArchiving()
     platform::DirectoryWalk walk(folder);
     std::error_code ignored; // a folder of that name may stand there already
     std::filesystem::create_directory(*output, ignored);
-    m_outcome.mboxPath = ArchiveTarget(*output).mboxPath();
+    const ArchiveTarget target(*output);
+    m_outcome.mboxPath = target.mboxPath();
+    if (const auto reason = target.keepPrevious())
+        platform::NSLogBytes(ArchiveOutcome::Failure{target.previousPath(), *reason}.line());
     std::string failure;
     NSFileHandle mbox = NSFileHandle::createFileAtPath(m_outcome.mboxPath, failure);
     if (!mbox.isOpen())
@@ -73,9 +76,13 @@ void PBArchiver::beginArchiving()
 
     m_desktop.startProgress(qsizetype(platform::contentsOfDirectory(folder).size()));
     qsizetype handled = 0;
+    bool isInterrupted = false;
     {
         const VORALogGenerator::Run run;
         while (const auto entry = walk.next()) {
+            isInterrupted = m_desktop.isInterrupted();
+            if (isInterrupted)
+                break;
             m_desktop.showEntry(*entry);
             processLog(folder / *entry, mbox);
             m_desktop.showProgress(++handled);
@@ -93,9 +100,18 @@ void PBArchiver::beginArchiving()
         else if (!mbox.standsAt(m_outcome.mboxPath))
             noteMboxFailure("it, or its folder, was moved, replaced or removed during the run");
     }
-    const bool isWhole = m_outcome.mboxFailure.isEmpty() && m_outcome.notWritten.empty();
-    m_outcome.ending = isWhole ? ArchiveOutcome::Ending::Done : ArchiveOutcome::Ending::MboxIncomplete;
+    using Ending = ArchiveOutcome::Ending;
+    const bool isWritten = m_outcome.mboxFailure.isEmpty() && m_outcome.notWritten.empty();
+    m_outcome.ending = isInterrupted ? Ending::Interrupted
+                       : isWritten   ? Ending::Done
+                                     : Ending::MboxIncomplete;
+    if (m_outcome.isMboxWhole())
+        target.dropPrevious();
+    else if (target.hasPrevious())
+        m_outcome.previousPath = target.previousPath();
     m_desktop.showOutcome(m_outcome);
+    if (isInterrupted)
+        return;
     m_desktop.runAlert({QStringLiteral("Import Complete"),
                         QStringLiteral("The archive file is ready to be imported into your mail client."),
                         QStringLiteral("OK"), false});
@@ -129,11 +145,13 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
     VORALogGenerator::GenerateLinkFiles(chatLog.get());
     VORALogGenerator::GenerateImageFiles(chatLog.get());
     VORALogGenerator::UpdateStatistics(*chatLog);
-    const auto failure = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
-    if (failure)
-        m_outcome.notWritten.push_back({path, *failure});
-    else
-        ++m_outcome.archived;
+    const Appending appending =
+        appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
+    switch (appending.result) {
+    case Appending::Appended: ++m_outcome.archived; break;
+    case Appending::TooLarge: m_outcome.tooLarge.push_back({path, appending.reason}); break;
+    case Appending::NotWritten: m_outcome.notWritten.push_back({path, appending.reason}); break;
+    }
 }
 
 bool PBArchiver::AllowLog(const std::filesystem::path &path) const
@@ -145,8 +163,8 @@ bool PBArchiver::AllowLog(const std::filesystem::path &path) const
     return entry && folder && *entry < *folder;
 }
 
-std::optional<QString> PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox,
-                                                 const NSDate &onDate)
+PBArchiver::Appending PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox,
+                                                const NSDate &onDate)
 {
     MboxMessage message{.address =
                             platform::CFPreferencesCopyAppValue(u"emailAddress").string().value_or(QString()),
@@ -161,15 +179,15 @@ std::optional<QString> PBArchiver::appendChatLog(const VORAChatLog &log, NSFileH
         platform::NSLog(
             QStringLiteral("The chat with %1 is too large for a mail message and has been left out.")
                 .arg(log.primaryOtherParty()));
-        return QStringLiteral("too large for a mail message");
+        return {Appending::TooLarge, QStringLiteral("too large for a mail message")};
     }
     if (!toMailbox.isOpen()) // logged once already, when it could not be opened
-        return QStringLiteral("there is no mbox");
+        return {Appending::NotWritten, QStringLiteral("there is no mbox")};
     if (const auto failure = toMailbox.writeData(mboxMessageBytes(message, std::time(nullptr)))) {
         const QString reason = platform::stringFromUtf8(*failure);
         platform::NSLog(QStringLiteral("The chat with %1 could not be written to the mbox: %2")
                             .arg(log.primaryOtherParty(), reason));
-        return reason;
+        return {Appending::NotWritten, reason};
     }
-    return std::nullopt;
+    return {Appending::Appended, {}};
 }

@@ -33,11 +33,15 @@ public:
     /// was created before the transcript folder itself.
     [[nodiscard]] bool AllowLog(const std::filesystem::path &path) const;
 
-    /// Appends @p log to the mbox as one message, from the user to the user, dated @p onDate.
-    /// @return nothing when it stands there, else the reason in English, which the console log gets too; the
-    /// file ends with the message before then.
-    std::optional<QString> appendChatLog(const VORAChatLog &log, platform::NSFileHandle &toMailbox,
-                                         const platform::NSDate &onDate);
+    /// What came of appending a chat to the mbox.
+    struct Appending {
+        enum Result { Appended, TooLarge, NotWritten } result;
+        QString reason; ///< why not, in English, which the console log gets too
+    };
+    /// Appends @p log to the mbox as one message, from the user to the user, dated @p onDate. When that
+    /// fails, the file ends with the message before.
+    Appending appendChatLog(const VORAChatLog &log, platform::NSFileHandle &toMailbox,
+                            const platform::NSDate &onDate);
 
     /// What became of the last run, or so far of the one that goes on.
     [[nodiscard]] const ArchiveOutcome &outcome() const { return m_outcome; }

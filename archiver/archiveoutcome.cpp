@@ -34,12 +34,26 @@ QString ArchiveOutcome::summary() const
         parts += QString::number(passedOver) + QStringLiteral(" passed over as new");
     if (!unreadable.empty())
         parts += chats(unreadable.size()) + QStringLiteral(" could not be read");
-    if (!notWritten.empty())
-        parts += chats(notWritten.size()) + QStringLiteral(" could not be written");
+    if (!notWritten.empty() || !tooLarge.empty())
+        parts += chats(notWritten.size() + tooLarge.size()) + QStringLiteral(" could not be written");
     if (!unreadFolders.empty())
         parts += counted(unreadFolders.size(), QStringLiteral("folder"), QStringLiteral("folders")) +
                  QStringLiteral(" could not be read");
     return parts.join(QStringLiteral(", ")) + u'.';
+}
+
+QByteArrayList ArchiveOutcome::failureLines() const
+{
+    QByteArrayList lines;
+    const auto add = [&lines](const char *what, const std::vector<Failure> &failures) {
+        for (const Failure &failure : failures)
+            lines += what + failure.line();
+    };
+    add("Could not be read: ", unreadable);
+    add("Could not be written: ", tooLarge);
+    add("Could not be written: ", notWritten);
+    add("Could not be read: ", unreadFolders);
+    return lines;
 }
 
 QString ArchiveOutcome::whyNotWhole() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QString>
 
 #include <filesystem>
@@ -12,8 +13,9 @@ struct ArchiveOutcome {
         NotRun,
         NoTranscriptFolder,
         Cancelled,
-        Done,           ///< the mbox holds every chat that could be read
+        Done,           ///< the mbox holds every chat that was found, could be read and fits into a mail
         MboxIncomplete, ///< the run went through, but the mbox could not be made or written whole
+        Interrupted,    ///< by the user, after some entries
     };
 
     /// A file or folder that something did not work with.
@@ -34,15 +36,23 @@ struct ArchiveOutcome {
     qsizetype passedOver = 0;           ///< by the check box
     std::vector<Failure> unreadFolders; ///< folders of which entries may be missing
     std::vector<Failure> unreadable;    ///< named as transcripts, but no well-formed ones
-    std::vector<Failure> notWritten;    ///< loaded, but their message does not stand in the mbox
+    std::vector<Failure> tooLarge;      ///< loaded, but too large for a mail message
+    std::vector<Failure> notWritten;    ///< loaded, but the mbox did not take their message
 
-    [[nodiscard]] bool isMboxWhole() const { return ending == Ending::Done; }
-    /// Whether there was nothing that the user has to look after. A damaged transcript is none: it stays as
-    /// it is, however often the command runs.
-    [[nodiscard]] bool isComplete() const { return isMboxWhole() && unreadFolders.empty(); }
+    /// The mbox of the run before, where it stays since the new one is not whole; else empty.
+    std::filesystem::path previousPath;
+
+    /// Whether the mbox can take the place of an earlier one. A chat that is too large for a mail, or a
+    /// damaged one, stays so however often the command runs; it counts for nothing here.
+    [[nodiscard]] bool isMboxWhole() const { return ending == Ending::Done && unreadFolders.empty(); }
+    /// Whether the mbox holds every chat but the damaged ones.
+    [[nodiscard]] bool isComplete() const { return isMboxWhole() && tooLarge.empty(); }
 
     /// The counts in a line for people: "14 chats archived, 2 chats could not be read."
     [[nodiscard]] QString summary() const;
-    /// Why the mbox is not whole, in English: the first reason of those that there are.
+    /// A line for each chat and folder that could not be read or written, with the reason; UTF-8, but for the
+    /// paths.
+    [[nodiscard]] QByteArrayList failureLines() const;
+    /// Why the mbox could not be written whole, in English: the first reason of those that there are.
     [[nodiscard]] QString whyNotWhole() const;
 };

@@ -42,6 +42,10 @@ public:
     /// Tells which entry is being handled.
     virtual void showEntry(const std::filesystem::path &entry) = 0;
 
+    /// Asked after each entry: whether the run is to end here, with what it has. Where nobody can say so,
+    /// never.
+    [[nodiscard]] virtual bool isInterrupted() const { return false; }
+
     /// Tells how the run went, when every entry has been handled and before the last alert.
     virtual void showOutcome(const ArchiveOutcome &outcome) = 0;
 

@@ -1,10 +1,14 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/interruption.h"
 
 #include "archiver/PBArchiver.h"
 #include "archiver/archivetarget.h"
 
+#include "platform/files/directorywalk.h"
 #include "platform/files/files.h"
+
+#include <QLocale>
 
 #include <memory>
 
@@ -12,11 +16,32 @@ namespace companion {
 
 namespace {
 
+/// How many entries a walk of the transcript folder will come to, and how many of them are named as
+/// transcripts are.
+struct Total {
+    qsizetype entries = 0;
+    qsizetype transcripts = 0;
+};
+
+Total countEntries(const std::filesystem::path &folder)
+{
+    Total total;
+    platform::DirectoryWalk walk(folder);
+    while (const auto entry = walk.next()) {
+        ++total.entries;
+        if ((entry->extension() == ".chat" || entry->extension() == ".ichat") &&
+            entry->filename().native().find(" on ") != std::string::npos)
+            ++total.transcripts;
+    }
+    return total;
+}
+
 /// The archiving command's desktop where there is no window: the answers come from the command line.
 class ConsoleDesktop final : public DesktopInterface {
 public:
-    ConsoleDesktop(ConsoleHost &host, const std::filesystem::path &folder, bool skipChats)
-        : m_host(host), m_target(folder), m_skipChats(skipChats)
+    ConsoleDesktop(ConsoleHost &host, const Interruption &interruption, const std::filesystem::path &folder,
+                   bool skipChats)
+        : m_host(host), m_interruption(interruption), m_target(folder), m_skipChats(skipChats)
     {
     }
 
@@ -27,6 +52,8 @@ public:
             printError(QByteArrayView(ArchiveOutcome::Failure{m_target.folder(), *obstacle}.line()));
             return std::nullopt;
         }
+        if (const auto warning = m_target.warning())
+            printError(*warning);
         return m_target.folder();
     }
 
@@ -35,45 +62,81 @@ public:
         m_host.endProgress();
         if (alert.isError)
             printError(alert.text);
-        else
+        else if (m_isMboxWhole)
             printLine(alert.text);
     }
 
     [[nodiscard]] bool skipChats() const override { return m_skipChats; }
-    void startProgress(qsizetype maximum) override { m_host.showProgress(0, m_maximum = maximum); }
-    void showProgress(qsizetype value) override { m_host.showProgress(value, m_maximum); }
-    void showEntry(const std::filesystem::path & /*entry*/) override {} // the console log names it
-    void showOutcome(const ArchiveOutcome & /*outcome*/) override {}    // printed at the end
-    void reveal(const std::filesystem::path & /*path*/) override {}     // the path is printed at the end
+    /// The command's own maximum counts the top level alone.
+    void startProgress(qsizetype /*maximum*/) override
+    {
+        m_total = countEntries(PBArchiver::transcriptFolder());
+        m_host.showProgress(0, m_total.entries);
+    }
+    void showProgress(qsizetype value) override { m_host.showProgress(value, m_total.entries); }
+    void showEntry(const std::filesystem::path &entry) override
+    {
+        m_host.setEntry(QByteArray::fromStdString((PBArchiver::transcriptFolder() / entry).native()));
+    }
+    [[nodiscard]] bool isInterrupted() const override { return m_interruption.signal() != 0; }
+    void showOutcome(const ArchiveOutcome &outcome) override
+    {
+        m_host.endProgress();
+        m_isMboxWhole = outcome.isMboxWhole();
+    }
+    void reveal(const std::filesystem::path & /*path*/) override {} // the path is printed at the end
+
+    [[nodiscard]] const Total &total() const { return m_total; }
 
 private:
     ConsoleHost &m_host;
+    const Interruption &m_interruption;
     ArchiveTarget m_target;
     bool m_skipChats;
-    qsizetype m_maximum = 0;
+    bool m_isMboxWhole = false;
+    Total m_total;
 };
+
+void printInterruption(const ArchiveOutcome &outcome, qsizetype total)
+{
+    const QLocale english(QLocale::English);
+    QByteArray text = "Interrupted: " + english.toString(outcome.archived).toLatin1() + " of " +
+                      english.toString(total).toLatin1() + (total == 1 ? " chat is in " : " chats are in ") +
+                      QByteArray::fromStdString(outcome.mboxPath.native());
+    if (!outcome.previousPath.empty())
+        text += "; the archive before it is " + QByteArray::fromStdString(outcome.previousPath.native());
+    printError(QByteArrayView(text));
+}
 
 int archive(const std::filesystem::path &folder, bool skipNew)
 {
+    using Ending = ArchiveOutcome::Ending;
+    const Interruption interruption;
     ConsoleHost host(verbosity() == Verbosity::Quiet);
-    ConsoleDesktop desktop(host, folder, skipNew);
+    ConsoleDesktop desktop(host, interruption, folder, skipNew);
     PBArchiver archiver(desktop);
     archiver.beginArchiving();
     const ArchiveOutcome &outcome = archiver.outcome();
-    if (outcome.ending == ArchiveOutcome::Ending::NoTranscriptFolder) {
+    if (outcome.ending == Ending::NoTranscriptFolder)
         printError(QStringLiteral("prattlebug setup does that here: see prattlebug setup --help."));
+    if (outcome.mboxPath.empty())
         return exitFailed;
-    }
-    if (outcome.ending == ArchiveOutcome::Ending::Cancelled)
-        return exitFailed;
+
     printLine(outcome.summary());
-    for (const ArchiveOutcome::Failure &folder : outcome.unreadFolders)
-        printError(QByteArrayView("Could not be read: " + folder.line()));
-    if (outcome.isMboxWhole())
-        printLine(QByteArrayView(outcome.mboxPath.native()));
-    else
+    for (const QByteArray &line : outcome.failureLines())
+        printError(QByteArrayView(line));
+    if (const QString reason = outcome.whyNotWhole(); !reason.isEmpty())
         printError(QByteArrayView("The mbox could not be written whole: " +
-                                  ArchiveOutcome::Failure{outcome.mboxPath, outcome.whyNotWhole()}.line()));
+                                  ArchiveOutcome::Failure{outcome.mboxPath, reason}.line()));
+    if (outcome.ending == Ending::Interrupted) {
+        printInterruption(outcome, desktop.total().transcripts);
+        return exitSignalled + interruption.signal();
+    }
+    if (outcome.ending == Ending::Done)
+        printLine(QByteArrayView(outcome.mboxPath.native()));
+    if (!outcome.previousPath.empty())
+        printError(QByteArrayView("The archive before it is " +
+                                  QByteArray::fromStdString(outcome.previousPath.native())));
     return outcome.isComplete() ? exitDone : exitFailed;
 }
 
@@ -88,14 +151,17 @@ void addArchiveCommand(CLI::App &commands, Action &action)
     const auto options = std::make_shared<Options>();
     CLI::App *command =
         commands.add_subcommand("archive", "Write every chat of the transcript folder into one mbox file");
-    command->add_option("FOLDER", options->folder, "Folder to make for the mbox; an mbox in it is replaced")
+    command
+        ->add_option("FOLDER", options->folder,
+                     "Folder to make for the mbox; an mbox in it is replaced, once the new one is whole")
         ->required()
         ->check([](const std::string &folder) { return folder.empty() ? "it is empty" : ""; });
     command->add_flag("--skip-new", options->skipNew,
                       "Leave out chats created after the transcript folder was");
     command->footer("Example: prattlebug archive ~/\"Prattlebug Archive\"\n"
                     "Exit code: 0 when done, 1 when there is no transcript folder, a folder in it cannot be "
-                    "read, FOLDER cannot be made,\nor the mbox could not be written whole.");
+                    "read, FOLDER cannot be made,\nor the mbox could not be written whole; 128 and the "
+                    "signal's number when it was interrupted.");
     command->callback(
         [options, &action] { action = [options] { return archive(options->folder, options->skipNew); }; });
 }

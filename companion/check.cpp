@@ -36,11 +36,23 @@ public:
         }
     }
 
-    /// @param folder where entries may be missing.
-    void unreadFolder(const std::filesystem::path &folder, const std::string &reason)
+    /// Checks everything below @p path, at every depth.
+    void folder(const std::filesystem::path &path)
     {
-        ++m_unreadFolders;
-        print(folder, platform::stringFromUtf8(reason));
+        platform::DirectoryWalk walk(path);
+        std::vector<std::filesystem::path> entries;
+        while (auto entry = walk.next())
+            entries.push_back(std::move(*entry));
+        qsizetype handled = 0;
+        for (const std::filesystem::path &entry : entries) {
+            file(path / entry, false);
+            m_host.showProgress(++handled, qsizetype(entries.size()));
+        }
+        for (const auto &[unread, reason] : walk.unreadFolders()) {
+            ++m_unreadFolders;
+            print(unread.empty() ? path : path / unread, platform::stringFromUtf8(reason));
+        }
+        m_host.endProgress();
     }
 
     [[nodiscard]] int finish() const
@@ -61,12 +73,14 @@ public:
     }
 
 private:
-    static void print(const std::filesystem::path &path, const QString &reason)
+    void print(const std::filesystem::path &path, const QString &reason)
     {
+        m_host.endProgress(); // shown again with the next entry
         printLine(QByteArrayView(QByteArray::fromStdString(path.native()) + ": " +
                                  platform::utf8FromString(reason)));
     }
 
+    ConsoleHost m_host{verbosity() == Verbosity::Quiet};
     qsizetype m_readable = 0;
     qsizetype m_unreadable = 0;
     qsizetype m_passedOver = 0;
@@ -76,8 +90,13 @@ private:
 int check(const std::vector<std::string> &files)
 {
     Check check;
-    for (const std::string &file : files)
-        check.file(file, true);
+    for (const std::string &file : files) {
+        std::error_code error;
+        if (std::filesystem::is_directory(file, error))
+            check.folder(file);
+        else
+            check.file(file, true);
+    }
     if (files.empty()) {
         const std::filesystem::path folder = PBArchiver::transcriptFolder();
         if (!platform::fileExists(folder)) {
@@ -85,11 +104,7 @@ int check(const std::vector<std::string> &files)
                                       QByteArray::fromStdString(folder.native())));
             return exitFailed;
         }
-        platform::DirectoryWalk walk(folder);
-        while (const auto entry = walk.next())
-            check.file(folder / *entry, false);
-        for (const auto &[unread, reason] : walk.unreadFolders())
-            check.unreadFolder(unread.empty() ? folder : folder / unread, reason);
+        check.folder(folder);
     }
     return check.finish();
 }
@@ -101,7 +116,8 @@ void addCheckCommand(CLI::App &commands, Action &action)
     const auto files = std::make_shared<std::vector<std::string>>();
     CLI::App *command = commands.add_subcommand(
         "check", "Decode transcripts without writing anything and list those that cannot be read");
-    command->add_option("FILES", *files, "Transcripts; without any, all of the transcript folder");
+    command->add_option("FILES", *files,
+                        "Transcripts, or folders of them; without any, the transcript folder");
     command->footer("Example: prattlebug check\nWith --verbose those that can be read are listed too.\nExit "
                     "code: 1 when there are transcripts or folders that cannot be read.");
     command->callback([files, &action] { action = [files] { return check(*files); }; });

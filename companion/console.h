@@ -2,6 +2,7 @@
 
 #include "platform/host.h"
 
+#include <QByteArray>
 #include <QByteArrayView>
 #include <QStringView>
 
@@ -39,6 +40,9 @@ public:
 
     /// Shows the bar at @p value of @p maximum; a value past the maximum shows it full.
     void showProgress(qsizetype value, qsizetype maximum);
+    /// Names the file that is at work. While the bar is shown, a line of the console log that holds nothing
+    /// but that name is left out, unless everything is to be told (Verbosity::Verbose).
+    void setEntry(QByteArray path) { m_entry = std::move(path); }
     /// Takes the bar away.
     void endProgress();
 
@@ -50,6 +54,7 @@ private:
     bool m_quiet;
     bool m_terminal;
     bool m_barShown = false;
+    QByteArray m_entry;
     qsizetype m_value = 0;
     qsizetype m_maximum = 0;
 };

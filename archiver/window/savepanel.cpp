@@ -207,6 +207,8 @@ void SavePanel::describeChoice()
         m_consequence->clear();
     else if (obstacle)
         m_consequence->setText(tr("No archive can be made: %1.").arg(shortened(*obstacle)));
+    else if (const auto warning = ArchiveTarget(*chosen).warning())
+        m_consequence->setText(*warning);
     else if (ArchiveTarget(*chosen).isThere())
         m_consequence->setText(
             tr("This folder is there already. An archive in it from an earlier time will be replaced."));

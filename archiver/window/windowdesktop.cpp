@@ -5,6 +5,7 @@
 #include "archiver/window/savepanel.h"
 
 #include "platform/files/files.h"
+#include "platform/text/encoding.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -68,9 +69,12 @@ void WindowDesktop::showEntry(const std::filesystem::path &entry)
 void WindowDesktop::showOutcome(const ArchiveOutcome &outcome)
 {
     QString text = outcome.summary();
-    if (!outcome.isMboxWhole())
+    if (outcome.ending == ArchiveOutcome::Ending::MboxIncomplete)
         text += QStringLiteral(" The mbox could not be written whole: %1.").arg(outcome.whyNotWhole());
-    m_window.showOutcome(text);
+    if (!outcome.previousPath.empty())
+        text += QStringLiteral(" The one before it is kept as %1.")
+                    .arg(platform::displayPath(outcome.previousPath.filename()));
+    m_window.showOutcome(text, platform::stringFromUtf8(outcome.failureLines().join('\n')));
     m_window.setArchiving(false);
 }
 

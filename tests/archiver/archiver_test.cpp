@@ -1,8 +1,11 @@
 #include "archiver/PBArchiver.h"
+#include "archiver/archivetarget.h"
 
 #include "tests/support/fulldisk.h"
 #include "tests/support/testhome.h"
 #include "tests/support/transcripts.h"
+
+#include "platform/files/directorywalk.h"
 
 #include <gmock/gmock.h>
 
@@ -21,11 +24,13 @@ public:
     std::optional<std::filesystem::path> answer;
     bool checked = false;
     std::function<void()> duringTheRun;
+    int entriesUntilInterrupted = -1; ///< not, when negative
 
     std::vector<SavePanel> panels;
     std::vector<Alert> alerts;
     std::vector<qsizetype> progress; ///< the maximum, then the values
-    std::vector<bool> wholeMboxes;   ///< what showOutcome() was told
+    size_t alertsBefore = 0;
+    std::vector<bool> wholeMboxes; ///< what showOutcome() was told
     std::vector<std::filesystem::path> revealed;
 
     std::optional<std::filesystem::path> runSavePanel(const SavePanel &panel) override
@@ -42,10 +47,14 @@ public:
         if (duringTheRun)
             std::exchange(duringTheRun, nullptr)();
     }
+    [[nodiscard]] bool isInterrupted() const override
+    {
+        return entriesUntilInterrupted >= 0 && qsizetype(progress.size()) - 1 >= entriesUntilInterrupted;
+    }
     void showOutcome(const ArchiveOutcome &outcome) override
     {
-        EXPECT_EQ(alerts.size(), wholeMboxes.size())
-            << "the outcome stands there when the last alert is shown";
+        EXPECT_EQ(alerts.size(), alertsBefore) << "the outcome stands there when the last alert is shown";
+        alertsBefore += outcome.ending == ArchiveOutcome::Ending::Interrupted ? 0 : 1;
         wholeMboxes.push_back(outcome.isMboxWhole());
     }
     void reveal(const std::filesystem::path &path) override { revealed.push_back(path); }
@@ -67,9 +76,9 @@ protected:
 
     [[nodiscard]] QByteArray mbox() const { return read(home() / "Out" / "Prattlebug Archive mbox"); }
     /// How many messages a reader finds in the mbox.
-    [[nodiscard]] qsizetype messagesInMbox() const
+    [[nodiscard]] qsizetype messagesInMbox() const { return messagesIn(mbox()); }
+    [[nodiscard]] static qsizetype messagesIn(const QByteArray &bytes)
     {
-        const QByteArray bytes = mbox();
         return bytes.count("\n\nFrom ") + (bytes.startsWith("From ") ? 1 : 0);
     }
 
@@ -171,6 +180,53 @@ TEST_F(Archiver, ReplacesTheMboxOfAnEarlierRun)
     archiver.beginArchiving();
     EXPECT_EQ(read(target), "keep me") << "a link is replaced, not followed";
     EXPECT_EQ(mbox().size(), size);
+}
+
+TEST_F(Archiver, KeepsTheEarlierMboxUntilTheNewOneIsWhole)
+{
+    for (int i = 0; i < 3; ++i)
+        addChat("Kim on " + std::to_string(i) + ".ichat");
+    const auto previous = home() / "Out/Prattlebug Archive mbox.previous";
+    enum Run { Whole, Interrupted, DiskFull };
+    const auto run = [&](Run kind) {
+        desktop.entriesUntilInterrupted = kind == Interrupted ? 1 : -1;
+        std::optional<FullDisk> disk;
+        if (kind == DiskFull)
+            disk.emplace(1500);
+        archiver.beginArchiving();
+    };
+    struct Case {
+        std::vector<Run> runs;
+        qsizetype messages;                        ///< in the mbox
+        std::optional<qsizetype> previousMessages; ///< nothing when there is no .previous
+    };
+    for (const auto &[runs, messages, previousMessages] : {
+             Case{{Whole, Whole}, 3, {}},
+             Case{{Whole, Interrupted}, 1, 3},
+             Case{{Whole, DiskFull}, 1, 3},
+             Case{{Whole, Interrupted, DiskFull}, 1, 3},
+             Case{{Whole, Interrupted, Interrupted, Whole}, 3, {}},
+             Case{{Interrupted, Interrupted}, 1, {}}, // what a first run has left unfinished is not kept
+             Case{{Interrupted, Whole, Interrupted}, 1, 3},
+         }) {
+        std::filesystem::remove_all(home() / "Out");
+        for (const Run kind : runs)
+            run(kind);
+        EXPECT_EQ(messagesInMbox(), messages);
+        EXPECT_EQ(archiver.outcome().previousPath.empty(), !previousMessages);
+        EXPECT_EQ(std::filesystem::exists(previous), previousMessages.has_value());
+        EXPECT_EQ(messagesIn(read(previous)), previousMessages.value_or(0));
+    }
+
+    // Something else of that name is left alone.
+    run(Whole);
+    std::filesystem::create_symlink("elsewhere", previous);
+    EXPECT_TRUE(ArchiveTarget(home() / "Out").warning());
+    run(Interrupted);
+    EXPECT_TRUE(std::filesystem::is_symlink(previous));
+    EXPECT_THAT(consoleLog().toStdString(), HasSubstr(".previous: it is no regular file"));
+    run(Whole);
+    EXPECT_EQ(platform::contentsOfDirectory(home() / "Out").size(), 2U) << "the mbox and the link";
 }
 
 TEST_F(Archiver, PassesOverWhatIsNoOlderThanTheFolder)

@@ -1,11 +1,16 @@
 """The archiving command from the console, and what mail programs make of the mbox."""
 
 import glob
+import json
 import mailbox
 import os
 import re
+import shutil
+import signal
+import subprocess
+import time
 
-from companion import CompanionTest, ORDINARY, PRATTLEBUG, TRANSCRIPTS, main
+from companion import CompanionTest, ORDINARY, PRATTLEBUG, SAMPLES, TRANSCRIPTS, main
 
 
 class Archive(CompanionTest):
@@ -14,6 +19,10 @@ class Archive(CompanionTest):
 
     def mbox_path(self):
         return self.path("Out/Prattlebug Archive mbox")
+
+    def counted(self):
+        """How many chats the statistics have counted."""
+        return json.loads(self.run_companion("stats", "--json")[0])["chatcount"]
 
     def test_every_sample_is_a_message_that_readers_find(self):
         self.add_samples()
@@ -96,17 +105,59 @@ class Archive(CompanionTest):
 
     def test_the_bar_keeps_the_last_line_of_a_terminal(self):
         self.add_samples()
-        code, shown = self.run_in_terminal(PRATTLEBUG, "archive", self.path("Out"))
-        self.assertEqual(code, 0)
-        log_lines = [line for line in shown.split(b"\r\n") if b"prattlebug[" in line]
-        self.assertEqual(len(log_lines), 22)
-        for line in log_lines:
-            self.assertRegex(line, rb"entries\r\x1b\[K\d{4}-", "the bar is erased before the log goes on")
-        self.assertIn(b"] 22 entries", shown)
-        self.assertRegex(shown, rb"\r\x1b\[KThe archive file is ready")
+        broken = self.write(os.path.join(TRANSCRIPTS, "broken on x.chat"), b"no chat")
+        for option, logged in (("--verbose", 23), (None, 0)):
+            code, shown = self.run_in_terminal(PRATTLEBUG, "archive", *filter(None, [option]), self.path("Out"))
+            self.assertEqual(code, 0)
+            entries = [line for line in shown.split(b"\r\n") if re.search(rb"prattlebug\[\d+\] [^:]*$", line)]
+            self.assertEqual(len(entries), logged, shown)
+            for line in entries:
+                self.assertRegex(line, rb"entries\r\x1b\[K\d{4}-", "the bar is erased before the log goes on")
+            self.assertIn(b"] 23 entries", shown)
+            self.assertIn(f"{broken}: ".encode(), shown, "that one cannot be read is told at once")
+            self.assertRegex(shown, rb"\r\x1b\[KThe archive file is ready")
         _, quiet = self.run_in_terminal(PRATTLEBUG, "archive", "--quiet", self.path("Out"))
         self.assertNotIn(b"\x1b", quiet)
-        self.assertEqual(quiet.count(b"\n"), 3)
+        self.assertEqual(quiet.count(b"\n"), 4)
+
+    def test_what_could_not_be_archived_is_listed(self):
+        self.add_samples()
+        broken = self.write(os.path.join(TRANSCRIPTS, "broken on x.chat"), b"no chat")
+        output, errors = self.archive("--quiet")
+        self.assertIn("1 chat could not be read", output)
+        self.assertRegex(errors, "^Could not be read: " + re.escape(broken) + ": .*\n$")
+
+    def test_a_signal_ends_the_run_after_the_chat_at_hand(self):
+        """Holds the program in the middle of its work: its console log goes into a pipe that nobody empties."""
+        self.add_samples()
+        self.archive()
+        for number in range(300):
+            shutil.copy2(os.path.join(SAMPLES, "chats/Gus on 2005-04-02 at 09.12.chat"), self.path(TRANSCRIPTS, f"Gus on {number}.chat"))
+        before = self.counted()
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with subprocess.Popen([PRATTLEBUG, "archive", self.path("Out")], env=self.environment, stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE, pipesize=4096) as run:
+                run.stderr.read(2048)
+                run.send_signal(number)
+                output, errors = run.communicate(timeout=60)
+            self.assertEqual(run.returncode, 128 + number)
+            self.assertNotIn(b"The archive file is ready", output)
+            told = re.search(rb"(?m)^Interrupted: (\d+) of 318 chats are in (.*); the archive before it is (.*)$", errors)
+            self.assertEqual(told.group(2, 3), (self.mbox_path().encode(), self.mbox_path().encode() + b".previous"))
+            done = int(told.group(1))
+            self.assertTrue(0 < done < 300, done)
+            for path, count in ((self.mbox_path(), done), (self.mbox_path() + ".previous", 18)):
+                mbox = mailbox.mbox(path)
+                self.assertEqual(len(mbox), count)
+                mbox.close()
+            self.assertEqual(self.counted(), before + done, "what has been archived has been counted")
+            before += done
+        with subprocess.Popen([PRATTLEBUG, "archive", self.path("Out")], env=self.environment, stderr=subprocess.PIPE, pipesize=4096) as run:
+            run.stderr.read(2048)
+            run.send_signal(signal.SIGINT)
+            time.sleep(0.1)
+            run.send_signal(signal.SIGINT)
+            self.assertEqual(run.wait(60), -signal.SIGINT, "a second one ends it at once")
 
 
 main()

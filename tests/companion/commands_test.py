@@ -85,6 +85,7 @@ class Commands(CompanionTest):
         output, _ = self.run_companion("check", code=1)
         self.assertIn(f"{broken}: offset ", output)
         self.assertIn("18 can be read, 1 cannot.", output)
+        self.assertEqual(self.run_companion("check", self.path(TRANSCRIPTS, "deep"), code=1)[0].splitlines()[-1], "0 can be read, 1 cannot.")
         self.assertEqual(self.run_companion("check", KIM)[0], "1 can be read, 0 cannot.\n")
         self.assertIn("0 can be read, 1 cannot.", self.run_companion("check", self.write("Notes.txt", b""), code=1)[0])
 

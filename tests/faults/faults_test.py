@@ -22,6 +22,7 @@ RESOURCES = os.path.join(SAMPLES, "../resources")
 SUPPORT = "Library/Prattlebug"
 PREFERENCES = "Library/Preferences/com.velmoria.prattlebug.plist"
 MBOX = "Out/Prattlebug Archive mbox"
+PREVIOUS = MBOX + ".previous"
 STORES = ("gatheredURLs.plist", "gatheredImages.plist", "talkmeter.plist")
 CHATS = (  # with links, a PDF document, a folder and pictures
     "Bob on Mars on 2004-01-24 at 22.50.chat",
@@ -181,8 +182,9 @@ class Faults(FaultTest):
         folder = os.path.dirname(self.path(PREFERENCES))
         for name in os.listdir(folder):  # temporaries too
             self.assertEqual(stat.S_IMODE(os.stat(os.path.join(folder, name)).st_mode) & 0o077, 0, (what, name))
-        if os.path.exists(self.path("Out")):  # where nothing is ever written under another name
-            self.assertLessEqual(set(os.listdir(self.path("Out"))), {os.path.basename(MBOX)}, what)
+        # Whatever became of the run, a whole mbox stands there.
+        self.assertLessEqual(set(os.listdir(self.path("Out"))), {os.path.basename(MBOX), os.path.basename(PREVIOUS)}, what)
+        self.assertEqual(self.messages(PREVIOUS if os.path.exists(self.path(PREVIOUS)) else MBOX), self.mbox, what)
         return temporaries(os.path.join("Support", name) for name in held) + temporaries(
             os.path.join("Preferences", name) for name in os.listdir(folder))
 
@@ -203,6 +205,7 @@ class Faults(FaultTest):
                 self.assertEqual(self.archive(), 0)
                 self.assertEqual(self.check(at), [])
                 self.assertEqual(self.messages(), self.mbox)
+                self.assertFalse(os.path.exists(self.path(PREVIOUS)))
         self.assertGreater(sum(map(bool, left)), KILLS // 4, "hardly any was killed while it had a temporary")
         self.assertLessEqual({"Support", "Support/Images", "Preferences"}, set().union(*left))
 

@@ -82,6 +82,8 @@ class ArchivingTest(WindowTest):
     def test_from_the_button_to_the_end(self):
         self.set_up_samples()
         subprocess.run([companion, "--home", self.home, "prefs", "emailAddress", "sam@example.org"], check=True)
+        broken = self.transcripts / "broken on x.chat"
+        broken.write_bytes(b"no chat")
         application = self.start()
         application.window.find("push button", "Archive Chats…").click()
         panel = application.wait_for_window(PANEL)
@@ -90,8 +92,13 @@ class ArchivingTest(WindowTest):
         self.assertEqual(panel.find("combo box").name, str(self.home))
         panel.find("push button", "Save").click()
         line = self.dismiss_completion(application)
-        self.assertRegex(line, r"^18 chats archived, \d+ entries that are no transcripts\.$")
+        self.assertRegex(line, r"^18 chats archived, \d+ entries that are no transcripts, 1 chat could not be read\.$")
         self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.mbox}"])
+        application.window.find("push button", "Details…").click()
+        details = application.wait_for_window("What Could Not Be Archived")
+        self.assertRegex(details.find("text").text, f"^Could not be read: {re.escape(str(broken))}: .+$")
+        self.desktop.press("Escape")
+        application.wait_for_window(WINDOW)
         self.assertEqual(self.mbox.read_bytes().count(b"\nTo: sam@example.org\n"), 18)
         self.check_mbox()
         self.desktop.press("ctrl+q")
