@@ -1,5 +1,6 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/transcript.h"
 #include "companion/transcriptcopies.h"
 
 #include "archiver/PBArchiver.h"
@@ -21,7 +22,7 @@ public:
     /// @param named whether the user has named the file: then it should be a transcript.
     void file(const std::filesystem::path &path, bool named)
     {
-        const VORAChatLog::Loading loading = VORAChatLog::load(path);
+        const VORAChatLog::Loading loading = named ? loadTranscript(path) : VORAChatLog::load(path);
         if (loading.outcome == VORAChatLog::Outcome::Loaded) {
             ++m_readable;
             if (verbosity() == Verbosity::Verbose)
@@ -29,8 +30,7 @@ public:
         } else if (named || loading.outcome == VORAChatLog::Outcome::Unreadable) {
             ++m_unreadable;
             print(path, loading.reason);
-        } else if ((path.extension() == ".chat" || path.extension() == ".ichat") &&
-                   !TranscriptCopies::hasArchivedCopy(path)) {
+        } else if (isNamedAsTranscript(path) && !TranscriptCopies::hasArchivedCopy(path)) {
             ++m_passedOver; // well formed, but the archiver passes over it
             print(path, loading.reason);
         }
@@ -90,12 +90,13 @@ private:
 int check(const std::vector<std::string> &files)
 {
     Check check;
-    for (const std::string &file : files) {
+    for (const std::string &given : files) {
+        const std::filesystem::path path = transcriptPath(given);
         std::error_code error;
-        if (std::filesystem::is_directory(file, error))
-            check.folder(file);
+        if (std::filesystem::is_directory(path, error))
+            check.folder(path);
         else
-            check.file(file, true);
+            check.file(path, true);
     }
     if (files.empty()) {
         const std::filesystem::path folder = PBArchiver::transcriptFolder();

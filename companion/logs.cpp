@@ -1,5 +1,6 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/transcript.h"
 
 #include "VORAChatLog.h"
 
@@ -52,9 +53,10 @@ int fail(const std::filesystem::path &path, const std::string &reason)
     return exitFailed;
 }
 
-int extend(const LogKind &kind, const std::filesystem::path &file, const std::filesystem::path &log)
+int extend(const LogKind &kind, const std::string &given, const std::filesystem::path &log)
 {
-    const VORAChatLog::Loading loading = VORAChatLog::load(file);
+    const std::filesystem::path file = transcriptPath(given);
+    const VORAChatLog::Loading loading = loadTranscript(file);
     if (!loading.chatLog)
         return fail(file, platform::utf8FromString(loading.reason).toStdString());
     const platform::FileContents before = platform::readWholeFile(log);

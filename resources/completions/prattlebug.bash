@@ -3,7 +3,7 @@
 _prattlebug() {
     local current=$2 previous=$3
     local everywhere="--help --home --quiet --verbose"
-    local commands="setup archive search show stats pages link-log image-log check inspect prefs status send"
+    local commands="setup archive search show stats pages link-log image-log check inspect prefs status help send"
     local keys="emailAddress forceUniqueSubjects subjectNumber emailNeedsUsername emailUsername emailPassword imageEntry
         bookmarkEntry errorStatus reportThis emailFails"
     local command= word skip=
@@ -45,6 +45,7 @@ _prattlebug() {
     archive) options="--skip-new" files=yes ;;
     search) options="--from --since --until" ;;
     show) options="--as" files=yes ;;
+    help) options=$commands ;;
     stats) options="--json" ;;
     status) options="--clear" ;;
     send) options="--server --to --from --starttls --ca-file --timeout" files=yes ;;

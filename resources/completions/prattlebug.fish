@@ -1,6 +1,6 @@
 # Completion of prattlebug's commands, options and values for fish.
 
-set -l commands setup archive search show stats pages link-log image-log check inspect prefs status send
+set -l commands setup archive search show stats pages link-log image-log check inspect prefs status help send
 set -l keys emailAddress forceUniqueSubjects subjectNumber emailNeedsUsername emailUsername emailPassword imageEntry \
     bookmarkEntry errorStatus reportThis emailFails
 
@@ -24,6 +24,7 @@ complete -c prattlebug -n $none -a check -d 'List transcripts that cannot be rea
 complete -c prattlebug -n $none -a inspect -d 'Print what an archive holds, as JSON'
 complete -c prattlebug -n $none -a prefs -d 'Show or change the preferences'
 complete -c prattlebug -n $none -a status -d 'Show the latest failure and how many there were'
+complete -c prattlebug -n $none -a help -d 'Tell more of a command'
 complete -c prattlebug -n $none -a send -d 'Send one chat by mail'
 
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l email -x -d 'Address of the mails'
@@ -31,6 +32,7 @@ complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l me -r -F -d 'vC
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l contacts -r -F -d 'vCard file with everybody else'
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates -d 'Also replace changed templates'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
+complete -c prattlebug -n '__fish_seen_subcommand_from help' -f -a "$commands"
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -f
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -l from -x -d 'Only of this person'
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -l since -x -d 'From this date on'
