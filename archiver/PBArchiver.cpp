@@ -74,6 +74,8 @@ void PBArchiver::beginArchiving()
     if (!mbox.isOpen())
         noteMboxFailure(failure);
 
+    m_before = ChatLedger::load();
+    m_ledger = m_before;
     m_desktop.startProgress(qsizetype(platform::contentsOfDirectory(folder).size()));
     qsizetype handled = 0;
     bool isInterrupted = false;
@@ -89,6 +91,8 @@ void PBArchiver::beginArchiving()
         }
     }
 
+    if (!m_ledger.isEmpty() && !m_ledger.save())
+        platform::NSLog(QStringLiteral("The ledger of the chats that were counted could not be written."));
     for (const auto &[unread, reason] : walk.unreadFolders())
         m_outcome.unreadFolders.push_back(
             {unread.empty() ? folder : folder / unread, platform::stringFromUtf8(reason)});
@@ -145,6 +149,9 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
     VORALogGenerator::GenerateLinkFiles(chatLog.get());
     VORALogGenerator::GenerateImageFiles(chatLog.get());
     VORALogGenerator::UpdateStatistics(*chatLog);
+    const QByteArray digest = ChatLedger::digestOf(path);
+    m_outcome.countedBefore += m_before.holds(digest) ? 1 : 0;
+    m_ledger.add(digest);
     const Appending appending =
         appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
     switch (appending.result) {

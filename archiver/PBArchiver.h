@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archiver/archiveoutcome.h"
+#include "archiver/chatledger.h"
 #include "archiver/desktopinterface.h"
 
 #include "VORAChatLog.h"
@@ -51,4 +52,6 @@ private:
 
     DesktopInterface &m_desktop;
     ArchiveOutcome m_outcome;
+    ChatLedger m_before; ///< what the stores held before the run
+    ChatLedger m_ledger; ///< what they hold
 };

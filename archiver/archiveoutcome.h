@@ -32,6 +32,7 @@ struct ArchiveOutcome {
     QString mboxFailure;            ///< what kept the mbox itself from being whole; else empty
 
     qsizetype archived = 0;             ///< entries whose message stands in the mbox
+    qsizetype countedBefore = 0;        ///< entries that the galleries and the statistics held before the run
     qsizetype notTranscripts = 0;       ///< folders and other files
     qsizetype passedOver = 0;           ///< by the check box
     std::vector<Failure> unreadFolders; ///< folders of which entries may be missing

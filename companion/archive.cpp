@@ -4,6 +4,8 @@
 
 #include "archiver/PBArchiver.h"
 #include "archiver/archivetarget.h"
+#include "archiver/chatledger.h"
+#include "archiver/setaside.h"
 
 #include "platform/files/directorywalk.h"
 #include "platform/files/files.h"
@@ -16,22 +18,40 @@ namespace companion {
 
 namespace {
 
+struct Options {
+    std::string folder;
+    bool skipNew = false;
+    bool fresh = false;
+};
+
+QString countedBefore(qsizetype count)
+{
+    return QLocale(QLocale::English).toString(count) +
+           (count == 1 ? QStringLiteral(" of these chats was counted before; --fresh counts each once")
+                       : QStringLiteral(" of these chats were counted before; --fresh counts each once"));
+}
+
 /// How many entries a walk of the transcript folder will come to, and how many of them are named as
 /// transcripts are.
 struct Total {
     qsizetype entries = 0;
     qsizetype transcripts = 0;
+    qsizetype countedBefore = 0; ///< of these, those that the stores hold already
 };
 
 Total countEntries(const std::filesystem::path &folder)
 {
     Total total;
+    const ChatLedger ledger = ChatLedger::load();
     platform::DirectoryWalk walk(folder);
     while (const auto entry = walk.next()) {
         ++total.entries;
         if ((entry->extension() == ".chat" || entry->extension() == ".ichat") &&
-            entry->filename().native().find(" on ") != std::string::npos)
+            entry->filename().native().find(" on ") != std::string::npos) {
             ++total.transcripts;
+            if (!ledger.isEmpty() && ledger.holds(ChatLedger::digestOf(folder / *entry)))
+                ++total.countedBefore;
+        }
     }
     return total;
 }
@@ -39,9 +59,9 @@ Total countEntries(const std::filesystem::path &folder)
 /// The archiving command's desktop where there is no window: the answers come from the command line.
 class ConsoleDesktop final : public DesktopInterface {
 public:
-    ConsoleDesktop(ConsoleHost &host, const Interruption &interruption, const std::filesystem::path &folder,
-                   bool skipChats)
-        : m_host(host), m_interruption(interruption), m_target(folder), m_skipChats(skipChats)
+    ConsoleDesktop(ConsoleHost &host, const Interruption &interruption, const Options &options)
+        : m_host(host), m_interruption(interruption), m_target(options.folder), m_skipChats(options.skipNew),
+          m_fresh(options.fresh)
     {
     }
 
@@ -54,6 +74,11 @@ public:
         }
         if (const auto warning = m_target.warning())
             printError(*warning);
+        if (m_fresh && !setAside())
+            return std::nullopt;
+        m_total = countEntries(PBArchiver::transcriptFolder());
+        if (m_total.countedBefore > 0 && verbosity() != Verbosity::Quiet)
+            printError(countedBefore(m_total.countedBefore));
         return m_target.folder();
     }
 
@@ -68,11 +93,7 @@ public:
 
     [[nodiscard]] bool skipChats() const override { return m_skipChats; }
     /// The command's own maximum counts the top level alone.
-    void startProgress(qsizetype /*maximum*/) override
-    {
-        m_total = countEntries(PBArchiver::transcriptFolder());
-        m_host.showProgress(0, m_total.entries);
-    }
+    void startProgress(qsizetype /*maximum*/) override { m_host.showProgress(0, m_total.entries); }
     void showProgress(qsizetype value) override { m_host.showProgress(value, m_total.entries); }
     void showEntry(const std::filesystem::path &entry) override
     {
@@ -89,10 +110,23 @@ public:
     [[nodiscard]] const Total &total() const { return m_total; }
 
 private:
+    /// @return false when that has failed, which has been told.
+    [[nodiscard]] static bool setAside()
+    {
+        const SetAside result = setGalleriesAside();
+        if (!result.failure.isEmpty())
+            printError(QStringLiteral("The stores and pages could not be set aside: ") + result.failure);
+        else if (!result.folder.empty())
+            printLine(QByteArrayView("The stores and pages of earlier runs are now in " +
+                                     QByteArray::fromStdString(result.folder.native())));
+        return result.failure.isEmpty();
+    }
+
     ConsoleHost &m_host;
     const Interruption &m_interruption;
     ArchiveTarget m_target;
     bool m_skipChats;
+    bool m_fresh;
     bool m_isMboxWhole = false;
     Total m_total;
 };
@@ -108,12 +142,12 @@ void printInterruption(const ArchiveOutcome &outcome, qsizetype total)
     printError(QByteArrayView(text));
 }
 
-int archive(const std::filesystem::path &folder, bool skipNew)
+int archive(const Options &options)
 {
     using Ending = ArchiveOutcome::Ending;
     const Interruption interruption;
     ConsoleHost host(verbosity() == Verbosity::Quiet);
-    ConsoleDesktop desktop(host, interruption, folder, skipNew);
+    ConsoleDesktop desktop(host, interruption, options);
     PBArchiver archiver(desktop);
     archiver.beginArchiving();
     const ArchiveOutcome &outcome = archiver.outcome();
@@ -123,6 +157,8 @@ int archive(const std::filesystem::path &folder, bool skipNew)
         return exitFailed;
 
     printLine(outcome.summary());
+    if (outcome.countedBefore > 0)
+        printLine(countedBefore(outcome.countedBefore));
     for (const QByteArray &line : outcome.failureLines())
         printError(QByteArrayView(line));
     if (const QString reason = outcome.whyNotWhole(); !reason.isEmpty())
@@ -144,10 +180,6 @@ int archive(const std::filesystem::path &folder, bool skipNew)
 
 void addArchiveCommand(CLI::App &commands, Action &action)
 {
-    struct Options {
-        std::string folder;
-        bool skipNew = false;
-    };
     const auto options = std::make_shared<Options>();
     CLI::App *command =
         commands.add_subcommand("archive", "Write every chat of the transcript folder into one mbox file");
@@ -158,12 +190,13 @@ void addArchiveCommand(CLI::App &commands, Action &action)
         ->check([](const std::string &folder) { return folder.empty() ? "it is empty" : ""; });
     command->add_flag("--skip-new", options->skipNew,
                       "Leave out chats created after the transcript folder was");
+    command->add_flag("--fresh", options->fresh,
+                      "Set stores and pages of earlier runs aside first, so that each chat is counted once");
     command->footer("Example: prattlebug archive ~/\"Prattlebug Archive\"\n"
                     "Exit code: 0 when done, 1 when there is no transcript folder, a folder in it cannot be "
                     "read, FOLDER cannot be made,\nor the mbox could not be written whole; 128 and the "
                     "signal's number when it was interrupted.");
-    command->callback(
-        [options, &action] { action = [options] { return archive(options->folder, options->skipNew); }; });
+    command->callback([options, &action] { action = [options] { return archive(*options); }; });
 }
 
 } // namespace companion

@@ -42,7 +42,7 @@ _prattlebug() {
     case $command in
     "") options="$commands --version" ;;
     setup) options="--email --me --contacts --reset-templates" files=yes ;;
-    archive) options="--skip-new" files=yes ;;
+    archive) options="--skip-new --fresh" files=yes ;;
     search) options="--from --since --until" ;;
     show) options="--as" files=yes ;;
     help) options=$commands ;;

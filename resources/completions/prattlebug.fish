@@ -32,6 +32,7 @@ complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l me -r -F -d 'vC
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l contacts -r -F -d 'vCard file with everybody else'
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates -d 'Also replace changed templates'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
+complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l fresh -d 'Set the stores of earlier runs aside'
 complete -c prattlebug -n '__fish_seen_subcommand_from help' -f -a "$commands"
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -f
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -l from -x -d 'Only of this person'

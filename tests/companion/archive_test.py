@@ -1,14 +1,19 @@
 """The archiving command from the console, and what mail programs make of the mbox."""
 
+import fcntl
 import glob
 import json
 import mailbox
 import os
+import plistlib
 import re
 import shutil
 import signal
 import subprocess
+import sys
+import termios
 import time
+from pathlib import Path
 
 from companion import CompanionTest, ORDINARY, PRATTLEBUG, SAMPLES, TRANSCRIPTS, main
 
@@ -118,7 +123,7 @@ class Archive(CompanionTest):
             self.assertRegex(shown, rb"\r\x1b\[KThe archive file is ready")
         _, quiet = self.run_in_terminal(PRATTLEBUG, "archive", "--quiet", self.path("Out"))
         self.assertNotIn(b"\x1b", quiet)
-        self.assertEqual(quiet.count(b"\n"), 4)
+        self.assertEqual(quiet.count(b"\n"), 5)
 
     def test_what_could_not_be_archived_is_listed(self):
         self.add_samples()
@@ -126,6 +131,43 @@ class Archive(CompanionTest):
         output, errors = self.archive("--quiet")
         self.assertIn("1 chat could not be read", output)
         self.assertRegex(errors, "^Could not be read: " + re.escape(broken) + ": .*\n$")
+
+    def test_fresh_counts_each_chat_once_and_keeps_what_was_there(self):
+        self.add_samples()
+        self.run_companion("setup")
+        support = self.path("Library/Prattlebug")
+        stores = ("gatheredURLs.plist", "gatheredImages.plist", "talkmeter.plist")
+        once = "19 of these chats were counted before; --fresh counts each once\n"
+
+        def made():
+            """What runs make in the support folder."""
+            return {name for name in os.listdir(support) if name in stores or name == "chats.ledger"
+                    or name.endswith(".html") and not name.endswith("template.html")}
+
+        self.assertNotIn("counted before", "".join(self.archive()))
+        pages = made()
+        images = sorted(os.listdir(os.path.join(support, "Images")))
+        output, errors = self.archive()
+        self.assertIn(once, output)
+        self.assertIn(once, errors)
+        self.assertEqual(self.counted(), 38)
+
+        # A store that somebody else has changed may hold anything.
+        store = os.path.join(support, stores[2])
+        with open(store, "rb") as file:
+            counts = plistlib.load(file)
+        with open(store, "wb") as file:
+            plistlib.dump({**counts, "chatcount": 40}, file)
+        before = {name: Path(support, name).read_bytes() for name in made()}
+        output, errors = self.archive("--fresh")
+        self.assertNotIn("counted before", output + errors)
+        self.assertEqual(self.counted(), 19)
+        self.assertEqual(made(), pages)
+        self.assertEqual(sorted(os.listdir(os.path.join(support, "Images"))), images)
+        aside = re.search(r"(?m)^The stores and pages of earlier runs are now in (.*/Set aside \d{4}-\d\d-\d\d \d\d\.\d\d\.\d\d)$", output).group(1)
+        self.assertEqual({name: Path(aside, name).read_bytes() for name in os.listdir(aside) if name != "Images"}, before)
+        self.assertEqual(os.path.realpath(os.path.join(aside, "Images")), os.path.realpath(os.path.join(support, "Images")))
+        self.assertIn(once, self.archive()[0], "the ledger has begun anew as well")
 
     def test_a_signal_ends_the_run_after_the_chat_at_hand(self):
         """Holds the program in the middle of its work: its console log goes into a pipe that nobody empties."""
@@ -153,7 +195,10 @@ class Archive(CompanionTest):
             self.assertEqual(self.counted(), before + done, "what has been archived has been counted")
             before += done
         with subprocess.Popen([PRATTLEBUG, "archive", self.path("Out")], env=self.environment, stderr=subprocess.PIPE, pipesize=4096) as run:
-            run.stderr.read(2048)
+            held = b""
+            while int.from_bytes(held, sys.byteorder) < 3500:  # it waits for room in the pipe
+                time.sleep(0.02)
+                held = fcntl.ioctl(run.stderr, termios.FIONREAD, bytes(4))
             run.send_signal(signal.SIGINT)
             time.sleep(0.1)
             run.send_signal(signal.SIGINT)
