@@ -25,7 +25,7 @@ endif()
 
 install_compressed(docs/man/prattlebug.1 "${CMAKE_INSTALL_MANDIR}/man1")
 install_compressed(resources/debian/changelog "${CMAKE_INSTALL_DOCDIR}")
-install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(DIRECTORY docs/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs" FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg"
         PATTERN man EXCLUDE)
 install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}" RENAME copyright)
