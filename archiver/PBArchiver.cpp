@@ -5,6 +5,7 @@
 #include "archiver/archivetarget.h"
 #include "archiver/mboxmessage.h"
 
+#include "galleries/statistics.h"
 #include "galleries/supportfolder.h"
 
 #include "platform/addressbook/addressbook.h"
@@ -21,6 +22,12 @@ using platform::NSDate;
 using platform::NSFileHandle;
 
 namespace {
+
+/// How many chats the statistics have counted.
+qsizetype countedChats()
+{
+    return galleries::Statistics::load().counts.chatcount;
+}
 
 /// Removes what runs that were killed have left.
 void removeLeftTemporaries()
@@ -76,6 +83,7 @@ void PBArchiver::beginArchiving()
 
     m_before = ChatLedger::load();
     m_ledger = m_before;
+    const qsizetype countedBefore = countedChats();
     m_desktop.startProgress(qsizetype(platform::contentsOfDirectory(folder).size()));
     qsizetype handled = 0;
     bool isInterrupted = false;
@@ -91,8 +99,10 @@ void PBArchiver::beginArchiving()
         }
     }
 
-    if (!m_ledger.isEmpty() && !m_ledger.save())
-        platform::NSLog(QStringLiteral("The ledger of the chats that were counted could not be written."));
+    const qsizetype folded =
+        m_outcome.archived + qsizetype(m_outcome.tooLarge.size() + m_outcome.notWritten.size());
+    if (folded > 0 && countedChats() - countedBefore == folded) // else the stores may not hold all of them
+        m_ledger.save();
     for (const auto &[unread, reason] : walk.unreadFolders())
         m_outcome.unreadFolders.push_back(
             {unread.empty() ? folder : folder / unread, platform::stringFromUtf8(reason)});

@@ -54,13 +54,13 @@ ChatLedger ChatLedger::load()
     return ledger;
 }
 
-bool ChatLedger::save() const
+void ChatLedger::save() const
 {
     QByteArrayList lines(m_digests.cbegin(), m_digests.cend());
     std::sort(lines.begin(), lines.end());
     lines.prepend(storesDigest());
-    return !platform::writeAtomically(path(), lines.join('\n') + '\n',
-                                      {.durability = platform::Durability::Unsynced});
+    static_cast<void>(platform::writeAtomically(path(), lines.join('\n') + '\n',
+                                                {.durability = platform::Durability::Unsynced}));
 }
 
 QByteArray ChatLedger::digestOf(const std::filesystem::path &path)

@@ -17,9 +17,9 @@ public:
 
     /// The ledger of the stores as they stand; empty when there is none, or none that goes with them.
     [[nodiscard]] static ChatLedger load();
-    /// Writes the ledger for the stores as they stand.
-    /// @return false when it could not be written; one that stood there no longer counts then.
-    bool save() const;
+    /// Writes the ledger for the stores as they stand. Where it cannot be written, one that stood there no
+    /// longer goes with them.
+    void save() const;
 
     /// Whether it holds the chat of the transcript of this digest.
     [[nodiscard]] bool holds(const QByteArray &digest) const { return m_digests.contains(digest); }
