@@ -3,7 +3,7 @@
 _prattlebug() {
     local current=$2 previous=$3
     local everywhere="--help --home --quiet --verbose"
-    local commands="setup archive search show stats pages link-log image-log check inspect prefs status"
+    local commands="setup archive search show stats pages link-log image-log check inspect prefs status help"
     # Only with send.
     commands+=" send"
     # End of send.
@@ -45,9 +45,10 @@ _prattlebug() {
     case $command in
     "") options="$commands --version" ;;
     setup) options="--email --me --contacts --dry-run --json --reset-templates" files=yes ;;
-    archive) options="--skip-new" files=yes ;;
+    archive) options="--skip-new --fresh" files=yes ;;
     search) options="--from --since --until" ;;
     show) options="--as" files=yes ;;
+    help) options=$commands ;;
     stats) options="--json" ;;
     status) options="--clear" ;;
     # Only with send.
