@@ -160,7 +160,7 @@ VORAChatLog::Loading VORAChatLog::loadWhole(const QByteArray &bytes, const std::
 }
 
 std::unique_ptr<VORAChatLog> VORAChatLog::initWithFilePath(const std::filesystem::path &path,
-                                                           Outcome *outcome)
+                                                           Outcome *outcome, QString *reason)
 {
     Loading loading = load(path);
     const QString note = loading.chatLog                          ? loading.chatLog->unreadableMessagesNote()
@@ -171,6 +171,8 @@ std::unique_ptr<VORAChatLog> VORAChatLog::initWithFilePath(const std::filesystem
                              platform::utf8FromString(note));
     if (outcome)
         *outcome = loading.outcome;
+    if (reason)
+        *reason = loading.reason;
     return std::move(loading.chatLog);
 }
 

@@ -58,9 +58,11 @@ public:
     /// load() for a run over many files: an unreadable file is named in the console log with the reason, and
     /// so is one with unreadable messages.
     /// @param outcome if not null, receives what came of it.
+    /// @param reason if not null, receives the reason when there is no chat log.
     /// @return the chat log, or null.
     [[nodiscard]] static std::unique_ptr<VORAChatLog> initWithFilePath(const std::filesystem::path &path,
-                                                                       Outcome *outcome = nullptr);
+                                                                       Outcome *outcome = nullptr,
+                                                                       QString *reason = nullptr);
 
     /// A chat log of messages that are in memory already, for whoever has them from elsewhere than a file.
     [[nodiscard]] static std::unique_ptr<VORAChatLog>

@@ -2,8 +2,10 @@
 
 #include "VORALogGenerator.h"
 
+#include "archiver/archivetarget.h"
 #include "archiver/mboxmessage.h"
 
+#include "galleries/statistics.h"
 #include "galleries/supportfolder.h"
 
 #include "platform/addressbook/addressbook.h"
@@ -15,8 +17,6 @@
 #include "platform/preferences/preferences.h"
 #include "platform/text/encoding.h"
 
-#include <QStringList>
-
 #include <new>
 #include <system_error>
 
@@ -25,9 +25,10 @@ using platform::NSFileHandle;
 
 namespace {
 
-void logAbout(const std::filesystem::path &path, const QString &text)
+/// How many chats the statistics have counted.
+qsizetype countedChats()
 {
-    platform::NSLogBytes(QByteArray::fromStdString(path.native()) + ": " + platform::utf8FromString(text));
+    return galleries::Statistics::load().counts.chatcount;
 }
 
 /// Removes what runs that were killed have left.
@@ -47,12 +48,11 @@ std::filesystem::path PBArchiver::transcriptFolder()
 
 void PBArchiver::beginArchiving()
 {
-    m_counts = {};
-    m_mboxPath.clear();
+    m_outcome = {};
 
     const std::filesystem::path folder = transcriptFolder();
     if (!platform::fileExists(folder)) {
-        m_ending = Ending::NoTranscriptFolder;
+        m_outcome.ending = ArchiveOutcome::Ending::NoTranscriptFolder;
         m_desktop.runAlert(
             {QStringLiteral("Archiver Error"),
              QStringLiteral("You must have Prattlebug set up in order to use this program. Please go to the "
@@ -66,7 +66,7 @@ void PBArchiver::beginArchiving()
                                                "import this file into your mail program."),
                                 QStringLiteral("Prattlebug Archive"), platform::homeDirectory()});
     if (!output) {
-        m_ending = Ending::Cancelled;
+        m_outcome.ending = ArchiveOutcome::Ending::Cancelled;
         return;
     }
 
@@ -74,61 +74,112 @@ void PBArchiver::beginArchiving()
     platform::DirectoryWalk walk(folder);
     std::error_code ignored; // a folder of that name may stand there already
     std::filesystem::create_directory(*output, ignored);
-    m_mboxPath = *output / "Prattlebug Archive mbox";
+    const ArchiveTarget target(*output);
+    m_outcome.mboxPath = target.mboxPath();
+    if (const auto reason = target.keepPrevious())
+        platform::NSLogBytes(ArchiveOutcome::Failure{target.previousPath(), *reason}.line());
     std::string failure;
-    NSFileHandle mbox = NSFileHandle::createFileAtPath(m_mboxPath, failure);
+    NSFileHandle mbox = NSFileHandle::createFileAtPath(m_outcome.mboxPath, failure);
     if (!mbox.isOpen())
-        logAbout(m_mboxPath, platform::stringFromUtf8(failure));
+        noteMboxFailure(failure);
 
+    m_before = ChatLedger::load();
+    m_ledger = m_before;
+    m_folded = 0;
+    const qsizetype countedBefore = countedChats();
     m_desktop.startProgress(qsizetype(platform::contentsOfDirectory(folder).size()));
     qsizetype handled = 0;
+    bool isInterrupted = false;
     {
         const VORALogGenerator::Run run;
         while (const auto entry = walk.next()) {
+            isInterrupted = m_desktop.isInterrupted();
+            if (isInterrupted)
+                break;
             m_desktop.showEntry(*entry);
             processLog(folder / *entry, mbox);
             m_desktop.showProgress(++handled);
         }
     }
 
-    const auto unsynced = mbox.synchronizeFile();
-    if (mbox.isOpen() && unsynced)
-        logAbout(m_mboxPath, platform::stringFromUtf8(*unsynced));
-    m_ending = unsynced || m_counts.notWritten > 0 ? Ending::MboxIncomplete : Ending::Done;
-    m_desktop.showOutcome(summary(), m_ending == Ending::Done);
+    if (m_folded > 0 &&
+        countedChats() - countedBefore == m_folded) // else the stores may not hold all of them
+        m_ledger.save();
+    for (const auto &[unread, reason] : walk.unreadFolders())
+        m_outcome.unreadFolders.push_back(
+            {unread.empty() ? folder : folder / unread, platform::stringFromUtf8(reason)});
+    for (const ArchiveOutcome::Failure &unread : m_outcome.unreadFolders)
+        platform::NSLogBytes(unread.line());
+    if (mbox.isOpen()) {
+        if (const auto unsynced = mbox.synchronizeFile())
+            noteMboxFailure(*unsynced);
+        else if (!mbox.standsAt(m_outcome.mboxPath))
+            noteMboxFailure("it, or its folder, was moved, replaced or removed during the run");
+    }
+    using Ending = ArchiveOutcome::Ending;
+    const bool isWritten = m_outcome.mboxFailure.isEmpty() && m_outcome.notWritten.empty();
+    m_outcome.ending = isInterrupted ? Ending::Interrupted
+                       : isWritten   ? Ending::Done
+                                     : Ending::MboxIncomplete;
+    if (m_outcome.isMboxWhole())
+        target.dropPrevious();
+    else if (target.hasPrevious())
+        m_outcome.previousPath = target.previousPath();
+    m_desktop.showOutcome(m_outcome);
+    if (isInterrupted)
+        return;
     m_desktop.runAlert({QStringLiteral("Import Complete"),
                         QStringLiteral("The archive file is ready to be imported into your mail client."),
                         QStringLiteral("OK"), false});
-    m_desktop.reveal(m_mboxPath);
+    m_desktop.reveal(m_outcome.mboxPath);
+}
+
+void PBArchiver::noteMboxFailure(const std::string &reason)
+{
+    m_outcome.mboxFailure = platform::stringFromUtf8(reason);
+    platform::NSLogBytes(ArchiveOutcome::Failure{m_outcome.mboxPath, m_outcome.mboxFailure}.line());
 }
 
 void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &intoMailbox)
 {
     platform::NSLogBytes(path.native());
     if (!AllowLog(path)) {
-        ++m_counts.passedOver;
+        ++m_outcome.passedOver;
         return;
     }
     const platform::ABAddressBook::Reading reading; // nobody has two names in one chat
     VORAChatLog::Outcome outcome{};
-    const auto chatLog = VORAChatLog::initWithFilePath(path, &outcome);
+    QString reason;
+    const auto chatLog = VORAChatLog::initWithFilePath(path, &outcome, &reason);
     const auto created = platform::creationTime(path);
-    if (!chatLog) {
-        ++(outcome == VORAChatLog::Outcome::Unreadable ? m_counts.unreadable : m_counts.notTranscripts);
+    if (outcome == VORAChatLog::Outcome::Unreadable)
+        m_outcome.unreadable.push_back({path, reason});
+    else if (!chatLog)
+        ++m_outcome.notTranscripts;
+    if (!chatLog)
         return;
-    }
-    bool written = false;
+    Appending appending{Appending::NotWritten, {}};
     try {
         VORALogGenerator::GenerateLinkFiles(chatLog.get());
         VORALogGenerator::GenerateImageFiles(chatLog.get());
         VORALogGenerator::UpdateStatistics(*chatLog);
-        written = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
+        const QByteArray digest = ChatLedger::digestOf(path);
+        m_outcome.countedBefore += m_before.holds(digest) ? 1 : 0;
+        m_ledger.add(digest);
+        ++m_folded;
+        appending = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
     } catch (const std::bad_alloc &) { // costs this chat alone
-        logAbout(path, QStringLiteral("it does not fit into memory"));
+        appending.reason = QStringLiteral("it does not fit into memory");
+        platform::NSLogBytes(ArchiveOutcome::Failure{path, appending.reason}.line());
     }
-    ++(written ? m_counts.archived : m_counts.notWritten);
-    if (written)
-        m_counts.unreadableMessages += chatLog->unreadableMessages();
+    switch (appending.result) {
+    case Appending::Appended:
+        ++m_outcome.archived;
+        m_outcome.unreadableMessages += chatLog->unreadableMessages();
+        break;
+    case Appending::TooLarge: m_outcome.tooLarge.push_back({path, appending.reason}); break;
+    case Appending::NotWritten: m_outcome.notWritten.push_back({path, appending.reason}); break;
+    }
 }
 
 bool PBArchiver::AllowLog(const std::filesystem::path &path) const
@@ -140,7 +191,8 @@ bool PBArchiver::AllowLog(const std::filesystem::path &path) const
     return entry && folder && *entry < *folder;
 }
 
-bool PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox, const NSDate &onDate)
+PBArchiver::Appending PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox,
+                                                const NSDate &onDate)
 {
     MboxMessage message{.address = platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
                                        .string()
@@ -156,37 +208,15 @@ bool PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox, 
         platform::NSLog(
             QStringLiteral("The chat with %1 is too large for a mail message and has been left out.")
                 .arg(log.primaryOtherParty()));
-        return false;
+        return {Appending::TooLarge, QStringLiteral("too large for a mail message")};
     }
-    if (!toMailbox.isOpen())
-        return false; // said once already, when it could not be opened
+    if (!toMailbox.isOpen()) // logged once already, when it could not be opened
+        return {Appending::NotWritten, QStringLiteral("there is no mbox")};
     if (const auto failure = toMailbox.writeData(mboxMessageBytes(message, std::time(nullptr)))) {
+        const QString reason = platform::stringFromUtf8(*failure);
         platform::NSLog(QStringLiteral("The chat with %1 could not be written to the mbox: %2")
-                            .arg(log.primaryOtherParty(), platform::stringFromUtf8(*failure)));
-        return false;
+                            .arg(log.primaryOtherParty(), reason));
+        return {Appending::NotWritten, reason};
     }
-    return true;
-}
-
-QString PBArchiver::summary() const
-{
-    const auto chats = [](qsizetype count) {
-        return count == 1 ? QStringLiteral("1 chat") : QString::number(count) + QStringLiteral(" chats");
-    };
-    QStringList parts{chats(m_counts.archived) + QStringLiteral(" archived")};
-    if (m_counts.unreadableMessages > 0)
-        parts += m_counts.unreadableMessages == 1
-                     ? QStringLiteral("with 1 unreadable message")
-                     : QStringLiteral("with %1 unreadable messages").arg(m_counts.unreadableMessages);
-    if (m_counts.notTranscripts > 0)
-        parts += QString::number(m_counts.notTranscripts) +
-                 (m_counts.notTranscripts == 1 ? QStringLiteral(" entry that is no transcript")
-                                               : QStringLiteral(" entries that are no transcripts"));
-    if (m_counts.passedOver > 0)
-        parts += QString::number(m_counts.passedOver) + QStringLiteral(" passed over as new");
-    if (m_counts.unreadable > 0)
-        parts += chats(m_counts.unreadable) + QStringLiteral(" could not be read");
-    if (m_counts.notWritten > 0)
-        parts += chats(m_counts.notWritten) + QStringLiteral(" could not be written");
-    return parts.join(QStringLiteral(", ")) + u'.';
+    return {Appending::Appended, {}};
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archiver/archiveoutcome.h"
+#include "archiver/chatledger.h"
 #include "archiver/desktopinterface.h"
 
 #include "VORAChatLog.h"
@@ -19,24 +21,6 @@ public:
     /// @param desktop lent; must outlive the archiver.
     explicit PBArchiver(DesktopInterface &desktop) : m_desktop(desktop) {}
 
-    /// What became of the entries of the last run.
-    struct Counts {
-        qsizetype archived = 0;           ///< their message stands in the mbox
-        qsizetype notTranscripts = 0;     ///< folders and other files
-        qsizetype passedOver = 0;         ///< by the check box
-        qsizetype unreadable = 0;         ///< named as transcripts, but no well-formed ones
-        qsizetype unreadableMessages = 0; ///< in the chats that were archived
-        qsizetype notWritten = 0;         ///< loaded, but their message does not stand in the mbox
-    };
-    /// How the last run ended.
-    enum class Ending {
-        NotRun,
-        NoTranscriptFolder,
-        Cancelled,
-        Done,           ///< the mbox holds every chat that could be read
-        MboxIncomplete, ///< the run went through, but the mbox could not be made or written whole
-    };
-
     /// `Documents/iChats (Prattlebugged)` under the home folder.
     [[nodiscard]] static std::filesystem::path transcriptFolder();
 
@@ -50,22 +34,25 @@ public:
     /// was created before the transcript folder itself.
     [[nodiscard]] bool AllowLog(const std::filesystem::path &path) const;
 
-    /// Appends @p log to the mbox as one message, from the user to the user, dated @p onDate.
-    /// @return whether it stands there; when not, the file ends with the message before, and the console log
-    /// says why.
-    bool appendChatLog(const VORAChatLog &log, platform::NSFileHandle &toMailbox,
-                       const platform::NSDate &onDate);
+    /// What came of appending a chat to the mbox.
+    struct Appending {
+        enum Result { Appended, TooLarge, NotWritten } result;
+        QString reason; ///< why not, in English, which the console log gets too
+    };
+    /// Appends @p log to the mbox as one message, from the user to the user, dated @p onDate. When that
+    /// fails, the file ends with the message before.
+    Appending appendChatLog(const VORAChatLog &log, platform::NSFileHandle &toMailbox,
+                            const platform::NSDate &onDate);
 
-    [[nodiscard]] const Counts &counts() const { return m_counts; }
-    [[nodiscard]] Ending ending() const { return m_ending; }
-    /// The mbox file of the last run; empty before the user has chosen one.
-    [[nodiscard]] const std::filesystem::path &mboxPath() const { return m_mboxPath; }
-    /// The counts in a line for people: "14 chats archived, 2 could not be read."
-    [[nodiscard]] QString summary() const;
+    /// What became of the last run, or so far of the one that goes on.
+    [[nodiscard]] const ArchiveOutcome &outcome() const { return m_outcome; }
 
 private:
+    void noteMboxFailure(const std::string &reason);
+
     DesktopInterface &m_desktop;
-    Counts m_counts;
-    Ending m_ending = Ending::NotRun;
-    std::filesystem::path m_mboxPath;
+    ArchiveOutcome m_outcome;
+    ChatLedger m_before;    ///< what the stores held before the run
+    ChatLedger m_ledger;    ///< what they hold
+    qsizetype m_folded = 0; ///< how many chats this run has folded into them
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archiver/archiveoutcome.h"
+
 #include <QString>
 
 #include <filesystem>
@@ -40,10 +42,12 @@ public:
     /// Tells which entry is being handled.
     virtual void showEntry(const std::filesystem::path &entry) = 0;
 
+    /// Asked after each entry: whether the run is to end here, with what it has. Where nobody can say so,
+    /// never.
+    [[nodiscard]] virtual bool isInterrupted() const { return false; }
+
     /// Tells how the run went, when every entry has been handled and before the last alert.
-    /// @param summary the counts, in a line for people.
-    /// @param mboxIsWhole whether the mbox holds every chat that could be read.
-    virtual void showOutcome(const QString &summary, bool mboxIsWhole) = 0;
+    virtual void showOutcome(const ArchiveOutcome &outcome) = 0;
 
     /// Shows the file at @p path in the file viewer.
     virtual void reveal(const std::filesystem::path &path) = 0;

@@ -28,7 +28,7 @@ public:
     void startProgress(qsizetype) override {}
     void showProgress(qsizetype) override {}
     void showEntry(const std::filesystem::path &) override {}
-    void showOutcome(const QString &, bool) override {}
+    void showOutcome(const ArchiveOutcome &) override {}
     void reveal(const std::filesystem::path &) override {}
 };
 
@@ -63,7 +63,7 @@ int main(int argc, char **argv)
             VORALogGenerator::GenerateImageFiles(chatLog.get());
             VORALogGenerator::UpdateStatistics(*chatLog);
         }
-        if (!archiver.appendChatLog(*chatLog, mbox, created->date()))
+        if (archiver.appendChatLog(*chatLog, mbox, created->date()).result != PBArchiver::Appending::Appended)
             return EXIT_FAILURE;
     }
     return mbox.synchronizeFile() ? EXIT_FAILURE : EXIT_SUCCESS;

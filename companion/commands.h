@@ -15,6 +15,7 @@ using Action = std::function<int()>;
 inline constexpr int exitDone = 0;
 inline constexpr int exitFailed = 1;
 inline constexpr int exitWrongUsage = 2;
+inline constexpr int exitSignalled = 128; // and the number of the signal that ended it
 
 void addSetupCommand(CLI::App &commands, Action &action);
 void addArchiveCommand(CLI::App &commands, Action &action);

@@ -88,7 +88,8 @@ ConsoleHost::~ConsoleHost()
 
 void ConsoleHost::consoleLine(QByteArrayView line)
 {
-    if (m_quiet)
+    const bool isEntry = !m_entry.isEmpty() && line.endsWith("] " + m_entry);
+    if (m_quiet || (isEntry && m_barShown && verbosity() != Verbosity::Verbose))
         return;
     eraseBar();
     Host::consoleLine(line);

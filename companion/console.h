@@ -50,6 +50,9 @@ public:
     /// full.
     /// @param unit what is counted, in the plural.
     void showProgress(qsizetype value, qsizetype maximum, QByteArrayView unit = "entries");
+    /// Names the file that is at work. While the bar is shown, a line of the console log that holds nothing
+    /// but that name is left out, unless everything is to be told (Verbosity::Verbose).
+    void setEntry(QByteArray path) { m_entry = std::move(path); }
     /// Takes the bar away.
     void endProgress();
 
@@ -61,6 +64,7 @@ private:
     bool m_quiet;
     bool m_terminal;
     bool m_barShown = false;
+    QByteArray m_entry;
     qsizetype m_value = 0;
     qsizetype m_maximum = 0;
     QByteArray m_unit;

@@ -1,5 +1,6 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/transcript.h"
 
 #include "VORAChatLog.h"
 
@@ -61,9 +62,10 @@ constexpr LogKind images{platform::preference::imageEntry,
                          extendImageLog,
                          true};
 
-int extend(const LogKind &kind, const std::filesystem::path &file, const std::filesystem::path &log)
+int extend(const LogKind &kind, const std::string &given, const std::filesystem::path &log)
 {
-    const VORAChatLog::Loading loading = VORAChatLog::load(file);
+    const std::filesystem::path file = transcriptPath(given);
+    const VORAChatLog::Loading loading = loadTranscript(file);
     if (!loading.chatLog)
         return fail(file, platform::utf8FromString(loading.reason).toStdString());
     const platform::FileContents before = platform::readWholeFile(log);

@@ -1,30 +1,103 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 
+#include "platform/files/processfiles.h"
 #include "platform/text/terminaltext.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <new>
+#include <numeric>
 #include <sstream>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 // The product's console companion: the archiver and the tools around it, for terminals and scripts.
 
 namespace {
 
+/// How many letters have to be put in, left out or exchanged to make @p one of @p other.
+size_t distance(std::string_view one, std::string_view other)
+{
+    std::vector<size_t> row(other.size() + 1);
+    std::iota(row.begin(), row.end(), size_t(0));
+    for (size_t i = 0; i < one.size(); ++i) {
+        size_t diagonal = std::exchange(row[0], i + 1);
+        for (size_t j = 0; j < other.size(); ++j) {
+            const size_t exchanged = diagonal + (one[i] == other[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({diagonal + 1, row[j] + 1, exchanged});
+        }
+    }
+    return row.back();
+}
+
+/// What is said of a command that there is not.
+std::string unknownCommand(const CLI::App &program, const std::string &name)
+{
+    std::string text = "There is no command \"" + name + "\".";
+    size_t least = name.size() / 2; // beyond, the two have hardly anything in common
+    std::string nearest;
+    for (const CLI::App *command : program.get_subcommands({})) {
+        const std::string known = command->get_name();
+        const size_t away = known.starts_with(name) ? 0 : distance(name, known);
+        if (away <= least && (nearest.empty() || away < least)) {
+            least = away;
+            nearest = known;
+        }
+    }
+    return text + (nearest.empty() ? " prattlebug help lists them." : " Did you mean \"" + nearest + "\"?");
+}
+
 /// Prints what CLI11 has to say and maps its exit codes to ours: help is no failure, anything else is wrong
 /// usage.
 int exitAfterParsing(const CLI::App &program, const CLI::ParseError &error)
 {
+    if (error.get_exit_code() != 0 && program.get_subcommands().empty()) {
+        for (const std::string &word : program.remaining()) {
+            if (!word.starts_with('-')) {
+                companion::printError(QByteArrayView(unknownCommand(program, word)));
+                return companion::exitWrongUsage;
+            }
+        }
+    }
     std::ostringstream output;
     std::ostringstream errors;
     const int code = program.exit(error, output, errors);
     companion::print(output.str());
     platform::writeText(stderr, errors.str());
     return code == 0 ? companion::exitDone : companion::exitWrongUsage;
+}
+
+void addHelpCommand(CLI::App &program, companion::Action &action)
+{
+    const auto name = std::make_shared<std::string>();
+    CLI::App *command = program.add_subcommand("help", "Tell more of a command, with an example");
+    command->add_option("COMMAND", *name, "Without one, all commands are listed");
+    command->footer("Example: prattlebug help archive");
+    command->callback([name, &program, &action] {
+        action = [name, &program = std::as_const(program)] {
+            const std::vector<const CLI::App *> asked = program.get_subcommands(
+                [&name](const CLI::App *known) { return known->get_name() == *name; });
+            if (!name->empty() && asked.empty()) {
+                companion::printError(QByteArrayView(unknownCommand(program, *name)));
+                return companion::exitWrongUsage;
+            }
+            // Asked for its own help, the program would give that of the command at work.
+            const std::string text = name->empty()
+                                         ? program.get_formatter()->make_help(&program, program.get_name(),
+                                                                              CLI::AppFormatMode::Normal)
+                                         : asked.front()->help(program.get_name());
+            companion::printLine(QByteArrayView(text).chopped(text.ends_with('\n') ? 1 : 0));
+            return companion::exitDone;
+        };
+    });
 }
 
 int run(int argc, char **argv)
@@ -65,6 +138,7 @@ int run(int argc, char **argv)
     companion::addInspectCommand(program, action);
     companion::addPrefsCommand(program, action);
     companion::addStatusCommand(program, action);
+    addHelpCommand(program, action);
 #ifdef PRATTLEBUG_MAIL
     companion::addSendCommand(program, action);
 #endif
@@ -91,6 +165,7 @@ int run(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
+    platform::prepareProcessForFiles();
     try {
         return run(argc, argv);
     } catch (const std::bad_alloc &) {

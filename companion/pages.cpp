@@ -5,21 +5,25 @@
 
 #include "galleries/imagestore.h"
 #include "galleries/linkstore.h"
+#include "galleries/propertylistfile.h"
+#include "galleries/statisticspage.h"
 #include "galleries/supportfolder.h"
 
 #include "platform/files/files.h"
+
+#include <functional>
 
 namespace companion {
 
 namespace {
 
-/// One of the two galleries.
+/// A store and the pages made from it.
 struct Gallery {
     std::filesystem::path store;
     bool isStoreReadable;
     std::filesystem::path pageTemplate;
     std::filesystem::path page; ///< the one with everybody's
-    void (*generate)(const VORAChatLog *);
+    std::function<void()> generate;
 };
 
 void printFailure(const std::filesystem::path &path, const char *reason)
@@ -40,7 +44,7 @@ bool makePages(const Gallery &gallery)
         return false;
     }
     const auto before = platform::fileIdentity(gallery.page);
-    gallery.generate(nullptr);
+    gallery.generate();
     const auto after = platform::fileIdentity(gallery.page);
     if (!after || after == before) {
         printFailure(gallery.page, "could not be written");
@@ -58,19 +62,27 @@ int pages()
     const std::filesystem::path imageStore = galleries::imageStorePath();
     const bool links = makePages({linkStore, galleries::LinkStore::load(linkStore).has_value(),
                                   galleries::linkTemplatePath(), folder / "Links.html",
-                                  &VORALogGenerator::GenerateLinkFiles});
+                                  [] { VORALogGenerator::GenerateLinkFiles(nullptr); }});
     const bool images = makePages({imageStore, galleries::ImageStore::load(imageStore).has_value(),
                                    galleries::imageTemplatePath(), folder / "Images.html",
-                                   &VORALogGenerator::GenerateImageFiles});
-    return links && images ? exitDone : exitFailed;
+                                   [] { VORALogGenerator::GenerateImageFiles(nullptr); }});
+    const std::filesystem::path statistics = galleries::statisticsStorePath();
+    const bool isReadable =
+        !platform::fileExists(statistics) ||
+        galleries::readPropertyListFile(statistics).kind() == platform::PropertyListKind::Dictionary;
+    const bool counts =
+        makePages({statistics, isReadable, galleries::statisticsTemplatePath(), folder / "stats.html",
+                   [] { galleries::writeStatisticsPage(galleries::Statistics::load()); }});
+    return links && images && counts ? exitDone : exitFailed;
 }
 
 } // namespace
 
 void addPagesCommand(CLI::App &commands, Action &action)
 {
-    CLI::App *command = commands.add_subcommand(
-        "pages", "Make the pages of links and images anew from what is stored, after a change of a template");
+    CLI::App *command =
+        commands.add_subcommand("pages", "Make the pages of links, images and statistics anew from what is "
+                                         "stored, after a change of a template");
     command->footer(
         "Example: prattlebug pages\n"
         "Exit code: 1 when a template is missing, a store cannot be read, or a page not written.");

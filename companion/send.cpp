@@ -1,6 +1,7 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 #include "companion/mailmessage.h"
+#include "companion/transcript.h"
 
 #include "VORAChatLog.h"
 #include "VORAHostFlags.h"
@@ -138,9 +139,10 @@ int send(const Options &options)
     }
 
     const ConsoleHost host(false);
-    const VORAChatLog::Loading loading = VORAChatLog::load(options.file);
+    const std::filesystem::path file = transcriptPath(options.file);
+    const VORAChatLog::Loading loading = loadTranscript(file);
     if (!loading.chatLog) {
-        printError(QByteArrayView(QByteArray::fromStdString(options.file) + ": " +
+        printError(QByteArrayView(QByteArray::fromStdString(file.native()) + ": " +
                                   platform::utf8FromString(loading.reason)));
         return exitFailed;
     }

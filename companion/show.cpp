@@ -1,6 +1,7 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 #include "companion/jsonwriter.h"
+#include "companion/transcript.h"
 
 #include "VORAChatLog.h"
 
@@ -104,9 +105,10 @@ QByteArray render(const VORAChatLog &chatLog, const std::string &form)
     return text.isNull() ? QByteArray() : platform::utf8FromString(text) + '\n';
 }
 
-int show(const std::filesystem::path &file, const std::string &form)
+int show(const std::string &given, const std::string &form)
 {
-    const VORAChatLog::Loading loading = VORAChatLog::load(file);
+    const std::filesystem::path file = transcriptPath(given);
+    const VORAChatLog::Loading loading = loadTranscript(file);
     const QByteArray name = QByteArray::fromStdString(file.native()) + ": ";
     if (!loading.chatLog) {
         printError(QByteArrayView(name + platform::utf8FromString(loading.reason)));
@@ -135,7 +137,11 @@ void addShowCommand(CLI::App &commands, Action &action)
     };
     const auto options = std::make_shared<Options>();
     CLI::App *command = commands.add_subcommand("show", "Print one chat");
-    command->add_option("FILE", options->file, "Transcript, *.chat or *.ichat")->required();
+    command
+        ->add_option(
+            "FILE", options->file,
+            "Transcript, *.chat or *.ichat; also relative to the transcript folder, as search prints it")
+        ->required();
     command->add_option("--as", options->form, "Form of the output")
         ->check(CLI::IsMember({"plain", "html", "subject", "json"}))
         ->capture_default_str();

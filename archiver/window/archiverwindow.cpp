@@ -14,12 +14,14 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDialogButtonBox>
 #include <QFontInfo>
 #include <QIcon>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -44,7 +46,8 @@ int barValue(qsizetype value)
 
 ArchiverWindow::ArchiverWindow()
     : m_archiveAction(new QAction(tr("&Archive Chats…"), this)), m_archiveButton(new QPushButton),
-      m_progressBar(new QProgressBar), m_skipChatsButton(new QCheckBox), m_line(new QLabel)
+      m_progressBar(new QProgressBar), m_skipChatsButton(new QCheckBox), m_line(new QLabel),
+      m_detailsButton(new QPushButton)
 {
     setWindowTitle(tr("Prattlebug Archiver"));
 
@@ -72,6 +75,11 @@ ArchiverWindow::ArchiverWindow()
     m_line->setAlignment(Qt::AlignTop | Qt::AlignLeft);
     connect(m_line, &QLabel::linkActivated, this, &ArchiverWindow::importChats);
     showReadiness();
+
+    m_detailsButton->setObjectName(QStringLiteral("detailsButton"));
+    m_detailsButton->setText(tr("&Details…"));
+    m_detailsButton->setAccessibleDescription(tr("Lists what could not be read or written."));
+    connect(m_detailsButton, &QPushButton::clicked, this, &ArchiverWindow::showDetails);
 
     addMenus();
     layOut();
@@ -152,11 +160,15 @@ void ArchiverWindow::layOut()
     column->addWidget(m_skipChatsButton);
     column->addSpacing(margin / 2);
     column->addWidget(m_progressBar);
-    column->addWidget(m_line);
+    auto *outcome = new QHBoxLayout;
+    outcome->addWidget(m_line, 1);
+    outcome->addWidget(m_detailsButton, 0, Qt::AlignTop);
+    column->addLayout(outcome);
     column->addStretch();
     column->addLayout(buttons);
     setCentralWidget(content);
-    setTabOrder(m_skipChatsButton, m_archiveButton);
+    setTabOrder(m_skipChatsButton, m_detailsButton);
+    setTabOrder(m_detailsButton, m_archiveButton);
 
     const int textWidth = 60 * fontMetrics().averageCharWidth();
     setMinimumWidth(textWidth + pictureSize + 3 * margin);
@@ -180,6 +192,8 @@ void ArchiverWindow::setArchiving(bool archiving)
     m_skipChatsButton->setEnabled(!archiving);
     if (!archiving)
         m_archiveButton->setFocus(); // a control that is off has none
+    if (archiving)
+        m_detailsButton->hide();
     m_sinceWhole.start();
     repaint();
 }
@@ -214,6 +228,7 @@ void ArchiverWindow::showReadiness()
     m_line->setTextFormat(isReady ? Qt::PlainText : Qt::RichText);
     m_line->setText(isReady ? tr("Ready.")
                             : tr("There are no chats yet. <a href=\"import\">Import Chats…</a>"));
+    m_detailsButton->hide(); // it belongs to an outcome
 }
 
 void ArchiverWindow::showEntry(const QString &text)
@@ -223,11 +238,31 @@ void ArchiverWindow::showEntry(const QString &text)
     repaintAtOnce(*m_line);
 }
 
-void ArchiverWindow::showOutcome(const QString &text)
+void ArchiverWindow::showOutcome(const QString &text, const QString &details)
 {
     m_line->setTextFormat(Qt::PlainText);
     m_line->setText(text);
-    repaintAtOnce(*m_line);
+    m_details = details;
+    m_detailsButton->setVisible(!details.isEmpty());
+    repaint();
+}
+
+void ArchiverWindow::showDetails()
+{
+    QDialog dialog(this);
+    dialog.setWindowTitle(tr("What Could Not Be Archived"));
+    auto *list = new QPlainTextEdit(m_details);
+    list->setReadOnly(true);
+    list->setLineWrapMode(QPlainTextEdit::NoWrap);
+    list->setAccessibleName(dialog.windowTitle());
+    auto *buttons = new QDialogButtonBox;
+    connect(buttons->addButton(tr("Close"), QDialogButtonBox::RejectRole), &QPushButton::clicked, &dialog,
+            &QDialog::reject);
+    auto *column = new QVBoxLayout(&dialog);
+    column->addWidget(list);
+    column->addWidget(buttons);
+    dialog.resize(width(), height());
+    dialog.exec();
 }
 
 void ArchiverWindow::showHelp()
@@ -260,6 +295,10 @@ void ArchiverWindow::showStatus()
     box.setIconPixmap(picture());
     box.setTextFormat(Qt::PlainText);
     box.setText(status.description());
+    if (!m_details.isEmpty()) {
+        box.setInformativeText(tr("Not everything could be archived the last time."));
+        box.setDetailedText(m_details);
+    }
     const QPushButton *clear =
         status.sinceCleared > 0 ? box.addButton(tr("C&lear Count"), QMessageBox::DestructiveRole) : nullptr;
     box.setDefaultButton(box.addButton(tr("Close"), QMessageBox::RejectRole));

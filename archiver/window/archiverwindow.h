@@ -38,8 +38,10 @@ public:
     void showProgress(qsizetype value);
     /// Shows @p text in the quiet line, cut in its middle where it is longer than the line, and redraws it.
     void showEntry(const QString &text);
-    /// Shows @p text in the quiet line, over as many lines as it needs, and redraws it.
-    void showOutcome(const QString &text);
+    /// Shows @p text in the quiet line, over as many lines as it needs, and redraws the window.
+    /// @param details what the button beside it and the menu's Status list, a line each; there is no button
+    /// when it is empty.
+    void showOutcome(const QString &text, const QString &details);
     /// Says in the quiet line whether there is anything to archive, and where to go when there is not.
     void showReadiness();
 
@@ -52,12 +54,15 @@ private:
     void importChats();
     void showPreferences();
     void showStatus();
+    void showDetails();
 
     QAction *m_archiveAction;
     QPushButton *m_archiveButton;
     QProgressBar *m_progressBar;
     QCheckBox *m_skipChatsButton;
     QLabel *m_line;
+    QPushButton *m_detailsButton;
+    QString m_details;          ///< of the last run
     QPointer<Manual> m_manual;  ///< while it is open
     QElapsedTimer m_sinceWhole; ///< since the whole window was drawn
 };

@@ -33,17 +33,23 @@ void revealInFileManager(const std::filesystem::path &path)
     const std::filesystem::path folder =
         std::filesystem::is_directory(shown, ignored) ? shown : shown.parent_path();
 
+    const auto openFolder = [folder] { QDesktopServices::openUrl(QUrl::fromEncoded(fileUri(folder))); };
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) { // a call would fail before anybody can be told
+        openFolder();
+        return;
+    }
+
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << QStringList{QString::fromLatin1(fileUri(shown))} << QString(); // no startup notification
-    auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call),
-                                                QCoreApplication::instance());
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), QCoreApplication::instance());
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                     [folder](QDBusPendingCallWatcher *finished) {
+                     [openFolder](QDBusPendingCallWatcher *finished) {
                          // One that does not answer in time may still be starting, and will show the file.
                          if (finished->isError() && finished->error().type() != QDBusError::NoReply)
-                             QDesktopServices::openUrl(QUrl::fromEncoded(fileUri(folder)));
+                             openFolder();
                          finished->deleteLater();
                      });
 }

@@ -4,6 +4,8 @@
 
 #include "archiver/PBArchiver.h"
 
+#include "platform/files/processfiles.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QIcon>
@@ -12,6 +14,7 @@
 
 int main(int argc, char **argv)
 {
+    platform::prepareProcessForFiles();
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("prattlebug-archiver"));
     // No display name: Qt would append it to the titles of the alerts.

@@ -1,5 +1,7 @@
 #include "archiver/window/savepanel.h"
 
+#include "archiver/archivetarget.h"
+
 #include "platform/files/files.h"
 
 #include <QAction>
@@ -18,9 +20,10 @@
 
 #include <algorithm>
 #include <system_error>
-#include <unistd.h>
 
 namespace {
+
+constexpr int lineLength = 60; // average characters
 
 /// The folders in @p folder whose names do not begin with a full stop, links to folders among them, in the
 /// order in which people read names.
@@ -102,6 +105,7 @@ void SavePanel::layOut(const QString &message)
     m_consequence->setTextFormat(Qt::PlainText);
     m_consequence->setWordWrap(true);
     m_consequence->setMinimumHeight(2 * m_consequence->fontMetrics().lineSpacing());
+    m_consequence->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Minimum); // whatever is in a name
     m_consequence->setAlignment(Qt::AlignTop | Qt::AlignLeft);
 
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Save | QDialogButtonBox::Cancel);
@@ -122,7 +126,7 @@ void SavePanel::layOut(const QString &message)
     setTabOrder(m_where, up);
     setTabOrder(up, m_list);
     setTabOrder(m_list, buttons);
-    resize(60 * fontMetrics().averageCharWidth() + 100, 30 * fontMetrics().lineSpacing());
+    resize(lineLength * fontMetrics().averageCharWidth() + 100, 30 * fontMetrics().lineSpacing());
 }
 
 void SavePanel::enterFolder(const std::filesystem::path &folder)
@@ -197,24 +201,23 @@ std::optional<std::filesystem::path> SavePanel::path() const
 void SavePanel::describeChoice()
 {
     const auto chosen = path();
-    m_save->setEnabled(chosen.has_value());
-    if (!chosen) {
+    const auto obstacle = chosen ? ArchiveTarget(*chosen).obstacle() : std::nullopt;
+    m_save->setEnabled(chosen && !obstacle);
+    if (!chosen)
         m_consequence->clear();
-        return;
-    }
-    std::error_code ignored;
-    const std::filesystem::path parent = chosen->parent_path();
-    if (std::filesystem::is_directory(*chosen, ignored))
+    else if (obstacle)
+        m_consequence->setText(tr("No archive can be made: %1.").arg(shortened(*obstacle)));
+    else if (const auto warning = ArchiveTarget(*chosen).warning())
+        m_consequence->setText(*warning);
+    else if (ArchiveTarget(*chosen).isThere())
         m_consequence->setText(
             tr("This folder is there already. An archive in it from an earlier time will be replaced."));
-    else if (platform::fileExists(*chosen))
-        m_consequence->setText(tr("A file of this name is there already: no archive can be made."));
-    else if (!std::filesystem::is_directory(parent, ignored))
-        m_consequence->setText(
-            tr("There is no folder %1: no archive can be made.").arg(platform::displayPath(parent)));
-    else if (::access(parent.c_str(), W_OK) != 0)
-        m_consequence->setText(tr("You may not make anything in %1: no archive can be made.")
-                                   .arg(platform::displayPath(parent)));
     else
-        m_consequence->setText(tr("Makes the folder %1.").arg(platform::displayPath(*chosen)));
+        m_consequence->setText(tr("Makes the folder %1.").arg(shortened(platform::displayPath(*chosen))));
+}
+
+QString SavePanel::shortened(const QString &text) const
+{
+    return m_consequence->fontMetrics().elidedText(text, Qt::ElideMiddle,
+                                                   lineLength * fontMetrics().averageCharWidth());
 }

@@ -19,8 +19,9 @@ class QPushButton;
 /// the user can change.
 ///
 /// A name that stands there already is taken as it is: for the folder of an earlier run that is what the user
-/// means. (Qt's own dialog would enter it instead.) The panel tells what the choice will do. Folders are kept
-/// by the bytes of their names, so that one whose name is no text can be chosen like any other.
+/// means. (Qt's own file dialog would enter it instead, and has no place for the message.) The panel tells
+/// what the choice will do, and takes none where no archive can be made. Folders are kept by the bytes of
+/// their names, so that one whose name is no text can be chosen like any other.
 class SavePanel final : public QDialog {
 public:
     SavePanel(const DesktopInterface::SavePanel &panel, QWidget *parent);
@@ -38,6 +39,8 @@ private:
     void enterParent();
     void enterListed(const QListWidgetItem *item);
     void describeChoice();
+    /// @p text, cut in its middle where it is longer than a line: a name may have no place for a line break.
+    [[nodiscard]] QString shortened(const QString &text) const;
 
     std::filesystem::path m_folder;
     std::vector<std::filesystem::path> m_listed; ///< the folder's folders, one per row

@@ -5,6 +5,7 @@
 #include "archiver/window/savepanel.h"
 
 #include "platform/files/files.h"
+#include "platform/text/encoding.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -65,10 +66,15 @@ void WindowDesktop::showEntry(const std::filesystem::path &entry)
     m_window.showEntry(platform::displayPath(entry));
 }
 
-void WindowDesktop::showOutcome(const QString &summary, bool mboxIsWhole)
+void WindowDesktop::showOutcome(const ArchiveOutcome &outcome)
 {
-    m_window.showOutcome(mboxIsWhole ? summary
-                                     : summary + QStringLiteral(" The mbox could not be written whole."));
+    QString text = outcome.summary();
+    if (outcome.ending == ArchiveOutcome::Ending::MboxIncomplete)
+        text += QStringLiteral(" The mbox could not be written whole: %1.").arg(outcome.whyNotWhole());
+    if (!outcome.previousPath.empty())
+        text += QStringLiteral(" The one before it is kept as %1.")
+                    .arg(platform::displayPath(outcome.previousPath.filename()));
+    m_window.showOutcome(text, platform::stringFromUtf8(outcome.failureLines().join('\n')));
     m_window.setArchiving(false);
 }
 

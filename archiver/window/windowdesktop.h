@@ -26,7 +26,7 @@ public:
     void startProgress(qsizetype maximum) override;
     void showProgress(qsizetype value) override;
     void showEntry(const std::filesystem::path &entry) override;
-    void showOutcome(const QString &summary, bool mboxIsWhole) override;
+    void showOutcome(const ArchiveOutcome &outcome) override;
     void reveal(const std::filesystem::path &path) override;
 
     void beep() override;

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace platform {
@@ -46,6 +47,14 @@ std::optional<std::string> NSFileHandle::synchronizeFile()
     if (m_folder && ::fsync(m_folder.number()) != 0 && errno != EINVAL) // some file systems sync no folders
         return reasonOf(errno);
     return std::nullopt;
+}
+
+bool NSFileHandle::standsAt(const std::filesystem::path &path) const
+{
+    struct stat open{};
+    struct stat there{};
+    return m_file && ::fstat(m_file.number(), &open) == 0 && ::lstat(path.c_str(), &there) == 0 &&
+           open.st_dev == there.st_dev && open.st_ino == there.st_ino;
 }
 
 } // namespace platform

@@ -30,6 +30,9 @@ public:
     /// Returns when what was written, and the file's name in its folder, have reached the disk.
     /// @return nothing on success, else the reason in English.
     [[nodiscard]] std::optional<std::string> synchronizeFile();
+    /// Whether the open file is the one that stands at @p path: somebody may have removed, renamed or
+    /// replaced it or its folder.
+    [[nodiscard]] bool standsAt(const std::filesystem::path &path) const;
 
 private:
     Descriptor m_file;

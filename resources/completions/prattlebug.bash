@@ -3,7 +3,7 @@
 _prattlebug() {
     local current=$2 previous=$3
     local everywhere="--help --home --quiet --verbose"
-    local commands="setup archive search list people index show stats pages link-log image-log check inspect prefs status"
+    local commands="setup archive search list people index show stats pages link-log image-log check inspect prefs status help"
     # Only with send.
     commands+=" send"
     # End of send.
@@ -49,12 +49,13 @@ _prattlebug() {
     case $command in
     "") options="$commands --version" ;;
     setup) options="--email --me --contacts --dry-run --json --reset-templates" files=yes ;;
-    archive) options="--skip-new" files=yes ;;
+    archive) options="--skip-new --fresh" files=yes ;;
     search) options="$filters --context --limit --newest --count --json --no-index" ;;
     list) options="$filters --limit --newest --json" ;;
     people) options="--json" ;;
     index) options="--rebuild" ;;
     show) options="--as" files=yes ;;
+    help) options=$commands ;;
     stats) options="--json" ;;
     status) options="--clear" ;;
     # Only with send.

@@ -1,6 +1,6 @@
 # Completion of prattlebug's commands, options and values for fish.
 
-set -l commands setup archive search list people index show stats pages link-log image-log check inspect prefs status
+set -l commands setup archive search list people index show stats pages link-log image-log check inspect prefs status help
 # Only with send.
 set -a commands send
 # End of send.
@@ -30,6 +30,7 @@ complete -c prattlebug -n $none -a check -d 'List transcripts that cannot be rea
 complete -c prattlebug -n $none -a inspect -d 'Print what an archive holds, as JSON'
 complete -c prattlebug -n $none -a prefs -d 'Show or change the preferences'
 complete -c prattlebug -n $none -a status -d 'Show the latest failure and how many there were'
+complete -c prattlebug -n $none -a help -d 'Tell more of a command'
 # Only with send.
 complete -c prattlebug -n $none -a send -d 'Send one chat by mail'
 # End of send.
@@ -41,6 +42,8 @@ complete -c prattlebug -n '__fish_seen_subcommand_from setup' -s n -l dry-run -d
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l json -d 'Tell it as JSON, an object a line'
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates -d 'Also replace changed templates'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
+complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l fresh -d 'Set the stores of earlier runs aside'
+complete -c prattlebug -n '__fish_seen_subcommand_from help' -f -a "$commands"
 complete -c prattlebug -n '__fish_seen_subcommand_from search list people index' -f
 complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l from -x -d 'Only messages by this person'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l with -x -d 'Only chats with this person'

@@ -1,13 +1,17 @@
 #include "archiver/PBArchiver.h"
+#include "archiver/archivetarget.h"
 
 #include "tests/support/fulldisk.h"
 #include "tests/support/memorylimit.h"
 #include "tests/support/testhome.h"
 #include "tests/support/transcripts.h"
 
+#include "platform/files/directorywalk.h"
+
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 
 using testing::ElementsAre;
@@ -20,11 +24,14 @@ class RecordingDesktop final : public DesktopInterface {
 public:
     std::optional<std::filesystem::path> answer;
     bool checked = false;
+    std::function<void()> duringTheRun;
+    int entriesUntilInterrupted = -1; ///< not, when negative
 
     std::vector<SavePanel> panels;
     std::vector<Alert> alerts;
     std::vector<qsizetype> progress; ///< the maximum, then the values
-    std::vector<bool> wholeMboxes;   ///< what showOutcome() was told
+    size_t alertsBefore = 0;
+    std::vector<bool> wholeMboxes; ///< what showOutcome() was told
     std::vector<std::filesystem::path> revealed;
 
     std::optional<std::filesystem::path> runSavePanel(const SavePanel &panel) override
@@ -36,12 +43,20 @@ public:
     [[nodiscard]] bool skipChats() const override { return checked; }
     void startProgress(qsizetype maximum) override { progress = {maximum}; }
     void showProgress(qsizetype value) override { progress.push_back(value); }
-    void showEntry(const std::filesystem::path & /*entry*/) override {}
-    void showOutcome(const QString & /*summary*/, bool mboxIsWhole) override
+    void showEntry(const std::filesystem::path & /*entry*/) override
     {
-        EXPECT_EQ(alerts.size(), wholeMboxes.size())
-            << "the outcome stands there when the last alert is shown";
-        wholeMboxes.push_back(mboxIsWhole);
+        if (duringTheRun)
+            std::exchange(duringTheRun, nullptr)();
+    }
+    [[nodiscard]] bool isInterrupted() const override
+    {
+        return entriesUntilInterrupted >= 0 && qsizetype(progress.size()) - 1 >= entriesUntilInterrupted;
+    }
+    void showOutcome(const ArchiveOutcome &outcome) override
+    {
+        EXPECT_EQ(alerts.size(), alertsBefore) << "the outcome stands there when the last alert is shown";
+        alertsBefore += outcome.ending == ArchiveOutcome::Ending::Interrupted ? 0 : 1;
+        wholeMboxes.push_back(outcome.isMboxWhole());
     }
     void reveal(const std::filesystem::path &path) override { revealed.push_back(path); }
 };
@@ -62,9 +77,9 @@ protected:
 
     [[nodiscard]] QByteArray mbox() const { return read(home() / "Out" / "Prattlebug Archive mbox"); }
     /// How many messages a reader finds in the mbox.
-    [[nodiscard]] qsizetype messagesInMbox() const
+    [[nodiscard]] qsizetype messagesInMbox() const { return messagesIn(mbox()); }
+    [[nodiscard]] static qsizetype messagesIn(const QByteArray &bytes)
     {
-        const QByteArray bytes = mbox();
         return bytes.count("\n\nFrom ") + (bytes.startsWith("From ") ? 1 : 0);
     }
 
@@ -77,7 +92,7 @@ protected:
 TEST_F(Archiver, EndsAtOnceWithoutATranscriptFolder)
 {
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::NoTranscriptFolder);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::NoTranscriptFolder);
     ASSERT_EQ(desktop.alerts.size(), 1U);
     EXPECT_EQ(desktop.alerts[0].title, QStringLiteral("Archiver Error"));
     EXPECT_EQ(desktop.alerts[0].text,
@@ -94,7 +109,7 @@ TEST_F(Archiver, CreatesNothingWhenThePanelIsCancelled)
     addChat("Kim on x.ichat");
     desktop.answer.reset();
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Cancelled);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::Cancelled);
     ASSERT_EQ(desktop.panels.size(), 1U);
     EXPECT_EQ(desktop.panels[0].title, QStringLiteral("Generated mbox File"));
     EXPECT_EQ(desktop.panels[0].message,
@@ -110,7 +125,7 @@ TEST_F(Archiver, MakesAnEmptyMboxOfAnEmptyFolder)
 {
     makeTranscriptFolder();
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Done);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::Done);
     EXPECT_EQ(mbox(), QByteArray());
     EXPECT_THAT(desktop.progress, ElementsAre(0));
     ASSERT_EQ(desktop.alerts.size(), 1U);
@@ -119,7 +134,7 @@ TEST_F(Archiver, MakesAnEmptyMboxOfAnEmptyFolder)
               QStringLiteral("The archive file is ready to be imported into your mail client."));
     EXPECT_EQ(desktop.alerts[0].button, QStringLiteral("OK"));
     EXPECT_THAT(desktop.revealed, ElementsAre(home() / "Out" / "Prattlebug Archive mbox"));
-    EXPECT_EQ(archiver.summary(), QStringLiteral("0 chats archived."));
+    EXPECT_EQ(archiver.outcome().summary(), QStringLiteral("0 chats archived."));
     EXPECT_THAT(desktop.wholeMboxes, ElementsAre(true));
 }
 
@@ -137,11 +152,11 @@ TEST_F(Archiver, ArchivesEverythingAtEveryDepthAndCountsIt)
     std::filesystem::create_directory_symlink(home() / folderName / "sub", home() / folderName / "link");
     archiver.beginArchiving();
 
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::Done);
-    EXPECT_EQ(archiver.counts().archived, 5);
-    EXPECT_EQ(archiver.counts().notTranscripts, 4) << "two folders, the link to one, and the notes";
-    EXPECT_EQ(archiver.counts().unreadable, 1);
-    EXPECT_EQ(archiver.summary(),
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::Done);
+    EXPECT_EQ(archiver.outcome().archived, 5);
+    EXPECT_EQ(archiver.outcome().notTranscripts, 4) << "two folders, the link to one, and the notes";
+    ASSERT_EQ(archiver.outcome().unreadable.size(), 1U);
+    EXPECT_EQ(archiver.outcome().summary(),
               QStringLiteral(
                   "5 chats archived, with 1 unreadable message, 4 entries that are no transcripts, 1 chat "
                   "could not be read."));
@@ -168,8 +183,8 @@ TEST_F(Archiver, LeavesOutAChatThatDoesNotFitIntoMemory)
         const MemoryLimit limit(200 << 20);
         archiver.beginArchiving();
     }
-    EXPECT_EQ(archiver.counts().archived, 2);
-    EXPECT_EQ(archiver.counts().unreadable + archiver.counts().notWritten, 2);
+    EXPECT_EQ(archiver.outcome().archived, 2);
+    EXPECT_EQ(archiver.outcome().unreadable.size() + archiver.outcome().notWritten.size(), 2U);
     EXPECT_THAT(consoleLog().toStdString(), HasSubstr("Hole on x.chat: it does not fit into memory\n"));
     EXPECT_THAT(consoleLog().toStdString(), HasSubstr("Large on x.ichat: it does not fit into memory\n"));
 }
@@ -182,14 +197,61 @@ TEST_F(Archiver, ReplacesTheMboxOfAnEarlierRun)
     const qsizetype size = mbox().size();
     archiver.beginArchiving();
     EXPECT_EQ(mbox().size(), size);
-    EXPECT_EQ(archiver.counts().archived, 1);
+    EXPECT_EQ(archiver.outcome().archived, 1);
 
     const auto target = write("precious", "keep me");
-    std::filesystem::remove(archiver.mboxPath());
-    std::filesystem::create_symlink(target, archiver.mboxPath());
+    std::filesystem::remove(archiver.outcome().mboxPath);
+    std::filesystem::create_symlink(target, archiver.outcome().mboxPath);
     archiver.beginArchiving();
     EXPECT_EQ(read(target), "keep me") << "a link is replaced, not followed";
     EXPECT_EQ(mbox().size(), size);
+}
+
+TEST_F(Archiver, KeepsTheEarlierMboxUntilTheNewOneIsWhole)
+{
+    for (int i = 0; i < 3; ++i)
+        addChat("Kim on " + std::to_string(i) + ".ichat");
+    const auto previous = home() / "Out/Prattlebug Archive mbox.previous";
+    enum Run { Whole, Interrupted, DiskFull };
+    const auto run = [&](Run kind) {
+        desktop.entriesUntilInterrupted = kind == Interrupted ? 1 : -1;
+        std::optional<FullDisk> disk;
+        if (kind == DiskFull)
+            disk.emplace(1000);
+        archiver.beginArchiving();
+    };
+    struct Case {
+        std::vector<Run> runs;
+        qsizetype messages;                        ///< in the mbox
+        std::optional<qsizetype> previousMessages; ///< nothing when there is no .previous
+    };
+    for (const auto &[runs, messages, previousMessages] : {
+             Case{{Whole, Whole}, 3, {}},
+             Case{{Whole, Interrupted}, 1, 3},
+             Case{{Whole, DiskFull}, 1, 3},
+             Case{{Whole, Interrupted, DiskFull}, 1, 3},
+             Case{{Whole, Interrupted, Interrupted, Whole}, 3, {}},
+             Case{{Interrupted, Interrupted}, 1, {}}, // what a first run has left unfinished is not kept
+             Case{{Interrupted, Whole, Interrupted}, 1, 3},
+         }) {
+        std::filesystem::remove_all(home() / "Out");
+        for (const Run kind : runs)
+            run(kind);
+        EXPECT_EQ(messagesInMbox(), messages);
+        EXPECT_EQ(archiver.outcome().previousPath.empty(), !previousMessages);
+        EXPECT_EQ(std::filesystem::exists(previous), previousMessages.has_value());
+        EXPECT_EQ(messagesIn(previousMessages ? read(previous) : QByteArray()), previousMessages.value_or(0));
+    }
+
+    // Something else of that name is left alone.
+    run(Whole);
+    std::filesystem::create_symlink("elsewhere", previous);
+    EXPECT_TRUE(ArchiveTarget(home() / "Out").warning());
+    run(Interrupted);
+    EXPECT_TRUE(std::filesystem::is_symlink(previous));
+    EXPECT_THAT(consoleLog().toStdString(), HasSubstr(".previous: it is no regular file"));
+    run(Whole);
+    EXPECT_EQ(platform::contentsOfDirectory(home() / "Out").size(), 2U) << "the mbox and the link";
 }
 
 TEST_F(Archiver, PassesOverWhatIsNoOlderThanTheFolder)
@@ -209,8 +271,8 @@ TEST_F(Archiver, PassesOverWhatIsNoOlderThanTheFolder)
     EXPECT_FALSE(allowed("missing"));
 
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.counts().archived, 1);
-    EXPECT_EQ(archiver.counts().passedOver, 2);
+    EXPECT_EQ(archiver.outcome().archived, 1);
+    EXPECT_EQ(archiver.outcome().passedOver, 2);
 }
 
 TEST_F(Archiver, GoesThroughWithTheRunWhenTheMboxCannotBeMade)
@@ -218,13 +280,34 @@ TEST_F(Archiver, GoesThroughWithTheRunWhenTheMboxCannotBeMade)
     addChat("Kim on x.ichat");
     write("Out", "an ordinary file");
     archiver.beginArchiving();
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::MboxIncomplete);
     EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));
-    EXPECT_EQ(archiver.counts().notWritten, 1);
+    EXPECT_EQ(archiver.outcome().notWritten.size(), 1U);
     EXPECT_EQ(read(home() / "Out"), "an ordinary file");
     ASSERT_EQ(desktop.alerts.size(), 1U);
     EXPECT_EQ(desktop.alerts[0].title, QStringLiteral("Import Complete"));
     EXPECT_THAT(consoleLog().toStdString(), HasSubstr("Out/Prattlebug Archive mbox: Not a directory"));
+    EXPECT_EQ(archiver.outcome().whyNotWhole(), QStringLiteral("Not a directory"));
+}
+
+TEST_F(Archiver, TellsWhenTheMboxNoLongerStandsThere)
+{
+    addChat("Kim on x.ichat");
+    const auto out = home() / "Out";
+    const std::function<void()> meanwhile[] = {
+        [&] { std::filesystem::rename(out, home() / "Elsewhere"); },
+        [&] { std::filesystem::remove_all(out); },
+        [&] {
+            std::filesystem::remove_all(out);
+            write("Out/Prattlebug Archive mbox", "somebody else's");
+        },
+    };
+    for (const auto &happens : meanwhile) {
+        desktop.duringTheRun = happens;
+        archiver.beginArchiving();
+        EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::MboxIncomplete);
+        EXPECT_THAT(archiver.outcome().whyNotWhole().toStdString(), HasSubstr("moved, replaced or removed"));
+    }
 }
 
 TEST_F(Archiver, KeepsOnlyWholeMessagesWhenTheDiskFills)
@@ -238,10 +321,10 @@ TEST_F(Archiver, KeepsOnlyWholeMessagesWhenTheDiskFills)
         archiver.beginArchiving();
     }
 
-    EXPECT_EQ(archiver.ending(), PBArchiver::Ending::MboxIncomplete);
+    EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::MboxIncomplete);
     EXPECT_THAT(desktop.wholeMboxes, ElementsAre(false));
-    EXPECT_EQ(archiver.counts().notWritten, 2);
-    EXPECT_EQ(archiver.counts().archived, 3) << "a short one still fits behind";
+    EXPECT_EQ(archiver.outcome().notWritten.size(), 2U);
+    EXPECT_EQ(archiver.outcome().archived, 3) << "a short one still fits behind";
     EXPECT_EQ(messagesInMbox(), 3);
     EXPECT_TRUE(mbox().endsWith("\n--_____fbtvcfbtvcfbtvcfbtvcfbtvcfbtvcfbtvc--\n\n"));
     EXPECT_THAT(consoleLog().toStdString(),
@@ -258,9 +341,10 @@ TEST_F(Archiver, LeavesOutAChatThatIsTooLargeAndTakesTheNext)
     const auto date = platform::NSDate::fromUnixTime(1109711265);
     std::string failure;
     auto file = platform::NSFileHandle::createFileAtPath(home() / "mbox", failure);
-    EXPECT_FALSE(archiver.appendChatLog(*chatOf(100'000, 8'000), file, date));
+    using Appending = PBArchiver::Appending;
+    EXPECT_EQ(archiver.appendChatLog(*chatOf(100'000, 8'000), file, date).result, Appending::TooLarge);
     EXPECT_EQ(read(home() / "mbox"), "");
     EXPECT_THAT(consoleLog().toStdString(),
                 HasSubstr("The chat with mallory is too large for a mail message and has been left out."));
-    EXPECT_TRUE(archiver.appendChatLog(*chatOf(1, 1), file, date));
+    EXPECT_EQ(archiver.appendChatLog(*chatOf(1, 1), file, date).result, Appending::Appended);
 }

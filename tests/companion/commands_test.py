@@ -53,6 +53,23 @@ class Commands(CompanionTest):
         self.assertEqual(plain, "".join(f"{message['speaker']}: {message['text']}\n" for message in spoken)
                          + "Sent by Prattlebug ( https://prattlebug.example/ )\n")
 
+    def test_transcripts_may_have_any_name_and_be_named_as_search_names_them(self):
+        for name, party in (("Kim.chat", "Kim"), ("Kim Lee #7.CHAT", "Kim Lee #7"), ("Kim on 2003.Chat", "Kim"), (".hidden.chat", ".hidden")):
+            path = self.write(name, KIM_BYTES)
+            self.assertEqual(self.run_companion("show", "--as", "subject", path)[0], f"[IM] {party}\n")
+            self.assertEqual(self.run_companion("check", path)[0], "1 can be read, 0 cannot.\n")
+        self.add_samples()
+        relative = json.loads(self.run_companion("search", "--json", "--limit", "1", "e")[0])["path"]
+        self.assertEqual(self.run_companion("show", relative)[0], self.run_companion("show", self.path(TRANSCRIPTS, relative))[0])
+
+    def test_commands_that_there_are_not(self):
+        for word, told in (("archvie", 'Did you mean "archive"?'), ("sear", 'Did you mean "search"?'), ("stat", 'Did you mean "stats"?'),
+                           ("xyzzy", "prattlebug help lists them.")):
+            for arguments in ([word], [word, "--quiet", "x"], ["help", word]):
+                self.assertEqual(self.run_companion(*arguments, code=2)[1], f'There is no command "{word}". {told}\n')
+        self.assertEqual(self.run_companion("help", "archive"), self.run_companion("archive", "--help"))
+        self.assertEqual(self.run_companion("help"), self.run_companion("--help"))
+
     def test_show_lists_attached_files(self):
         seen = []
         for expected in Path(SAMPLES, "expected").rglob("*.json"):
@@ -70,7 +87,6 @@ class Commands(CompanionTest):
     def test_show_says_why_a_file_is_no_transcript(self):
         for name, data, reason in (
                 ("Notes.txt", b"", 'its name ends neither in ".chat" nor in ".ichat"'),
-                ("Kim.chat", KIM_BYTES, 'its name holds no " on " between the other party and the date'),
                 ("Kim on x.chat", b"\x04\x0bstreamtyped\x81", "the file is cut off, or a length in it is wrong (offset 14)"),
                 ("Kim on x.ichat", b"bplist00", "the file is cut off (offset 8)"),
         ):
@@ -97,6 +113,7 @@ class Commands(CompanionTest):
         output, _ = self.run_companion("check", code=1)
         self.assertIn(f"{broken}: the file is cut off", output)
         self.assertIn("18 can be read, 1 cannot.", output)
+        self.assertEqual(self.run_companion("check", self.path(TRANSCRIPTS, "deep"), code=1)[0].splitlines()[-1], "0 can be read, 1 cannot.")
         self.assertEqual(self.run_companion("check", KIM)[0], "1 can be read, 0 cannot.\n")
         odd = self.write("Kim on y.ichat", keyed(
             "<dict>$class:1 <key>NS.objects</key><array><true/><true/>UID:3 </array></dict>",

@@ -15,6 +15,10 @@ import unittest
 PRATTLEBUG, SAMPLES = sys.argv[1:3]
 TRANSCRIPTS = "Documents/iChats (Prattlebugged)"
 
+# In front of a command: without root's right to read and write everything.
+ORDINARY = () if os.geteuid() else ("setpriv", "--bounding-set=-dac_override,-dac_read_search",
+                                    "--inh-caps=-dac_override,-dac_read_search")
+
 
 class CompanionTest(unittest.TestCase):
     """A test with an empty home folder of its own."""
@@ -42,9 +46,9 @@ class CompanionTest(unittest.TestCase):
             file.write(data)
         return path
 
-    def run_companion(self, *arguments, code=0, stdin=b""):
-        """Runs the companion, expects the exit code, and returns what came out on its two streams."""
-        result = subprocess.run([PRATTLEBUG, *arguments], input=stdin, capture_output=True, env=self.environment,
+    def run_companion(self, *arguments, code=0, stdin=b"", prefix=()):
+        """Runs the companion, by the command `prefix`, expects the exit code, and returns what came out on its two streams."""
+        result = subprocess.run([*prefix, PRATTLEBUG, *arguments], input=stdin, capture_output=True, env=self.environment,
                                 timeout=60, check=False)
         self.assertEqual(result.returncode, code, f"{arguments}: {result.stdout!r} {result.stderr!r}")
         return result.stdout.decode(), result.stderr.decode()

@@ -65,7 +65,7 @@ class Completion(CompanionTest):
         expected = {
             "prattlebug ": set(self.commands), "prattlebug prefs ": keys,
             "prattlebug prefs email": mail_keys, "prattlebug prefs --delete email": mail_keys,
-            "prattlebug show --as h": {"html"},
+            "prattlebug help sh": {"show"}, "prattlebug show --as h": {"html"},
             f"prattlebug setup --me {self.path('cards')}/": {"a b.vcf"},
         }
         for command, options in self.options.items():

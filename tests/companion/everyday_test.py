@@ -110,10 +110,10 @@ class Everyday(CompanionTest):
         self.add_samples()
 
     def test_pages_come_from_the_stores(self):
-        self.assertEqual(self.run_companion("pages", code=1)[1].count("prattlebug setup"), 2)
+        self.assertEqual(self.run_companion("pages", code=1)[1].count("prattlebug setup"), 3)
         self.run_companion("setup", os.path.join(SAMPLES, "chats"), "--quiet")
         self.run_companion("archive", self.path("Out"), "--quiet")
-        pages = [self.path(SUPPORT, name) for name in ("Links.html", "Images.html")]
+        pages = [self.path(SUPPORT, name) for name in ("Links.html", "Images.html", "stats.html")]
         stores = [Path(self.path(SUPPORT, name)) for name in ("gatheredURLs.plist", "gatheredImages.plist", "talkmeter.plist")]
         before = [store.stat().st_mtime_ns for store in stores]
         self.write(f"{SUPPORT}/linktemplate.html", b"<p>anew ____LINKS")

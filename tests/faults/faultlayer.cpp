@@ -1,10 +1,11 @@
 // Preloaded into a program under test, where it stands between the program and the system's calls that change
 // the disk. The environment's PRATTLEBUG_FAULT says what it does:
 //
-//   count:FILE     at the end, writes into FILE how many such calls there were, and how many bytes were
-//   written kill:N         kills the program (SIGKILL) instead of call N, counted from 1; of a write, half is
-//   done before full:N:ERRNO   the disk takes N bytes; a write beyond is done in part, and every one after
-//   that fails locked:FOLDER  everything in FOLDER and below it is read-only
+// - count:FILE: at the end, writes into FILE how many such calls there were, and how many bytes were written.
+// - kill:N: kills the program (SIGKILL) instead of call N, counted from 1; of a write, half is done before.
+// - full:N:ERRNO: the disk takes N bytes; a write beyond is done in part, and every one after that fails.
+// - locked:FOLDER: everything in FOLDER and below it is read-only.
+// - listed:FOLDER: the listing of FOLDER ends after one entry, with EIO.
 //
 // A call counts when it makes, changes, renames or removes something; writing to a terminal or a pipe does
 // not.
@@ -16,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <string>
@@ -31,11 +33,11 @@ Function *original(const char *name)
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-enum class Fault { None, Count, Kill, Full, Locked };
+enum class Fault { None, Count, Kill, Full, Locked, Listed };
 
 struct State {
     Fault fault = Fault::None;
-    std::string path; // of Count and Locked
+    std::string path; // of Count, Locked and Listed
     long number = 0;  // of Kill and Full
     int error = ENOSPC;
     long calls = 0;
@@ -48,10 +50,11 @@ struct State {
         if (!colon)
             return;
         const std::string kind(text, colon);
-        fault = kind == "count"  ? Fault::Count
-                : kind == "kill" ? Fault::Kill
-                : kind == "full" ? Fault::Full
-                                 : Fault::Locked;
+        fault = kind == "count"    ? Fault::Count
+                : kind == "kill"   ? Fault::Kill
+                : kind == "full"   ? Fault::Full
+                : kind == "locked" ? Fault::Locked
+                                   : Fault::Listed;
         path = colon + 1;
         char *end = nullptr;
         number = std::strtol(colon + 1, &end, 10);
@@ -89,6 +92,14 @@ bool isToBeKilled()
     std::abort();
 }
 
+std::string pathOf(int descriptor)
+{
+    char target[4096];
+    const ssize_t size =
+        readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), target, sizeof target);
+    return {target, size_t(std::max<ssize_t>(size, 0))};
+}
+
 /// Whether the call may go on, which is about @p path.
 bool mayChange(int folder, const char *path)
 {
@@ -97,12 +108,8 @@ bool mayChange(int folder, const char *path)
     if (state().fault != Fault::Locked)
         return true;
     std::string whole = path;
-    if (!whole.starts_with('/') && folder != AT_FDCWD) {
-        char target[4096];
-        const ssize_t size =
-            readlink(("/proc/self/fd/" + std::to_string(folder)).c_str(), target, sizeof target);
-        whole = std::string(target, size_t(std::max<ssize_t>(size, 0))) + "/" + whole;
-    }
+    if (!whole.starts_with('/') && folder != AT_FDCWD)
+        whole = pathOf(folder) + "/" + whole;
     if (!whole.starts_with(state().path))
         return true;
     errno = EROFS;
@@ -239,6 +246,16 @@ int unlinkat(int folder, const char *path, int flags)
 int remove(const char *path)
 {
     return mayChange(AT_FDCWD, path) ? original<decltype(remove)>("remove")(path) : -1;
+}
+
+dirent *readdir(DIR *folder)
+{
+    static int listed = 0;
+    if (state().fault == Fault::Listed && pathOf(dirfd(folder)) == state().path && listed++ > 0) {
+        errno = EIO;
+        return nullptr;
+    }
+    return original<decltype(readdir)>("readdir")(folder);
 }
 
 int mkdir(const char *path, mode_t mode)

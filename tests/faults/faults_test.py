@@ -15,13 +15,14 @@ import subprocess
 import sys
 
 sys.path.append(os.path.join(os.path.dirname(__file__), "../companion"))
-from companion import PRATTLEBUG, SAMPLES, TRANSCRIPTS, CompanionTest, main  # noqa: E402
+from companion import ORDINARY, PRATTLEBUG, SAMPLES, TRANSCRIPTS, CompanionTest, main  # noqa: E402
 
 LAYER = sys.argv[3]
 RESOURCES = os.path.join(SAMPLES, "../resources")
 SUPPORT = "Library/Prattlebug"
 PREFERENCES = "Library/Preferences/com.velmoria.prattlebug.plist"
 MBOX = "Out/Prattlebug Archive mbox"
+PREVIOUS = MBOX + ".previous"
 STORES = ("gatheredURLs.plist", "gatheredImages.plist", "talkmeter.plist")
 CHATS = (  # with links, a PDF document, a folder and pictures
     "Bob on Mars on 2004-01-24 at 22.50.chat",
@@ -58,10 +59,10 @@ class FaultTest(CompanionTest):
         super().setUp()
         self.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0"
 
-    def run_with(self, fault, *arguments):
+    def run_with(self, fault, *arguments, prefix=()):
         """Runs the companion with the umask 0 and a fault; returns its exit code, negative for a signal, and what it printed."""
         environment = {**self.environment, **({"LD_PRELOAD": LAYER, "PRATTLEBUG_FAULT": fault} if fault else {})}
-        result = subprocess.run([PRATTLEBUG, *arguments], env=environment, capture_output=True, timeout=60, check=False, umask=0)
+        result = subprocess.run([*prefix, PRATTLEBUG, *arguments], env=environment, capture_output=True, timeout=60, check=False, umask=0)
         self.assertNotIn(b"Sanitizer", result.stderr)
         return result.returncode, result.stdout + result.stderr
 
@@ -197,8 +198,9 @@ class Faults(FaultTest):
         folder = os.path.dirname(self.path(PREFERENCES))
         for name in os.listdir(folder):  # temporaries too
             self.assertEqual(stat.S_IMODE(os.stat(os.path.join(folder, name)).st_mode) & 0o077, 0, (what, name))
-        if os.path.exists(self.path("Out")):  # where nothing is ever written under another name
-            self.assertLessEqual(set(os.listdir(self.path("Out"))), {os.path.basename(MBOX)}, what)
+        # Whatever became of the run, a whole mbox stands there.
+        self.assertLessEqual(set(os.listdir(self.path("Out"))), {os.path.basename(MBOX), os.path.basename(PREVIOUS)}, what)
+        self.assertEqual(self.messages(PREVIOUS if os.path.exists(self.path(PREVIOUS)) else MBOX), self.mbox, what)
         return temporaries(os.path.join("Support", name) for name in held) + temporaries(
             os.path.join("Preferences", name) for name in os.listdir(folder))
 
@@ -219,6 +221,7 @@ class Faults(FaultTest):
                 self.assertEqual(self.archive(), 0)
                 self.assertEqual(self.check(at), [])
                 self.assertEqual(self.messages(), self.mbox)
+                self.assertFalse(os.path.exists(self.path(PREVIOUS)))
         self.assertGreater(sum(map(bool, left)), KILLS // 4, "hardly any was killed while it had a temporary")
         self.assertLessEqual({"Support", "Support/Images", "Preferences"}, set().union(*left))
 
@@ -265,6 +268,23 @@ class Faults(FaultTest):
             self.assertEqual(tree(self.path("elsewhere")), before)
             for name in written:
                 self.assertFalse(os.path.islink(self.path(name)), name)
+
+    def test_folders_that_cannot_be_listed_are_named(self):
+        folder = self.path(TRANSCRIPTS, "Deep")
+        os.mkdir(folder)
+        os.mkdir(self.path("other"))
+        for number, name in enumerate(CHATS):
+            shutil.copy2(os.path.join(SAMPLES, "chats", name), os.path.join(folder, f"{number} {name}"))
+        for mode, prefix, fault, reason in ((0o000, ORDINARY, None, "Permission denied"), (0o444, ORDINARY, None, "Permission denied"),
+                                            (0o755, (), "listed:" + folder, "Input/output error")):
+            os.chmod(folder, mode)
+            for arguments, told in ((("archive", self.path("Out")), "1 folder could not be read."), (("check",), "1 folder could not be read."),
+                                    (("--home", self.path("other"), "setup", self.path(TRANSCRIPTS)), "Could not be read: ")):
+                code, printed = self.run_with(fault, *arguments, prefix=prefix)
+                self.assertEqual(code, 1, printed)
+                self.assertIn(told, printed.decode())
+                self.assertIn(f"{folder}: {reason}\n", printed.decode())
+            os.chmod(folder, 0o755)
 
     def test_two_runs_at_once_leave_whole_files(self):
         for _ in range(5):

@@ -146,6 +146,8 @@ class ArchivingTest(WindowTest):
     def test_from_the_button_to_the_end(self):
         self.set_up_samples()
         subprocess.run([companion, "--home", self.home, "prefs", "emailAddress", "sam@example.org"], check=True)
+        broken = self.transcripts / "broken on x.chat"
+        broken.write_bytes(b"no chat")
         application = self.start()
         application.window.find("push button", "Archive Chats…").click()
         panel = application.wait_for_window(PANEL)
@@ -154,8 +156,13 @@ class ArchivingTest(WindowTest):
         self.assertEqual(panel.find("combo box").name, str(self.home))
         panel.find("push button", "Save").click()
         line = self.dismiss_completion(application)
-        self.assertRegex(line, r"^19 chats archived, \d+ entries that are no transcripts\.$")
+        self.assertRegex(line, r"^19 chats archived, \d+ entries that are no transcripts, 1 chat could not be read\.$")
         self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.mbox}"])
+        application.window.find("push button", "Details…").click()
+        details = application.wait_for_window("What Could Not Be Archived")
+        self.assertRegex(details.find("text").text, f"^Could not be read: {re.escape(str(broken))}: .+$")
+        self.desktop.press("Escape")
+        application.wait_for_window(WINDOW)
         self.assertEqual(self.mbox.read_bytes().count(b"\nTo: sam@example.org\n"), 19)
         self.check_mbox()
         self.desktop.press("ctrl+q")
@@ -247,11 +254,13 @@ class ArchivingTest(WindowTest):
         application = self.start()
         self.desktop.press("Return")
         panel = application.wait_for_window(PANEL)
-        self.assertIn("A file of this name is there already: no archive can be made.", panel.labels())
+        self.assertIn("No archive can be made: a file of this name is there already.", panel.labels())
+        before = everything_in(self.home)
         self.desktop.press("Return")
-        self.assertRegex(self.dismiss_completion(application), "The mbox could not be written whole.$")
-        self.assertEqual(self.output.read_bytes(), b"no folder\n")
-        self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.output}"])
+        self.assertFalse(panel.find("push button", "Save").has_state("ENABLED"))
+        self.desktop.press("Escape")
+        application.wait_for_window(WINDOW)
+        self.assertEqual(everything_in(self.home), before)
 
     def test_at_work(self):
         """Holds the program in the middle of its work: its console log goes into a pipe that nobody empties."""
@@ -344,7 +353,7 @@ class PreferencesTest(WindowTest):
 
 
 class DesktopTest(WindowTest):
-    def test_folder_is_opened_without_a_file_manager_on_the_bus(self):
+    def test_folder_is_opened_without_a_file_manager_or_a_bus(self):
         self.desktop.tell_services("leave")
         self.addCleanup(self.desktop.tell_services, "return")
         self.transcripts.mkdir(parents=True)
@@ -353,13 +362,19 @@ class DesktopTest(WindowTest):
         opened = self.folder / "opened"
         (commands / "xdg-open").write_text(f"#!/bin/sh\necho \"$1\" >'{opened}.new'; mv '{opened}.new' '{opened}'\n")
         (commands / "xdg-open").chmod(0o755)
-        application = self.start(PATH=f"{commands}:{os.environ['PATH']}")
-        self.desktop.press("Return")
-        application.wait_for_window(PANEL)
-        self.desktop.press("Return")
-        self.dismiss_completion(application)
-        wait_for(opened.exists, "the folder to be opened")
-        self.assertEqual(unquote(opened.read_text().strip()), f"file://{self.output}")
+        for bus in (os.environ["DBUS_SESSION_BUS_ADDRESS"], "unix:path=/nowhere"):
+            process = subprocess.Popen([archiver], stderr=subprocess.DEVNULL, env={
+                **os.environ, "HOME": str(self.home), "PATH": f"{commands}:{os.environ['PATH']}", "DBUS_SESSION_BUS_ADDRESS": bus})
+            self.addCleanup(process.wait)
+            self.addCleanup(process.kill)
+            for title in (WINDOW, PANEL, COMPLETE):
+                self.desktop.xdotool("search", "--sync", "--onlyvisible", "--name", f"^{title}$", "windowfocus", "--sync")
+                self.desktop.press("Return")
+            wait_for(opened.exists, "the folder to be opened")
+            self.assertEqual(unquote(opened.read_text().strip()), f"file://{self.output}")
+            opened.unlink()
+            process.kill()
+            process.wait()
 
     def background(self, application):
         x, y, width, height = application.window.place

@@ -23,6 +23,8 @@ protected:
             fs::create_directories(m_home / folder);
         std::ofstream(m_home / "A file") << "here already\n";
         fs::create_directory_symlink(m_home / "Mail", m_home / "Letters");
+        fs::create_directory_symlink(m_home / "gone", m_home / "Lost");
+        fs::create_directory(m_home / "Desktop" / "Prattlebug Archive mbox");
         qputenv("HOME", QByteArray::fromStdString(m_home.native()));
     }
 
@@ -82,7 +84,8 @@ TEST_F(SavePanelTest, walksTheFoldersByKeyboard)
     QTest::keyClick(list, Qt::Key_Return);
     EXPECT_TRUE(panel->isVisible()) << "Return in the list enters a folder and saves nothing";
     EXPECT_EQ(panel->path(), m_home / "Desktop" / "Archive");
-    EXPECT_EQ(listed(*panel), QStringList(QStringLiteral("Deep")));
+    EXPECT_EQ(listed(*panel),
+              QStringList({QStringLiteral("Deep"), QStringLiteral("Prattlebug Archive mbox")}));
 
     QTest::keyClick(list, Qt::Key_Backspace);
     EXPECT_EQ(panel->path(), m_home / "Archive");
@@ -103,31 +106,40 @@ TEST_F(SavePanelTest, walksTheFoldersByKeyboard)
 TEST_F(SavePanelTest, takesPathsAndTellsWhatTheyLeadTo)
 {
     struct Case {
-        const char *name;
+        std::string name;
         std::optional<fs::path> path;
-        const char *tells; ///< a word of what the panel says
+        const char *tells; ///< some words of what the panel says
+        bool isTaken = true;
     };
     for (const Case &expected : {
-             Case{"", std::nullopt, ""},
-             Case{"   ", std::nullopt, ""},
+             Case{"", std::nullopt, "", false},
+             Case{"   ", std::nullopt, "", false},
              Case{"New", m_home / "New", "Makes"},
+             Case{"New/", m_home / "New/", "Makes"},
              Case{"Zo\xC3\xAB", m_home / "Zo\xC3\xAB", "Makes"},
              Case{"Mail/New", m_home / "Mail" / "New", "Makes"},
              Case{"~/Mail/New", m_home / "Mail" / "New", "Makes"},
+             Case{std::string(255, 'x'), m_home / std::string(255, 'x'), "Makes"},
              Case{"~", m_home, "replaced"},
              Case{"Mail", m_home / "Mail", "replaced"},
              Case{"Mail/", m_home / "Mail/", "replaced"},
-             Case{"/nowhere/New", "/nowhere/New", "There is no folder /nowhere"},
-             Case{"A file", m_home / "A file", "A file of this name"},
+             Case{"Letters", m_home / "Letters", "replaced"},
+             Case{"Desktop", m_home / "Desktop", "there is a folder", false},
+             Case{"/nowhere/New", "/nowhere/New", "there is no folder /nowhere", false},
+             Case{"A file", m_home / "A file", "a file of this name", false},
+             Case{"Lost", m_home / "Lost", "a link that leads nowhere", false},
+             Case{std::string(256, 'x'), m_home / std::string(256, 'x'), "the name is too long", false},
          }) {
         const auto panel = makePanel();
-        panel->findChild<QLineEdit *>()->setText(QString::fromUtf8(expected.name));
+        const int width = panel->minimumSizeHint().width();
+        panel->findChild<QLineEdit *>()->setText(QString::fromStdString(expected.name));
         EXPECT_EQ(panel->path(), expected.path) << expected.name;
-        EXPECT_EQ(panel->findChild<QPushButton *>()->isEnabled(), expected.path.has_value()) << expected.name;
+        EXPECT_EQ(panel->findChild<QPushButton *>()->isEnabled(), expected.isTaken) << expected.name;
         QString told;
         for (const QLabel *label : panel->findChildren<QLabel *>())
             told += label->text() + u'\n';
         EXPECT_THAT(told.toStdString(), testing::HasSubstr(expected.tells)) << expected.name;
+        EXPECT_EQ(panel->minimumSizeHint().width(), width) << "no name makes the panel wider";
     }
 }
 

@@ -1,0 +1,75 @@
+#include "archiver/chatledger.h"
+
+#include "galleries/supportfolder.h"
+
+#include "platform/files/files.h"
+
+#include <QByteArrayList>
+#include <QCryptographicHash>
+
+#include <algorithm>
+#include <new>
+
+namespace {
+
+constexpr auto algorithm = QCryptographicHash::Sha256;
+
+QByteArray hexDigest(const QByteArray &bytes)
+{
+    return QCryptographicHash::hash(bytes, algorithm).toHex();
+}
+
+/// One digest of all three stores.
+QByteArray storesDigest()
+{
+    QByteArray digests;
+    for (const auto &store :
+         {galleries::linkStorePath(), galleries::imageStorePath(), galleries::statisticsStorePath()}) {
+        const platform::FileContents file = platform::readWholeFile(store);
+        digests += (file.bytes ? hexDigest(*file.bytes) : QByteArray()) + '\n';
+    }
+    return hexDigest(digests);
+}
+
+} // namespace
+
+std::filesystem::path ChatLedger::path()
+{
+    return galleries::supportFolder() / "chats.ledger";
+}
+
+ChatLedger ChatLedger::load()
+{
+    ChatLedger ledger;
+    const platform::FileContents file = platform::readWholeFile(path());
+    if (!file.bytes)
+        return ledger;
+    QByteArrayList lines = file.bytes->split('\n');
+    if (lines.takeFirst() != storesDigest())
+        return ledger;
+    const qsizetype length = 2 * QCryptographicHash::hashLength(algorithm);
+    for (const QByteArray &line : std::as_const(lines)) {
+        if (line.size() == length)
+            ledger.add(line);
+    }
+    return ledger;
+}
+
+void ChatLedger::save() const
+{
+    QByteArrayList lines(m_digests.cbegin(), m_digests.cend());
+    std::sort(lines.begin(), lines.end());
+    lines.prepend(storesDigest());
+    static_cast<void>(platform::writeAtomically(path(), lines.join('\n') + '\n',
+                                                {.durability = platform::Durability::Unsynced}));
+}
+
+QByteArray ChatLedger::digestOf(const std::filesystem::path &path)
+{
+    try {
+        const platform::FileContents file = platform::readWholeFile(path);
+        return file.bytes ? hexDigest(*file.bytes) : QByteArray();
+    } catch (const std::bad_alloc &) {
+        return {};
+    }
+}
