@@ -72,7 +72,7 @@ int pages()
         galleries::readPropertyListFile(statistics).kind() == platform::PropertyListKind::Dictionary;
     const bool counts =
         makePages({statistics, isReadable, galleries::statisticsTemplatePath(), folder / "stats.html",
-                   [] { galleries::writeStatisticsPage(galleries::Statistics::load()); }});
+                   [] { galleries::writeStatisticsPage(galleries::Statistics::load(galleries::statisticsStorePath())); }});
     return links && images && counts ? exitDone : exitFailed;
 }
 
