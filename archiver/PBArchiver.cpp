@@ -28,7 +28,7 @@ namespace {
 /// How many chats the statistics have counted.
 qsizetype countedChats()
 {
-    return galleries::Statistics::load().counts.chatcount;
+    return galleries::Statistics::load(galleries::statisticsStorePath()).counts.chatcount;
 }
 
 /// Removes what runs that were killed have left.
