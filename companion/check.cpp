@@ -40,20 +40,6 @@ public:
         }
     }
 
-    /// Counts what is well formed in @p folder, but what the archiver passes over for its name and has under
-    /// no other.
-    void passedOver(const std::filesystem::path &folder)
-    {
-        if (!m_misnamed)
-            return;
-        importing::Observer nobody;
-        for (const importing::PlannedCopy &copy :
-             importing::planImport({}, folder, importing::CopyLedger(), nobody).copies) {
-            ++m_passedOver;
-            print(copy.entry.source, VORAChatLog::load(copy.entry.source).reason);
-        }
-    }
-
     /// Checks everything below @p path, at every depth.
     void folder(const std::filesystem::path &path)
     {
@@ -62,6 +48,7 @@ public:
         while (auto entry = walk.next())
             entries.push_back(std::move(*entry));
         qsizetype handled = 0;
+        m_misnamed = false;
         for (const std::filesystem::path &entry : entries) {
             file(path / entry, false);
             m_host.showProgress(++handled, qsizetype(entries.size()));
@@ -71,6 +58,7 @@ public:
             print(unread.empty() ? path : path / unread, platform::stringFromUtf8(reason));
         }
         m_host.endProgress();
+        passedOver(path);
     }
 
     [[nodiscard]] int finish() const
@@ -95,6 +83,20 @@ public:
     }
 
 private:
+    /// Counts what is well formed in @p folder, but what the archiver passes over for its name and has under
+    /// no other.
+    void passedOver(const std::filesystem::path &folder)
+    {
+        if (!m_misnamed)
+            return;
+        importing::Observer nobody;
+        for (const importing::PlannedCopy &copy :
+             importing::planImport({}, folder, importing::CopyLedger(), nobody).copies) {
+            ++m_passedOver;
+            print(copy.entry.source, VORAChatLog::load(copy.entry.source).reason);
+        }
+    }
+
     void print(const std::filesystem::path &path, const QString &reason)
     {
         m_host.endProgress(); // shown again with the next entry
@@ -108,7 +110,7 @@ private:
     qsizetype m_unreadableMessages = 0;
     qsizetype m_passedOver = 0;
     qsizetype m_unreadFolders = 0;
-    bool m_misnamed = false; ///< whether there is a transcript that the archiver passes over
+    bool m_misnamed = false; ///< whether the folder at hand has a transcript that the archiver passes over
 };
 
 int check(const std::vector<std::string> &files)
@@ -130,7 +132,6 @@ int check(const std::vector<std::string> &files)
             return exitFailed;
         }
         check.folder(folder);
-        check.passedOver(folder);
     }
     return check.finish();
 }

@@ -70,9 +70,9 @@ int pages()
     const bool isReadable =
         !platform::fileExists(statistics) ||
         galleries::readPropertyListFile(statistics).kind() == platform::PropertyListKind::Dictionary;
-    const bool counts =
-        makePages({statistics, isReadable, galleries::statisticsTemplatePath(), folder / "stats.html",
-                   [] { galleries::writeStatisticsPage(galleries::Statistics::load(galleries::statisticsStorePath())); }});
+    const bool counts = makePages(
+        {statistics, isReadable, galleries::statisticsTemplatePath(), folder / "stats.html",
+         [&statistics] { galleries::writeStatisticsPage(galleries::Statistics::load(statistics)); }});
     return links && images && counts ? exitDone : exitFailed;
 }
 
