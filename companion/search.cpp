@@ -133,7 +133,7 @@ private:
     /// found, with the words marked.
     [[nodiscard]] QString shown(const Match &match, bool isMatch, qsizetype room) const
     {
-        const QString text = m_style.onOneLine(match.text);
+        QString text = m_style.onOneLine(match.text);
         if (!m_style.isTerminal())
             return text;
         std::vector<indexing::FoldedText::Range> words;

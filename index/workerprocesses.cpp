@@ -84,7 +84,7 @@ public:
         if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
             return;
         m_connection = Descriptor(ends[0]);
-        Descriptor theirs(ends[1]);
+        const Descriptor theirs(ends[1]);
         m_process = fork();
         if (m_process == 0) {
             m_connection.close();

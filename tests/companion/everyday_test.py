@@ -12,7 +12,9 @@ from companion import SAMPLES, TRANSCRIPTS, CompanionTest, main
 SUPPORT = "Library/Prattlebug"
 PREFERENCES = "Library/Preferences/com.velmoria.prattlebug.plist"
 KIM_2005 = os.path.join(SAMPLES, "chats", "Kim Lee on 2005-08-20 at 21.07.ichat")
-COMMANDS = ("archive", "check", "image-log", "index", "inspect", "link-log", "list", "pages", "people", "prefs", "search", "setup", "show", "stats", "status")
+COMMANDS = (
+    "archive", "check", "image-log", "index", "inspect", "link-log", "list", "pages", "people", "prefs",
+    "search", "setup", "show", "stats", "status")
 
 
 class Everyday(CompanionTest):

@@ -9,9 +9,10 @@ from companion import PRATTLEBUG, SAMPLES, CompanionTest, main
 DOCUMENTS = ("manual.md", "moving-chats.md", "importing.md", "templates.md")
 # What a reader has that stands for something else here.
 STANDS_FOR = (
-    ("/media/you/Macintosh\\ HD/Users/you", "~/mac"),
+    ("--me /media/you/Macintosh\\ HD/Users/kim --contacts /media/you/Macintosh\\ HD/Users/kim",
+     "--me me.vcf --contacts contacts.vcf"),  # there is no address book of a Mac here
+    ("/media/you/Macintosh\\ HD", "~/mac"),
     ("/media/you/Backup", "~/mac/Documents"),
-    ("rsync -a mac.local:Documents/iChats", "cp -a mac/Documents/iChats"),
     ("mutt ", "mutt -n -F /dev/null -e 'set folder=/ spoolfile=/dev/null quit=yes' -e 'push <exit>' "),
 )
 

@@ -110,7 +110,7 @@ class Setup(CompanionTest):
                 (["--me", "none.vcf"], [], "^none.vcf cannot be read: No such file"),
                 (["--me", self.chats / "Kim on 2003.chat"], [], "2003.chat is no vCard file"),
                 (["--contacts", self.chats / "cards.vcf"], [], "cards.vcf is no vCard file"),
-                
+
                 (["--contacts", self.chats / "closed"], [], "There is no address book with people who have AIM screen names in .*closed"),
                 ([self.chats / "none"], [], "none cannot be read: No such file"),
                 ([self.chats, self.chats / "cards.vcf"], [], "cards.vcf is neither a folder nor a transcript"),

@@ -7,7 +7,7 @@ import sys
 from companion import PRATTLEBUG, SAMPLES, TRANSCRIPTS, CompanionTest, main
 
 sys.path.append(os.path.join(SAMPLES, "make"))
-from transcript import Keyed, Speaker, Transcript, Typed  # noqa: E402
+from transcript import Speaker, Transcript, Typed  # noqa: E402
 
 ESCAPE = "\x1b]0;title\x07\x1b[2J\x9b1m"
 SHOWN = "\ufffd]0;title\ufffd\ufffd[2J\ufffd1m"
@@ -33,7 +33,8 @@ class Terminal(CompanionTest):
         for code, arguments in (
                 (0, ("show", path)), (0, ("show", "--as", "html", path)), (0, ("show", "--as", "subject", path)),
                 (0, ("search", "second")), (1, ("check",)), (0, ("status",)), (0, ("prefs",)), (0, ("prefs", "emailUsername")),
-                (0, ("archive", self.path("Out"))), (1, ("show", self.path(ESCAPE))), (2, ("prefs", ESCAPE)), (2, ("search", "x", "--since", ESCAPE))):
+                (0, ("archive", self.path("Out"))), (1, ("show", self.path(ESCAPE))), (2, ("prefs", ESCAPE)),
+                (2, ("search", "x", "--since", ESCAPE))):
             result, shown = self.run_in_terminal(PRATTLEBUG, *arguments)
             shown = shown.replace(b"\r\x1b[K", b"").replace(b"\a", b"", 1 if arguments[0] == "archive" else 0)  # our own
             self.assertEqual(result, code, arguments)
