@@ -41,7 +41,7 @@ size_t distance(std::string_view one, std::string_view other)
 /// What is said of a command that there is not.
 std::string unknownCommand(const CLI::App &program, const std::string &name)
 {
-    std::string text = "There is no command \"" + name + "\".";
+    const std::string text = "There is no command \"" + name + "\".";
     size_t least = name.size() / 2; // beyond, the two have hardly anything in common
     std::string nearest;
     for (const CLI::App *command : program.get_subcommands({})) {
