@@ -26,10 +26,10 @@ std::string extensionOf(const std::filesystem::path &path)
 
 std::filesystem::path transcriptPath(const std::string &given)
 {
-    const std::filesystem::path path = given;
+    std::filesystem::path path = given;
     if (path.is_absolute() || platform::fileExists(path))
         return path;
-    std::filesystem::path kept = PBArchiver::transcriptFolder() / path;
+    const std::filesystem::path kept = PBArchiver::transcriptFolder() / path;
     return platform::fileExists(kept) ? kept : path;
 }
 

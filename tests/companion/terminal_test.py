@@ -52,7 +52,8 @@ class Terminal(CompanionTest):
         self.write(os.path.join(TRANSCRIPTS, "mallory on 1.chat"), chat(text, times=500_000))
         self.run_companion("search", "absent", code=1)
         self.write(os.path.join(TRANSCRIPTS, "mallory on 1.chat"), chat(text + "needle " + text, times=3))
-        heading, *lines = self.run_in_terminal(PRATTLEBUG, "search", "needle")[1].decode().splitlines()
+        shown = self.run_in_terminal(PRATTLEBUG, "search", "needle")[1].decode()
+        heading, *lines = shown.split("\r\x1b[K")[-1].splitlines()  # without the bar
         self.assertRegex(heading, "^mallory .* mallory on 1.chat$")
         self.assertEqual(len(lines), 3)
         for line in lines:
