@@ -15,4 +15,4 @@ scripts/install-deps.sh build test
 cmake --preset "$preset" -DPRATTLEBUG_TESTS=ON >/dev/null
 cmake --build --preset "$preset"
 # Two more than there are processors: some tests wait for a window, a server or the disk most of the time.
-ctest --preset "$preset" --parallel "$(($(nproc) + 2))"
+ctest --preset "$preset" --no-tests=error --parallel "$(($(nproc) + 2))"
