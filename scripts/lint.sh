@@ -27,7 +27,8 @@ over() {
 
 over 50 '*.h *.cpp *.mm' clang-format-19 --dry-run --Werror
 over 50 '*.sh .ci/run' shellcheck
-over 50 '*.py resources/make' /usr/bin/python3 -m flake8
+over 50 '*.py' /usr/bin/python3 -m flake8
+mkdir "$work/templates"
 /usr/bin/python3 -B resources/make "$work/templates"
 for template in "$work/templates"/*; do
     cmp "$template" "resources/${template##*/}"
