@@ -2,6 +2,8 @@
 
 #include "VORAPresentity.h"
 
+#include "platform/foundation/valuestream.h"
+
 #include <QDataStream>
 #include <QHash>
 #include <QIODevice>
@@ -88,76 +90,30 @@ TextContents contentsOf(const VORAInstantMessage &message)
     return result;
 }
 
-// Not as operators: Qt has some for std::optional from 6.6 on.
-template <class Value>
-void write(QDataStream &stream, const std::optional<Value> &value)
-{
-    stream << value.has_value() << value.value_or(Value());
-}
-
-template <class Value>
-void read(QDataStream &stream, std::optional<Value> &value)
-{
-    bool isThere = false;
-    stream >> isThere >> value.emplace();
-    if (!isThere)
-        value.reset();
-}
-
-void write(QDataStream &stream, const QString &text)
-{
-    stream << text;
-}
-
-void read(QDataStream &stream, QString &text)
-{
-    stream >> text;
-}
-
-void write(QDataStream &stream, const Person &person)
-{
-    write(stream, person.service);
-    write(stream, person.screenName);
-}
-
-void read(QDataStream &stream, Person &person)
-{
-    read(stream, person.service);
-    read(stream, person.screenName);
-}
-
-void write(QDataStream &stream, const ChatMessage &message)
-{
-    write(stream, message.milliseconds);
-    stream << message.place << message.person << message.contents.link << message.contents.file
-           << message.contents.picture << message.text;
-}
-
-void read(QDataStream &stream, ChatMessage &message)
-{
-    read(stream, message.milliseconds);
-    stream >> message.place >> message.person >> message.contents.link >> message.contents.file >>
-        message.contents.picture >> message.text;
-}
-
-template <class Element>
-void write(QDataStream &stream, const std::vector<Element> &elements)
-{
-    stream << quint32(elements.size());
-    for (const Element &element : elements)
-        write(stream, element);
-}
-
-template <class Element>
-void read(QDataStream &stream, std::vector<Element> &elements)
-{
-    quint32 count = 0;
-    stream >> count;
-    for (quint32 i = 0; i < count && stream.status() == QDataStream::Ok; ++i)
-        read(stream, elements.emplace_back());
-}
-
 } // namespace
+
+static constexpr auto membersOf(const Person * /*unused*/)
+{
+    return std::tuple(&Person::service, &Person::screenName);
+}
+
+static constexpr auto membersOf(const Contents * /*unused*/)
+{
+    return std::tuple(&Contents::link, &Contents::file, &Contents::picture);
+}
+
+static constexpr auto membersOf(const ChatMessage * /*unused*/)
+{
+    return std::tuple(&ChatMessage::place, &ChatMessage::milliseconds, &ChatMessage::person,
+                      &ChatMessage::contents, &ChatMessage::text);
+}
+
+static constexpr auto membersOf(const ChatRecord * /*unused*/)
+{
+    return std::tuple(&ChatRecord::otherParty, &ChatRecord::people, &ChatRecord::participants,
+                      &ChatRecord::texts, &ChatRecord::messages, &ChatRecord::words, &ChatRecord::links,
+                      &ChatRecord::files, &ChatRecord::pictures);
+}
 
 QString Person::displayName() const
 {
@@ -201,12 +157,7 @@ QByteArray serialized(const ChatRecord &record)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << record.otherParty;
-    write(stream, record.people);
-    stream << record.participants;
-    write(stream, record.texts);
-    write(stream, record.messages);
-    stream << record.words << record.links << record.files << record.pictures;
+    platform::writeValue(stream, record);
     return bytes;
 }
 
@@ -214,12 +165,7 @@ ChatRecord chatRecordFrom(const QByteArray &bytes)
 {
     ChatRecord record;
     QDataStream stream(bytes);
-    stream >> record.otherParty;
-    read(stream, record.people);
-    stream >> record.participants;
-    read(stream, record.texts);
-    read(stream, record.messages);
-    stream >> record.words >> record.links >> record.files >> record.pictures;
+    platform::readValue(stream, record);
     return record;
 }
 
