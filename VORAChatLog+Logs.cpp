@@ -39,16 +39,16 @@ public:
     {
         if (!isWritable())
             return;
-        platform::FileText log(std::move(*m_file.bytes));
+        platform::FileText log(std::move(*m_file));
         log.append(m_entries);
         (void)platform::writeAtomically(m_path, log.bytes());
     }
 
 private:
-    [[nodiscard]] bool isWritable() const { return m_file.bytes && m_format; }
+    [[nodiscard]] bool isWritable() const { return m_file.has_value() && m_format.has_value(); }
 
     std::filesystem::path m_path;
-    platform::FileContents m_file;
+    platform::Result<QByteArray> m_file;
     std::optional<QString> m_format;
     QString m_entries;
 };

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <new>
 
+using platform::Failure;
+using platform::FailureKind;
 using platform::NSArray;
 
 namespace {
@@ -54,11 +56,9 @@ const NSArray *listAt(const NSArray &root, size_t index)
                                          : nullptr;
 }
 
-constexpr char doesNotFit[] = "it does not fit into memory";
-
-VORAChatLog::Loading unreadable(const std::string &reason)
+tl::unexpected<Failure> doesNotFit(const std::filesystem::path &path)
 {
-    return {VORAChatLog::Outcome::Unreadable, nullptr, platform::stringFromUtf8(reason)};
+    return tl::unexpected(Failure{FailureKind::OutOfMemory, path, "it does not fit into memory"});
 }
 
 /// @throws platform::LayoutError when there is a list of messages that could not be read.
@@ -110,70 +110,73 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path)
 
 VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const std::string &fileName)
 {
-    if (!extensionOf(fileName))
-        return loadBytes({}, fileName);
     try {
-        const platform::FileContents file = platform::readWholeFile(path);
-        return file.bytes ? loadBytes(*file.bytes, fileName) : unreadable(file.error);
+        // What is no transcript by its name is not read.
+        const platform::Result<QByteArray> file =
+            extensionOf(fileName) ? platform::readWholeFile(path) : QByteArray();
+        if (!file)
+            return tl::unexpected(file.error());
+        return loadWhole(*file, path, fileName);
     } catch (const std::bad_alloc &) {
-        return unreadable(doesNotFit);
+        return doesNotFit(path);
     }
 }
 
 VORAChatLog::Loading VORAChatLog::loadBytes(const QByteArray &bytes, const std::string &fileName)
 {
     try {
-        return loadWhole(bytes, fileName);
+        return loadWhole(bytes, fileName, fileName);
     } catch (const std::bad_alloc &) {
-        return unreadable(doesNotFit);
+        return doesNotFit(fileName);
     }
 }
 
-VORAChatLog::Loading VORAChatLog::loadWhole(const QByteArray &bytes, const std::string &fileName)
+VORAChatLog::Loading VORAChatLog::loadWhole(const QByteArray &bytes, const std::filesystem::path &path,
+                                            const std::string &fileName)
 {
-    const auto notATranscript = [](QString reason) {
-        return Loading{Outcome::NotATranscript, nullptr, std::move(reason)};
+    const auto fail = [&path](FailureKind kind, std::string reason, std::optional<qint64> offset = {}) {
+        return tl::unexpected(Failure{kind, path, std::move(reason), offset});
     };
 
     const std::optional<std::string_view> extension = extensionOf(fileName);
     if (!extension)
-        return notATranscript(QStringLiteral("its name ends neither in \".chat\" nor in \".ichat\""));
+        return fail(FailureKind::WrongName, "its name ends neither in \".chat\" nor in \".ichat\"");
 
     std::shared_ptr<const NSArray> root;
     try {
         root = *extension == "chat" ? LoadiChat2Data(bytes) : LoadiChat3Data(bytes);
         if (!root || !hasMessageList(*root))
-            return unreadable("it holds no list of messages");
+            return fail(FailureKind::Malformed, "it holds no list of messages");
     } catch (const platform::FormatError &error) {
         const char *known = whatElse(bytes, *extension);
-        return unreadable(known ? platform::FormatError(0, known).description() : error.description());
+        const platform::FormatError &told = known ? platform::FormatError(0, known) : error;
+        return fail(FailureKind::Malformed, told.description(), told.offset());
     }
 
     const size_t separator = fileName.rfind(" on ");
     if (separator == std::string::npos)
-        return notATranscript(
-            QStringLiteral("its name holds no \" on \" between the other party and the date"));
-    return {Outcome::Loaded,
-            std::unique_ptr<VORAChatLog>(
-                new VORAChatLog(std::move(root), platform::stringFromUtf8(fileName.substr(0, separator)))),
-            {}};
+        return fail(FailureKind::WrongName,
+                    "its name holds no \" on \" between the other party and the date");
+    return std::unique_ptr<VORAChatLog>(
+        new VORAChatLog(std::move(root), platform::stringFromUtf8(fileName.substr(0, separator))));
 }
 
-std::unique_ptr<VORAChatLog> VORAChatLog::initWithFilePath(const std::filesystem::path &path,
-                                                           Outcome *outcome, QString *reason)
+VORAChatLog::Loading VORAChatLog::loadAndLog(const std::filesystem::path &path)
 {
     Loading loading = load(path);
-    const QString note = loading.chatLog                          ? loading.chatLog->unreadableMessagesNote()
-                         : loading.outcome == Outcome::Unreadable ? loading.reason
-                                                                  : QString();
-    if (!note.isEmpty())
-        platform::NSLogBytes(QByteArray::fromStdString(path.native()) + ": " +
-                             platform::utf8FromString(note));
-    if (outcome)
-        *outcome = loading.outcome;
-    if (reason)
-        *reason = loading.reason;
-    return std::move(loading.chatLog);
+    if (!loading && loading.error().kind != FailureKind::WrongName)
+        platform::NSLogBytes(loading.error().line());
+    if (loading && (*loading)->unreadableMessages() > 0) {
+        const QByteArray note = platform::utf8FromString((*loading)->unreadableMessagesNote());
+        platform::NSLogBytes(Failure{FailureKind::Malformed, path, note.toStdString()}.line());
+    }
+    return loading;
+}
+
+std::unique_ptr<VORAChatLog> VORAChatLog::initWithFilePath(const std::filesystem::path &path)
+{
+    Loading loading = loadAndLog(path);
+    return loading ? std::move(*loading) : nullptr;
 }
 
 std::shared_ptr<const NSArray> VORAChatLog::LoadiChat2Data(const QByteArray &data)

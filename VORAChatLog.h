@@ -6,6 +6,7 @@
 #include "galleries/savedfiles.h"
 
 #include "platform/date/nsdate.h"
+#include "platform/failure.h"
 #include "platform/foundation/collections.h"
 #include "platform/foundation/nsattributedstring.h"
 #include "platform/mail/cwsmtp.h"
@@ -33,17 +34,10 @@ public:
 
     // Loading (VORAChatLog.cpp)
 
-    /// What came of loading a file.
-    enum class Outcome {
-        Loaded,
-        NotATranscript, ///< told by its name: another extension, or no " on "
-        Unreadable,     ///< named as a transcript, but it cannot be read or is no well-formed one
-    };
-    struct Loading {
-        Outcome outcome;
-        std::unique_ptr<VORAChatLog> chatLog; ///< null unless loaded
-        QString reason;                       ///< why not, in English, with the offset of a fault in the file
-    };
+    /// What came of loading a file: a chat log, or why there is none. FailureKind::WrongName: it is no
+    /// transcript, by another extension, or for want of " on "; any other: it is named as one, but cannot be
+    /// read, or is not well formed.
+    using Loading = platform::Result<std::unique_ptr<VORAChatLog>>;
 
     /// Loads the transcript at @p path: a typed stream when its extension is "chat", a keyed archive when it
     /// is "ichat" (the name alone decides; letter case counts). The other party's name is what stands in the
@@ -57,12 +51,9 @@ public:
 
     /// load() for a run over many files: an unreadable file is named in the console log with the reason, and
     /// so is one with unreadable messages.
-    /// @param outcome if not null, receives what came of it.
-    /// @param reason if not null, receives the reason when there is no chat log.
-    /// @return the chat log, or null.
-    [[nodiscard]] static std::unique_ptr<VORAChatLog> initWithFilePath(const std::filesystem::path &path,
-                                                                       Outcome *outcome = nullptr,
-                                                                       QString *reason = nullptr);
+    [[nodiscard]] static Loading loadAndLog(const std::filesystem::path &path);
+    /// The same; null when there is no chat log.
+    [[nodiscard]] static std::unique_ptr<VORAChatLog> initWithFilePath(const std::filesystem::path &path);
 
     /// A chat log of messages that are in memory already, for whoever has them from elsewhere than a file.
     [[nodiscard]] static std::unique_ptr<VORAChatLog>
@@ -228,7 +219,8 @@ public:
 private:
     VORAChatLog(std::shared_ptr<const platform::NSArray> loadedArray, QString primaryOtherParty);
 
-    [[nodiscard]] static Loading loadWhole(const QByteArray &bytes, const std::string &fileName);
+    [[nodiscard]] static Loading loadWhole(const QByteArray &bytes, const std::filesystem::path &path,
+                                           const std::string &fileName);
     [[nodiscard]] static std::shared_ptr<const platform::NSArray> LoadiChat2Data(const QByteArray &data);
     [[nodiscard]] static std::shared_ptr<const platform::NSArray> LoadiChat3Data(const QByteArray &data);
 

@@ -20,6 +20,8 @@
 #include <new>
 #include <system_error>
 
+using platform::Failure;
+using platform::FailureKind;
 using platform::NSDate;
 using platform::NSFileHandle;
 
@@ -76,12 +78,13 @@ void PBArchiver::beginArchiving()
     std::filesystem::create_directory(*output, ignored);
     const ArchiveTarget target(*output);
     m_outcome.mboxPath = target.mboxPath();
-    if (const auto reason = target.keepPrevious())
-        platform::NSLogBytes(ArchiveOutcome::Failure{target.previousPath(), *reason}.line());
-    std::string failure;
-    NSFileHandle mbox = NSFileHandle::createFileAtPath(m_outcome.mboxPath, failure);
-    if (!mbox.isOpen())
-        noteMboxFailure(failure);
+    if (const auto kept = target.keepPrevious(); !kept)
+        platform::NSLogBytes(kept.error().line());
+    NSFileHandle mbox;
+    if (auto made = NSFileHandle::createFileAtPath(m_outcome.mboxPath))
+        mbox = std::move(*made);
+    else
+        noteMboxFailure(made.error());
 
     m_before = ChatLedger::load();
     m_ledger = m_before;
@@ -107,17 +110,18 @@ void PBArchiver::beginArchiving()
         m_ledger.save();
     for (const auto &[unread, reason] : walk.unreadFolders())
         m_outcome.unreadFolders.push_back(
-            {unread.empty() ? folder : folder / unread, platform::stringFromUtf8(reason)});
+            {platform::FailureKind::System, unread.empty() ? folder : folder / unread, reason});
     for (const ArchiveOutcome::Failure &unread : m_outcome.unreadFolders)
         platform::NSLogBytes(unread.line());
     if (mbox.isOpen()) {
-        if (const auto unsynced = mbox.synchronizeFile())
-            noteMboxFailure(*unsynced);
+        if (const auto synced = mbox.synchronizeFile(); !synced)
+            noteMboxFailure(synced.error());
         else if (!mbox.standsAt(m_outcome.mboxPath))
-            noteMboxFailure("it, or its folder, was moved, replaced or removed during the run");
+            noteMboxFailure({FailureKind::Missing, m_outcome.mboxPath,
+                             "it, or its folder, was moved, replaced or removed during the run"});
     }
     using Ending = ArchiveOutcome::Ending;
-    const bool isWritten = m_outcome.mboxFailure.isEmpty() && m_outcome.notWritten.empty();
+    const bool isWritten = !m_outcome.mboxFailure && m_outcome.notWritten.empty();
     m_outcome.ending = isInterrupted ? Ending::Interrupted
                        : isWritten   ? Ending::Done
                                      : Ending::MboxIncomplete;
@@ -134,10 +138,10 @@ void PBArchiver::beginArchiving()
     m_desktop.reveal(m_outcome.mboxPath);
 }
 
-void PBArchiver::noteMboxFailure(const std::string &reason)
+void PBArchiver::noteMboxFailure(const Failure &failure)
 {
-    m_outcome.mboxFailure = platform::stringFromUtf8(reason);
-    platform::NSLogBytes(ArchiveOutcome::Failure{m_outcome.mboxPath, m_outcome.mboxFailure}.line());
+    m_outcome.mboxFailure = failure;
+    platform::NSLogBytes(failure.line());
 }
 
 void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &intoMailbox)
@@ -148,38 +152,38 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         return;
     }
     const platform::ABAddressBook::Reading reading; // nobody has two names in one chat
-    VORAChatLog::Outcome outcome{};
-    QString reason;
-    const auto chatLog = VORAChatLog::initWithFilePath(path, &outcome, &reason);
+    const VORAChatLog::Loading loading = VORAChatLog::loadAndLog(path);
     const auto created = platform::creationTime(path);
-    if (outcome == VORAChatLog::Outcome::Unreadable)
-        m_outcome.unreadable.push_back({path, reason});
-    else if (!chatLog)
+    if (!loading && loading.error().kind == FailureKind::WrongName)
         ++m_outcome.notTranscripts;
-    if (!chatLog)
+    else if (!loading)
+        m_outcome.unreadable.push_back(loading.error());
+    if (!loading)
         return;
-    Appending appending{Appending::NotWritten, {}};
+    const VORAChatLog *chatLog = loading->get();
+    platform::Result<> appended;
     try {
-        VORALogGenerator::GenerateLinkFiles(chatLog.get());
-        VORALogGenerator::GenerateImageFiles(chatLog.get());
+        VORALogGenerator::GenerateLinkFiles(chatLog);
+        VORALogGenerator::GenerateImageFiles(chatLog);
         VORALogGenerator::UpdateStatistics(*chatLog);
         const QByteArray digest = ChatLedger::digestOf(path);
         m_outcome.countedBefore += m_before.holds(digest) ? 1 : 0;
         m_ledger.add(digest);
         ++m_folded;
-        appending = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
+        appended = appendChatLog(*chatLog, intoMailbox, created ? created->date() : NSDate::now());
     } catch (const std::bad_alloc &) { // costs this chat alone
-        appending.reason = QStringLiteral("it does not fit into memory");
-        platform::NSLogBytes(ArchiveOutcome::Failure{path, appending.reason}.line());
+        appended = tl::unexpected(Failure{FailureKind::OutOfMemory, path, "it does not fit into memory"});
+        platform::NSLogBytes(appended.error().line());
     }
-    switch (appending.result) {
-    case Appending::Appended:
+    if (appended) {
         ++m_outcome.archived;
         m_outcome.unreadableMessages += chatLog->unreadableMessages();
-        break;
-    case Appending::TooLarge: m_outcome.tooLarge.push_back({path, appending.reason}); break;
-    case Appending::NotWritten: m_outcome.notWritten.push_back({path, appending.reason}); break;
+        return;
     }
+    Failure failure = appended.error();
+    failure.path = path; // of the chat, not of the mbox
+    auto &list = failure.kind == FailureKind::TooLarge ? m_outcome.tooLarge : m_outcome.notWritten;
+    list.push_back(std::move(failure));
 }
 
 bool PBArchiver::AllowLog(const std::filesystem::path &path) const
@@ -191,8 +195,8 @@ bool PBArchiver::AllowLog(const std::filesystem::path &path) const
     return entry && folder && *entry < *folder;
 }
 
-PBArchiver::Appending PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox,
-                                                const NSDate &onDate)
+platform::Result<> PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHandle &toMailbox,
+                                             const NSDate &onDate)
 {
     MboxMessage message{.address = platform::CFPreferencesCopyAppValue(platform::preference::emailAddress)
                                        .string()
@@ -208,15 +212,13 @@ PBArchiver::Appending PBArchiver::appendChatLog(const VORAChatLog &log, NSFileHa
         platform::NSLog(
             QStringLiteral("The chat with %1 is too large for a mail message and has been left out.")
                 .arg(log.primaryOtherParty()));
-        return {Appending::TooLarge, QStringLiteral("too large for a mail message")};
+        return tl::unexpected(Failure{FailureKind::TooLarge, {}, "too large for a mail message"});
     }
     if (!toMailbox.isOpen()) // logged once already, when it could not be opened
-        return {Appending::NotWritten, QStringLiteral("there is no mbox")};
-    if (const auto failure = toMailbox.writeData(mboxMessageBytes(message, std::time(nullptr)))) {
-        const QString reason = platform::stringFromUtf8(*failure);
+        return tl::unexpected(Failure{FailureKind::Missing, {}, "there is no mbox"});
+    auto written = toMailbox.writeData(mboxMessageBytes(message, std::time(nullptr)));
+    if (!written)
         platform::NSLog(QStringLiteral("The chat with %1 could not be written to the mbox: %2")
-                            .arg(log.primaryOtherParty(), reason));
-        return {Appending::NotWritten, reason};
-    }
-    return {Appending::Appended, {}};
+                            .arg(log.primaryOtherParty(), platform::stringFromUtf8(written.error().reason)));
+    return written;
 }

@@ -34,21 +34,17 @@ public:
     /// was created before the transcript folder itself.
     [[nodiscard]] bool AllowLog(const std::filesystem::path &path) const;
 
-    /// What came of appending a chat to the mbox.
-    struct Appending {
-        enum Result { Appended, TooLarge, NotWritten } result;
-        QString reason; ///< why not, in English, which the console log gets too
-    };
     /// Appends @p log to the mbox as one message, from the user to the user, dated @p onDate. When that
-    /// fails, the file ends with the message before.
-    Appending appendChatLog(const VORAChatLog &log, platform::NSFileHandle &toMailbox,
-                            const platform::NSDate &onDate);
+    /// fails, the file ends with the message before, and the console log says why, too.
+    /// @return FailureKind::TooLarge when it would be too large for a mail.
+    [[nodiscard]] platform::Result<> appendChatLog(const VORAChatLog &log, platform::NSFileHandle &toMailbox,
+                                                   const platform::NSDate &onDate);
 
     /// What became of the last run, or so far of the one that goes on.
     [[nodiscard]] const ArchiveOutcome &outcome() const { return m_outcome; }
 
 private:
-    void noteMboxFailure(const std::string &reason);
+    void noteMboxFailure(const platform::Failure &failure);
 
     DesktopInterface &m_desktop;
     ArchiveOutcome m_outcome;

@@ -4,6 +4,8 @@
 
 #include <QStringList>
 
+using platform::Failure;
+
 namespace {
 
 /// "1 chat", "2 chats".
@@ -18,11 +20,6 @@ QString chats(size_t count)
 }
 
 } // namespace
-
-QByteArray ArchiveOutcome::Failure::line() const
-{
-    return QByteArray::fromStdString(path.native()) + ": " + platform::utf8FromString(reason);
-}
 
 QString ArchiveOutcome::summary() const
 {
@@ -60,7 +57,9 @@ QByteArrayList ArchiveOutcome::failureLines() const
     return lines;
 }
 
-QString ArchiveOutcome::whyNotWhole() const
+std::optional<Failure> ArchiveOutcome::whyNotWhole() const
 {
-    return mboxFailure.isEmpty() && !notWritten.empty() ? notWritten.front().reason : mboxFailure;
+    if (mboxFailure || notWritten.empty())
+        return mboxFailure;
+    return Failure{notWritten.front().kind, mboxPath, notWritten.front().reason};
 }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "platform/failure.h"
+
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QString>
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 /// What became of a run of the archiving command.
@@ -18,18 +21,11 @@ struct ArchiveOutcome {
         Interrupted,    ///< by the user, after some entries
     };
 
-    /// A file or folder that something did not work with.
-    struct Failure {
-        std::filesystem::path path;
-        QString reason; ///< in English
-
-        /// "PATH: REASON" in UTF-8, but for the path, which is any bytes.
-        [[nodiscard]] QByteArray line() const;
-    };
+    using Failure = platform::Failure;
 
     Ending ending = Ending::NotRun;
-    std::filesystem::path mboxPath; ///< empty before the user has chosen a folder
-    QString mboxFailure;            ///< what kept the mbox itself from being whole; else empty
+    std::filesystem::path mboxPath;     ///< empty before the user has chosen a folder
+    std::optional<Failure> mboxFailure; ///< what kept the mbox itself from being whole
 
     qsizetype archived = 0;             ///< entries whose message stands in the mbox
     qsizetype unreadableMessages = 0;   ///< messages in the chats that were archived
@@ -55,6 +51,6 @@ struct ArchiveOutcome {
     /// A line for each chat and folder that could not be read or written, with the reason; UTF-8, but for the
     /// paths.
     [[nodiscard]] QByteArrayList failureLines() const;
-    /// Why the mbox could not be written whole, in English: the first reason of those that there are.
-    [[nodiscard]] QString whyNotWhole() const;
+    /// Why the mbox could not be written whole: the first reason of those that there are.
+    [[nodiscard]] std::optional<Failure> whyNotWhole() const;
 };

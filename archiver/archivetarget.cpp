@@ -142,20 +142,22 @@ std::optional<QString> ArchiveTarget::warning() const
         .arg(shownSize(earlier), shownSize(free));
 }
 
-std::optional<QString> ArchiveTarget::keepPrevious() const
+platform::Result<> ArchiveTarget::keepPrevious() const
 {
+    using platform::Failure;
     if (isUnfinished())
-        return std::nullopt;
+        return {};
     if (isFile(mboxPath())) {
         if (ownKindOf(previousPath()) != 0)
-            return QStringLiteral("it is no regular file, so the earlier mbox is not kept");
+            return tl::unexpected(Failure{platform::FailureKind::WrongKind, previousPath(),
+                                          "it is no regular file, so the earlier mbox is not kept"});
         if (::rename(mboxPath().c_str(), previousPath().c_str()) != 0)
-            return reasonOf(errno);
-        return std::nullopt;
+            return tl::unexpected(platform::systemFailure(previousPath(), errno));
+        return {};
     }
     const platform::Descriptor mark(
         ::open(unfinishedPath().c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666));
-    return std::nullopt; // without the mark a next run keeps this mbox for a whole one
+    return {}; // without the mark a next run keeps this mbox for a whole one
 }
 
 void ArchiveTarget::dropPrevious() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/failure.h"
+
 #include <QString>
 
 #include <filesystem>
@@ -36,8 +38,8 @@ public:
     [[nodiscard]] std::optional<QString> warning() const;
 
     /// To be called when the folder is there and before the new mbox is made.
-    /// @return why the mbox of an earlier run could not be kept, in English; else nothing.
-    std::optional<QString> keepPrevious() const;
+    /// @return a failure when the mbox of an earlier run could not be kept.
+    [[nodiscard]] platform::Result<> keepPrevious() const;
     /// To be called when the new mbox is whole: the earlier one goes.
     void dropPrevious() const;
 

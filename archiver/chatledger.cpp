@@ -25,8 +25,8 @@ QByteArray storesDigest()
     QByteArray digests;
     for (const auto &store :
          {galleries::linkStorePath(), galleries::imageStorePath(), galleries::statisticsStorePath()}) {
-        const platform::FileContents file = platform::readWholeFile(store);
-        digests += (file.bytes ? hexDigest(*file.bytes) : QByteArray()) + '\n';
+        const auto file = platform::readWholeFile(store);
+        digests += (file ? hexDigest(*file) : QByteArray()) + '\n';
     }
     return hexDigest(digests);
 }
@@ -41,10 +41,10 @@ std::filesystem::path ChatLedger::path()
 ChatLedger ChatLedger::load()
 {
     ChatLedger ledger;
-    const platform::FileContents file = platform::readWholeFile(path());
-    if (!file.bytes)
+    const auto file = platform::readWholeFile(path());
+    if (!file)
         return ledger;
-    QByteArrayList lines = file.bytes->split('\n');
+    QByteArrayList lines = file->split('\n');
     if (lines.takeFirst() != storesDigest())
         return ledger;
     const qsizetype length = 2 * QCryptographicHash::hashLength(algorithm);
@@ -67,8 +67,8 @@ void ChatLedger::save() const
 QByteArray ChatLedger::digestOf(const std::filesystem::path &path)
 {
     try {
-        const platform::FileContents file = platform::readWholeFile(path);
-        return file.bytes ? hexDigest(*file.bytes) : QByteArray();
+        const auto file = platform::readWholeFile(path);
+        return file ? hexDigest(*file) : QByteArray();
     } catch (const std::bad_alloc &) {
         return {};
     }

@@ -48,8 +48,9 @@ int main(int argc, char **argv)
     NoDesktop desktop;
     PBArchiver archiver(desktop);
     const std::filesystem::path folder = PBArchiver::transcriptFolder();
-    std::string failure;
-    auto mbox = platform::NSFileHandle::createFileAtPath(std::filesystem::path(argv[2]) / "mbox", failure);
+    auto mbox = platform::NSFileHandle::createFileAtPath(std::filesystem::path(argv[2]) / "mbox");
+    if (!mbox)
+        return EXIT_FAILURE;
     platform::DirectoryWalk walk(folder);
     while (const auto entry = walk.next()) {
         const std::filesystem::path path = folder / *entry;
@@ -63,8 +64,8 @@ int main(int argc, char **argv)
             VORALogGenerator::GenerateImageFiles(chatLog.get());
             VORALogGenerator::UpdateStatistics(*chatLog);
         }
-        if (archiver.appendChatLog(*chatLog, mbox, created->date()).result != PBArchiver::Appending::Appended)
+        if (!archiver.appendChatLog(*chatLog, *mbox, created->date()))
             return EXIT_FAILURE;
     }
-    return mbox.synchronizeFile() ? EXIT_FAILURE : EXIT_SUCCESS;
+    return mbox->synchronizeFile() ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -9,6 +9,7 @@
 
 #include "platform/files/directorywalk.h"
 #include "platform/files/files.h"
+#include "platform/text/encoding.h"
 
 #include <QLocale>
 
@@ -69,7 +70,8 @@ public:
     std::optional<std::filesystem::path> runSavePanel(const SavePanel & /*panel*/) override
     {
         if (const auto obstacle = m_target.obstacle()) {
-            printError(QByteArrayView(ArchiveOutcome::Failure{m_target.folder(), *obstacle}.line()));
+            printError(platform::Failure{.path = m_target.folder(),
+                                         .reason = platform::utf8FromString(*obstacle).toStdString()});
             return std::nullopt;
         }
         if (const auto warning = m_target.warning())
@@ -161,9 +163,8 @@ int archive(const Options &options)
         printLine(countedBefore(outcome.countedBefore));
     for (const QByteArray &line : outcome.failureLines())
         printError(QByteArrayView(line));
-    if (const QString reason = outcome.whyNotWhole(); !reason.isEmpty())
-        printError(QByteArrayView("The mbox could not be written whole: " +
-                                  ArchiveOutcome::Failure{outcome.mboxPath, reason}.line()));
+    if (const auto failure = outcome.whyNotWhole())
+        printError(QByteArrayView("The mbox could not be written whole: " + failure->line()));
     if (outcome.ending == Ending::Interrupted) {
         printInterruption(outcome, desktop.total().transcripts);
         return exitSignalled + interruption.signal();

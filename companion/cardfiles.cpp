@@ -70,10 +70,10 @@ Cards cardsAt(const std::filesystem::path &path, CardRole role)
     std::error_code error;
     if (path.extension() == ".abcddb" || std::filesystem::is_directory(path, error))
         return cardsInBook(path, role);
-    const platform::FileContents file = platform::readWholeFile(path);
-    if (!file.bytes)
-        throw Changes::Failure(path.native() + " cannot be read: " + file.error);
-    const std::optional<Cards> cards = cardsIn(*file.bytes);
+    const auto file = platform::readWholeFile(path);
+    if (!file)
+        throw Changes::Failure(path.native() + " cannot be read: " + file.error().reason);
+    const std::optional<Cards> cards = cardsIn(*file);
     if (!cards)
         throw Changes::Failure(path.native() + " is no vCard file: there is no card with a name in it.");
     return *cards;
@@ -90,16 +90,16 @@ std::optional<Cards> cardsOf(const importing::MacAddressBook &book, CardRole rol
 void storeCards(CardRole role, const Cards &cards, Changes &changes, SetupReport &report)
 {
     const std::filesystem::path path = cardFilePath(role);
-    const platform::FileContents there = platform::readWholeFile(path);
-    if (!there.bytes && !there.isMissing)
-        throw Changes::Failure(path.native() + " cannot be replaced: " + there.error);
+    const auto there = platform::readWholeFile(path);
+    if (!there && there.error().kind != platform::FailureKind::Missing)
+        throw Changes::Failure(path.native() + " cannot be replaced: " + there.error().reason);
     QByteArray kept;
-    if (there.bytes && *there.bytes != cards.bytes) {
+    if (there && *there != cards.bytes) {
         const std::filesystem::path dated = datedName(path);
-        changes.writeFile(dated, *there.bytes);
+        changes.writeFile(dated, *there);
         kept = "; the ones before are in " + QByteArray::fromStdString(dated.filename().native());
     }
-    if (there.bytes != cards.bytes)
+    if (there != cards.bytes)
         changes.writeFile(path, cards.bytes);
     report.line(QLatin1StringView("cards"),
                 QByteArray(role == CardRole::Own ? "Your own card: " : "Contacts: ") +

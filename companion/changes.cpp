@@ -18,7 +18,7 @@ Changes::~Changes()
             ::rmdir(change.path.c_str());
         } else if (change.previous) {
             const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, change.previousTime};
-            if (!platform::writeAtomically(change.path, *change.previous))
+            if (platform::writeAtomically(change.path, *change.previous))
                 ::utimensat(AT_FDCWD, change.path.c_str(), times.data(), 0);
         } else {
             ::unlink(change.path.c_str());
@@ -52,16 +52,16 @@ void Changes::writeFile(const std::filesystem::path &path, QByteArrayView bytes)
     struct stat status{};
     Change change{path, false, std::nullopt, {}};
     if (::stat(path.c_str(), &status) == 0) {
-        const platform::FileContents old = platform::readWholeFile(path);
-        if (!old.bytes)
-            throw Failure(path.native() + " cannot be replaced: " + old.error);
-        change.previous = old.bytes;
+        const auto old = platform::readWholeFile(path);
+        if (!old)
+            throw Failure(path.native() + " cannot be replaced: " + old.error().reason);
+        change.previous = *old;
         change.previousTime = status.st_mtim;
     }
     if (m_tidied.insert(path.parent_path()).second)
         platform::removeLeftTemporaries(path.parent_path());
-    if (const auto failure = platform::writeAtomically(path, bytes))
-        throw Failure(path.native() + " cannot be written: " + *failure);
+    if (const auto written = platform::writeAtomically(path, bytes); !written)
+        throw Failure(path.native() + " cannot be written: " + written.error().reason);
     m_changes.push_back(std::move(change));
 }
 

@@ -24,17 +24,17 @@ public:
     void file(const std::filesystem::path &path, bool named)
     {
         const VORAChatLog::Loading loading = named ? loadTranscript(path) : VORAChatLog::load(path);
-        if (loading.outcome == VORAChatLog::Outcome::Loaded) {
+        if (loading) {
             ++m_readable;
-            const qsizetype unreadableMessages = loading.chatLog->unreadableMessages();
+            const qsizetype unreadableMessages = (*loading)->unreadableMessages();
             m_unreadableMessages += unreadableMessages;
             if (unreadableMessages > 0)
-                print(path, loading.chatLog->unreadableMessagesNote());
+                print(path, (*loading)->unreadableMessagesNote());
             else if (verbosity() == Verbosity::Verbose)
                 print(path, QStringLiteral("can be read"));
-        } else if (named || loading.outcome == VORAChatLog::Outcome::Unreadable) {
+        } else if (named || loading.error().kind != platform::FailureKind::WrongName) {
             ++m_unreadable;
-            print(path, loading.reason);
+            print(path, platform::stringFromUtf8(loading.error().reason));
         } else if (importing::transcriptKind(path)) {
             m_misnamed = true;
         }
@@ -93,7 +93,8 @@ private:
         for (const importing::PlannedCopy &copy :
              importing::planImport({}, folder, importing::CopyLedger(), nobody).copies) {
             ++m_passedOver;
-            print(copy.entry.source, VORAChatLog::load(copy.entry.source).reason);
+            print(copy.entry.source,
+                  platform::stringFromUtf8(VORAChatLog::load(copy.entry.source).error().reason));
         }
     }
 

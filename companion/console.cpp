@@ -70,6 +70,11 @@ void printError(QStringView text)
     printError(QByteArrayView(platform::utf8FromString(text)));
 }
 
+void printError(const platform::Failure &failure)
+{
+    printError(QByteArrayView(failure.line()));
+}
+
 bool outputIsWhole()
 {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/failure.h"
 #include "platform/host.h"
 
 #include <QByteArray>
@@ -26,6 +27,7 @@ void printLine(QStringView text);
 void printLine(QByteArrayView bytes);
 void printError(QStringView text);
 void printError(QByteArrayView bytes);
+void printError(const platform::Failure &failure);
 
 /// Whether all that was printed to standard output has arrived there; a disk may have been full.
 [[nodiscard]] bool outputIsWhole();

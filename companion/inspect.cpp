@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <memory>
 
+using platform::FailureKind;
 using platform::NSObject;
 
 namespace companion {
@@ -179,22 +180,22 @@ platform::ObjectRef decodeRoot(const QByteArray &bytes)
 
 int inspect(const std::filesystem::path &path)
 {
-    const auto fail = [&path](const std::string &reason) {
-        printError(QByteArrayView(path.native() + ": " + reason));
+    const auto fail = [&path](FailureKind kind, const std::string &reason) {
+        printError({kind, path, reason});
         return exitFailed;
     };
-    const platform::FileContents file = platform::readWholeFile(path);
-    if (!file.bytes)
-        return fail(file.error);
+    const auto file = platform::readWholeFile(path);
+    if (!file)
+        return fail(file.error().kind, file.error().reason);
     try {
         JsonWriter json;
-        const platform::ObjectRef root = decodeRoot(*file.bytes);
+        const platform::ObjectRef root = decodeRoot(*file);
         ObjectWriter(json).write(root.get());
         printLine(QByteArrayView(json.document()));
     } catch (const platform::FormatError &error) {
-        return fail(error.description());
+        return fail(FailureKind::Malformed, error.description());
     } catch (const JsonWriter::TooLarge &error) {
-        return fail(error.what());
+        return fail(FailureKind::TooLarge, error.what());
     }
     return exitDone;
 }

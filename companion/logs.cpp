@@ -27,10 +27,15 @@ struct LogKind {
     bool needsFolder;                                                      ///< `Images` beside the log
 };
 
+int fail(const platform::Failure &failure)
+{
+    printError(failure);
+    return exitFailed;
+}
+
 int fail(const std::filesystem::path &path, const std::string &reason)
 {
-    printError(QByteArrayView(QByteArray::fromStdString(path.native() + ": " + reason)));
-    return exitFailed;
+    return fail({.path = path, .reason = reason});
 }
 
 bool extendLinkLog(const VORAChatLog &chatLog, const std::filesystem::path &log)
@@ -42,9 +47,9 @@ bool extendLinkLog(const VORAChatLog &chatLog, const std::filesystem::path &log)
 bool extendImageLog(const VORAChatLog &chatLog, const std::filesystem::path &log)
 {
     bool areSaved = true;
-    chatLog.ExtendImageLog(log, [&areSaved](const std::filesystem::path &file, const std::string &reason) {
+    chatLog.ExtendImageLog(log, [&areSaved](const platform::Failure &failure) {
         areSaved = false;
-        fail(file, reason);
+        printError(failure);
     });
     return areSaved;
 }
@@ -66,11 +71,13 @@ int extend(const LogKind &kind, const std::string &given, const std::filesystem:
 {
     const std::filesystem::path file = transcriptPath(given);
     const VORAChatLog::Loading loading = loadTranscript(file);
-    if (!loading.chatLog)
-        return fail(file, platform::utf8FromString(loading.reason).toStdString());
-    const platform::FileContents before = platform::readWholeFile(log);
-    if (!before.bytes)
-        return fail(log, before.error + (before.isMissing ? "; make an empty file first" : ""));
+    if (!loading)
+        return fail(loading.error());
+    const auto before = platform::readWholeFile(log);
+    if (!before)
+        return fail(log, before.error().reason + (before.error().kind == platform::FailureKind::Missing
+                                                      ? "; make an empty file first"
+                                                      : ""));
     if (!platform::CFPreferencesCopyAppValue(kind.format).string()) {
         const std::string key = platform::utf8FromString(kind.format).toStdString();
         printError(QByteArrayView(QByteArray::fromStdString(
@@ -78,7 +85,7 @@ int extend(const LogKind &kind, const std::string &given, const std::filesystem:
             kind.example)));
         return exitFailed;
     }
-    const qint64 entries = (*loading.chatLog.*kind.entries)();
+    const qint64 entries = (**loading.*kind.entries)();
     std::error_code error;
     if (kind.needsFolder && entries > 0 &&
         !std::filesystem::is_directory(log.parent_path() / "Images", error))
@@ -88,7 +95,7 @@ int extend(const LogKind &kind, const std::string &given, const std::filesystem:
     if (kind.needsFolder)
         platform::removeLeftTemporaries(folder / "Images");
     const auto identity = platform::fileIdentity(log);
-    const bool areSaved = kind.extend(*loading.chatLog, log);
+    const bool areSaved = kind.extend(**loading, log);
     if (platform::fileIdentity(log) == identity) // it is replaced even when there is nothing to add
         return fail(log, "could not be written");
     if (verbosity() != Verbosity::Quiet)

@@ -28,7 +28,7 @@ struct Gallery {
 
 void printFailure(const std::filesystem::path &path, const char *reason)
 {
-    printError(QByteArrayView(QByteArray::fromStdString(path.native()) + ": " + reason));
+    printError({.path = path, .reason = reason});
 }
 
 /// @return whether the gallery's pages have been made.

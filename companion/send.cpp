@@ -141,9 +141,8 @@ int send(const Options &options)
     const ConsoleHost host(false);
     const std::filesystem::path file = transcriptPath(options.file);
     const VORAChatLog::Loading loading = loadTranscript(file);
-    if (!loading.chatLog) {
-        printError(QByteArrayView(QByteArray::fromStdString(file.native()) + ": " +
-                                  platform::utf8FromString(loading.reason)));
+    if (!loading) {
+        printError(loading.error());
         return exitFailed;
     }
     const QString from = options.from.empty()
@@ -162,8 +161,8 @@ int send(const Options &options)
     }
     const QByteArray sender = from.toLatin1();
     const QByteArray recipient = QByteArray::fromStdString(options.to);
-    const auto message = compose(*loading.chatLog, sender, recipient);
-    return message ? deliver(*loading.chatLog, *server, {sender, recipient, *message}) : exitFailed;
+    const auto message = compose(**loading, sender, recipient);
+    return message ? deliver(**loading, *server, {sender, recipient, *message}) : exitFailed;
 }
 
 } // namespace

@@ -100,9 +100,10 @@ qsizetype storeCards(CardRole role, const std::optional<Cards> &named, const imp
                      Changes &changes, SetupReport &report)
 {
     const std::optional<Cards> found = cardsOf(book, role);
-    const platform::FileContents there = platform::readWholeFile(cardFilePath(role));
+    const auto there = platform::readWholeFile(cardFilePath(role));
     const std::optional<Cards> &stored = named ? named : found;
-    const bool isTaken = named || there.isMissing || (found && there.bytes == found->bytes);
+    const bool isTaken = named || (!there && there.error().kind == platform::FailureKind::Missing) ||
+                         (found && there == found->bytes);
     if (found && !named)
         reportBook(role, *found, book, isTaken, report);
     if (!stored || !isTaken)

@@ -51,12 +51,12 @@ ShippedFilesOutcome placeShippedFiles(const std::filesystem::path &supportFolder
         const std::filesystem::path relative = std::filesystem::path(file.folder) / file.name;
         const std::filesystem::path path = supportFolder / relative;
         const QByteArray bytes = resource(file.name);
-        const platform::FileContents there = platform::readWholeFile(path);
-        if (!there.bytes && !there.isMissing)
-            throw Changes::Failure(path.native() + " cannot be read: " + there.error);
-        if (there.bytes == bytes)
+        const auto there = platform::readWholeFile(path);
+        if (!there && there.error().kind != platform::FailureKind::Missing)
+            throw Changes::Failure(path.native() + " cannot be read: " + there.error().reason);
+        if (there == bytes)
             continue;
-        if (there.bytes && !reset && !wasShipped(*there.bytes, file.name, list)) {
+        if (there && !reset && !wasShipped(*there, file.name, list)) {
             outcome.changed += platform::displayPath(relative);
             continue;
         }

@@ -109,16 +109,15 @@ int show(const std::string &given, const std::string &form)
 {
     const std::filesystem::path file = transcriptPath(given);
     const VORAChatLog::Loading loading = loadTranscript(file);
-    const QByteArray name = QByteArray::fromStdString(file.native()) + ": ";
-    if (!loading.chatLog) {
-        printError(QByteArrayView(name + platform::utf8FromString(loading.reason)));
+    if (!loading) {
+        printError(loading.error());
         return exitFailed;
     }
     QByteArray output;
     try {
-        output = render(*loading.chatLog, form);
+        output = render(**loading, form);
     } catch (const JsonWriter::TooLarge &error) {
-        printError(QByteArrayView(name + error.what()));
+        printError({.kind = platform::FailureKind::TooLarge, .path = file, .reason = error.what()});
         return exitFailed;
     }
     if (output.isNull()) // the console log has the reason

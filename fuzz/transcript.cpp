@@ -86,12 +86,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     static const Place place;
     const QByteArray bytes = fuzz::bytesOf(data, size);
     const VORAChatLog::Loading loading = VORAChatLog::load(place.write(bytes));
-    fuzz::require((loading.outcome == VORAChatLog::Outcome::Loaded) == bool(loading.chatLog));
-    if (!loading.chatLog) {
-        fuzz::require(!loading.reason.isEmpty());
+    if (!loading) {
+        fuzz::require(!loading.error().reason.empty());
         return 0;
     }
-    const VORAChatLog &chatLog = *loading.chatLog;
+    const VORAChatLog &chatLog = **loading;
     static_cast<void>(chatLog.LastMessageDate());
     if (!isSmall(chatLog, qint64(size)))
         return 0;

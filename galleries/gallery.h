@@ -33,7 +33,8 @@ public:
         std::filesystem::path (*path)();               ///< of the store, asked for anew each time
         std::function<void(const Store &)> writePages; ///< of an empty store where there is no readable one
         bool pagesNeedTheFile = false;                 ///< whether pages show only what the file holds
-        std::function<void(StoreSaving)> failed = {};  ///< told why the store could not be written
+        std::function<void(const platform::Failure &)> failed =
+            {}; ///< told why the store could not be written
     };
     explicit Gallery(Kind kind) : m_kind(std::move(kind)) {}
 
@@ -89,15 +90,15 @@ public:
         m_wasWritten = true;
         if (!std::exchange(m_isPending, false))
             return;
-        const StoreSaving saving = save();
-        if (saving == StoreSaving::Saved || !m_kind.pagesNeedTheFile)
+        const platform::Result<> saved = save();
+        if (saved || !m_kind.pagesNeedTheFile)
             writePages();
-        if (saving == StoreSaving::Saved)
+        if (saved)
             return;
         m_hasFailed = true;
         giveUpLast();
         if (m_kind.failed)
-            m_kind.failed(saving);
+            m_kind.failed(saved.error());
     }
 
     /// Whether write() was ever called.
@@ -106,18 +107,18 @@ public:
     [[nodiscard]] bool hasFailed() const { return m_hasFailed; }
 
 private:
-    StoreSaving save()
+    platform::Result<> save()
     {
         if (m_unsaved.empty())
-            return StoreSaving::Saved;
+            return {};
         try {
             if (!m_store && !refresh())
-                return StoreSaving::Saved; // what someone else has put there is not replaced
-            const StoreSaving saving = m_store->save(m_kind.path());
+                return {}; // what someone else has put there is not replaced
+            platform::Result<> saved = m_store->save(m_kind.path());
             m_identity = platform::fileIdentity(m_kind.path());
-            if (saving == StoreSaving::Saved)
+            if (saved)
                 m_unsaved.clear();
-            return saving;
+            return saved;
         } catch (const std::bad_alloc &) {
             giveUpLast();
             throw;

@@ -6,10 +6,10 @@ namespace galleries {
 
 std::optional<PageTemplate> PageTemplate::read(const std::filesystem::path &path)
 {
-    platform::FileContents file = platform::readWholeFile(path);
-    if (!file.bytes)
+    auto file = platform::readWholeFile(path);
+    if (!file)
         return std::nullopt;
-    return PageTemplate(std::move(*file.bytes));
+    return PageTemplate(std::move(*file));
 }
 
 QByteArray PageTemplate::page(std::span<const Replacement> replacements) const

@@ -11,11 +11,11 @@ namespace galleries {
 
 platform::PropertyList readPropertyListFile(const std::filesystem::path &path)
 {
-    const platform::FileContents file = platform::readWholeFile(path);
-    if (!file.bytes)
+    const auto file = platform::readWholeFile(path);
+    if (!file)
         return {};
     try {
-        return platform::readPropertyList(*file.bytes);
+        return platform::readPropertyList(*file);
     } catch (const platform::FormatError &) {
         return {};
     }

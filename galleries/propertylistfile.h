@@ -20,11 +20,4 @@ namespace galleries {
 /// numbers. Nothing for anything else.
 [[nodiscard]] std::optional<qint64> storedInteger(const platform::PropertyList &value);
 
-/// What came of saving a store.
-enum class StoreSaving : quint8 {
-    Saved,
-    NotWritten, ///< the file stays as it was
-    TooLarge,   ///< the file would be too large to be read again, and stays as it was
-};
-
 } // namespace galleries

@@ -5,19 +5,18 @@
 
 #include <cstdio>
 #include <fcntl.h>
-#include <optional>
-#include <string>
 #include <system_error>
 #include <unistd.h>
 
+using platform::Failure;
+using platform::FailureKind;
 using platform::NSFileWrapper;
+using platform::Result;
 namespace filesystem = std::filesystem;
 
 namespace galleries {
 
 namespace {
-
-using Failure = std::optional<std::string>;
 
 constexpr qint64 timesItsSize = 16;
 constexpr qint64 costOfAFile = 4096;
@@ -37,63 +36,68 @@ bool isFolder(const filesystem::path &path)
     return filesystem::is_directory(filesystem::symlink_status(path, error));
 }
 
-Failure writeFile(const filesystem::path &path, const QByteArray &contents)
+Result<> writeFile(const filesystem::path &path, const QByteArray &contents)
 {
     return platform::writeAtomically(path, contents, {.durability = platform::Durability::Unsynced});
 }
 
-/// @return the first failure.
-Failure writeContents(const NSFileWrapper &folder, const filesystem::path &path)
+Result<> failed(const filesystem::path &path, const std::error_code &error)
 {
-    Failure failure;
+    return tl::unexpected(Failure{FailureKind::System, path, error.message()});
+}
+
+/// @return the first failure.
+Result<> writeContents(const NSFileWrapper &folder, const filesystem::path &path)
+{
+    Result<> written;
     for (const NSFileWrapper::Child &child : folder.children()) {
         const filesystem::path target = path / platform::pathFromString(fileName(child.name, {}).text());
-        Failure ofChild;
+        Result<> ofChild;
         if (child.wrapper->isRegularFile()) {
             ofChild = writeFile(target, child.wrapper->regularFileContents());
         } else {
             std::error_code error;
             filesystem::create_directory(target, error);
-            ofChild = error ? Failure(error.message()) : writeContents(*child.wrapper, target);
+            ofChild = error ? failed(target, error) : writeContents(*child.wrapper, target);
         }
-        if (!failure)
-            failure = std::move(ofChild);
+        if (written)
+            written = std::move(ofChild);
     }
-    return failure;
+    return written;
 }
 
-Failure writeFolder(const NSFileWrapper &folder, const filesystem::path &path)
+Result<> writeFolder(const NSFileWrapper &folder, const filesystem::path &path)
 {
     const filesystem::path temporary = platform::temporaryBeside(path, platform::TemporaryKind::Folder);
     std::error_code error;
     filesystem::remove_all(temporary, error);
     if (!filesystem::create_directory(temporary, error))
-        return error.message();
-    Failure failure = writeContents(folder, temporary);
+        return failed(path, error);
+    Result<> written = writeContents(folder, temporary);
     // Exchanged with what stands there, so that at no moment nothing does; not every file system can.
-    if ((!failure || !isFolder(path)) &&
+    if ((written || !isFolder(path)) &&
         ::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) != 0) {
         filesystem::remove_all(path, error);
         filesystem::rename(temporary, path, error);
-        if (error && !failure)
-            failure = error.message();
+        if (error && written)
+            written = failed(path, error);
     }
     filesystem::remove_all(temporary, error); // the old one, or what could not be made whole
-    return failure;
+    return written;
 }
 
 /// In place of what stands there.
-Failure write(const NSFileWrapper &wrapper, const filesystem::path &path)
+Result<> write(const NSFileWrapper &wrapper, const filesystem::path &path)
 {
     if (!wrapper.isRegularFile())
         return writeFolder(wrapper, path);
-    Failure failure = writeFile(path, wrapper.regularFileContents());
-    if (failure && isFolder(path)) {
+    Result<> written = writeFile(path, wrapper.regularFileContents());
+    if (!written && isFolder(path)) {
         std::error_code ignored;
         filesystem::remove_all(path, ignored);
-        failure = writeFile(path, wrapper.regularFileContents());
+        written = writeFile(path, wrapper.regularFileContents());
     }
-    return failure;
+    return written;
 }
 
 } // namespace
@@ -118,11 +122,11 @@ bool SavedFiles::save(const std::shared_ptr<const NSFileWrapper> &wrapper, const
             return false;
         }
         m_left -= weight;
-        const Failure failure = write(*wrapper, path);
-        if (failure && m_failed)
-            m_failed(path, *failure);
-        if (failure)
+        if (const Result<> written = write(*wrapper, path); !written) {
+            if (m_failed)
+                m_failed({written.error().kind, path, written.error().reason});
             return true;
+        }
     }
     m_saved.insert(text, wrapper);
     m_places.insert(wrapper.get(), text);

@@ -3,13 +3,13 @@
 #include "galleries/filenames.h"
 
 #include "platform/appkit/nsfilewrapper.h"
+#include "platform/failure.h"
 
 #include <QHash>
 
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <string>
 
 namespace galleries {
 
@@ -22,8 +22,8 @@ class SavedFiles {
 public:
     static constexpr qint64 leastLimit = qint64(1) << 26;
 
-    /// Told of a file that could not be written, and why, in English.
-    using Failed = std::function<void(const std::filesystem::path &path, const std::string &reason)>;
+    /// Told of a file that could not be written, and why.
+    using Failed = std::function<void(const platform::Failure &failure)>;
 
     explicit SavedFiles(std::filesystem::path folder, Failed failed = {}, qint64 limit = leastLimit)
         : m_folder(std::move(folder)), m_failed(std::move(failed)), m_left(limit)

@@ -12,12 +12,12 @@ namespace {
 
 Session *theOpenSession = nullptr;
 
-void report(Reporter &reporter, StoreSaving saving)
+void report(Reporter &reporter, const platform::Failure &failure)
 {
-    if (saving == StoreSaving::TooLarge)
+    if (failure.kind == platform::FailureKind::TooLarge)
         reporter.linkStoreTooLarge();
     else
-        reporter.linkStoreNotWritten(linkStorePath());
+        reporter.linkStoreNotWritten(failure.path);
 }
 
 } // namespace
@@ -27,7 +27,7 @@ Session::Session(Reporter &reporter, const MonthOrders &orders, WriteSchedule sc
       m_links({.path = linkStorePath,
                .writePages = [order = orders.links](const LinkStore &store) { writeLinkPages(store, order); },
                .pagesNeedTheFile = true,
-               .failed = [&reporter](StoreSaving saving) { report(reporter, saving); }}),
+               .failed = [&reporter](const platform::Failure &failure) { report(reporter, failure); }}),
       m_images({.path = imageStorePath,
                 .writePages =
                     [order = orders.images](const ImageStore &store) {

@@ -86,8 +86,9 @@ public:
     /// again.
     [[nodiscard]] std::optional<QByteArray>
     propertyList(qsizetype largest = platform::largestReadableFile) const;
-    /// Replaces the file at @p path, atomically.
-    [[nodiscard]] StoreSaving save(const std::filesystem::path &path) const;
+    /// Replaces the file at @p path, atomically. One that would be too large to be read again
+    /// (FailureKind::TooLarge) stays as it was.
+    [[nodiscard]] platform::Result<> save(const std::filesystem::path &path) const;
 
 private:
     static constexpr QStringView speakerKey = u"speaker";
@@ -261,12 +262,12 @@ std::optional<QByteArray> SpeakerStore<Entry>::propertyList(qsizetype largest) c
 }
 
 template <StoreEntry Entry>
-StoreSaving SpeakerStore<Entry>::save(const std::filesystem::path &path) const
+platform::Result<> SpeakerStore<Entry>::save(const std::filesystem::path &path) const
 {
     const auto bytes = propertyList();
     if (!bytes)
-        return StoreSaving::TooLarge;
-    return platform::writeAtomically(path, *bytes) ? StoreSaving::NotWritten : StoreSaving::Saved;
+        return tl::unexpected(platform::Failure{platform::FailureKind::TooLarge, path, "larger than 2 GiB"});
+    return platform::writeAtomically(path, *bytes);
 }
 
 template <StoreEntry Entry>

@@ -90,7 +90,7 @@ void Statistics::settle()
     endDate = startDate;
 }
 
-StoreSaving Statistics::save(const std::filesystem::path &path) const
+platform::Result<> Statistics::save(const std::filesystem::path &path) const
 {
     platform::XMLPropertyListWriter writer;
     writer.beginDictionary();
@@ -103,7 +103,7 @@ StoreSaving Statistics::save(const std::filesystem::path &path) const
     writer.key(endDateKey);
     writer.date(endDate);
     writer.endDictionary();
-    return platform::writeAtomically(path, writer.finish()) ? StoreSaving::NotWritten : StoreSaving::Saved;
+    return platform::writeAtomically(path, writer.finish());
 }
 
 } // namespace galleries

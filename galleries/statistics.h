@@ -3,6 +3,7 @@
 #include "galleries/propertylistfile.h"
 
 #include "platform/date/nsdate.h"
+#include "platform/failure.h"
 
 #include <filesystem>
 
@@ -59,7 +60,7 @@ struct Statistics {
     void settle();
 
     /// Replaces the file at @p path, in XML and atomically; there, dates have whole seconds.
-    [[nodiscard]] StoreSaving save(const std::filesystem::path &path) const;
+    [[nodiscard]] platform::Result<> save(const std::filesystem::path &path) const;
 };
 
 } // namespace galleries

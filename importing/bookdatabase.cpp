@@ -53,11 +53,12 @@ void copyTo(const std::filesystem::path &from, const std::filesystem::path &to)
     const auto size = std::filesystem::file_size(from, error);
     if (!error && size > largestFile)
         throw Problem("it is larger than any address book, " + std::to_string(size >> 20) + " MiB");
-    const platform::FileContents file = platform::readWholeFile(from);
-    if (!file.bytes)
-        throw Unread(file.error);
-    if (const auto failure = platform::writeAtomically(to, *file.bytes, {{}, platform::Durability::Unsynced}))
-        throw Unread("it cannot be copied to " + to.parent_path().native() + ": " + *failure);
+    const auto file = platform::readWholeFile(from);
+    if (!file)
+        throw Unread(file.error().reason);
+    if (const auto written = platform::writeAtomically(to, *file, {{}, platform::Durability::Unsynced});
+        !written)
+        throw Unread("it cannot be copied to " + to.parent_path().native() + ": " + written.error().reason);
 }
 
 /// A row of a query, with the columns that the table has.

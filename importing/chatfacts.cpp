@@ -6,6 +6,7 @@
 #include "platform/appkit/nsfont.h"
 #include "platform/foundation/scalars.h"
 #include "platform/propertylist/readers.h"
+#include "platform/text/encoding.h"
 
 #include <QCryptographicHash>
 #include <QHash>
@@ -140,13 +141,9 @@ private:
     QHash<const platform::NSObject *, QByteArray> m_digests;
 };
 
-std::unique_ptr<VORAChatLog> load(const QByteArray &bytes, Kind kind, QString *reason = nullptr)
+VORAChatLog::Loading load(const QByteArray &bytes, Kind kind)
 {
-    VORAChatLog::Loading loading =
-        VORAChatLog::loadBytes(bytes, kind == Kind::Chat ? " on .chat" : " on .ichat");
-    if (reason)
-        *reason = loading.reason;
-    return std::move(loading.chatLog);
+    return VORAChatLog::loadBytes(bytes, kind == Kind::Chat ? " on .chat" : " on .ichat");
 }
 
 /// Whether the bytes begin as an archive of the kind does; no more of the beginning is asked for than there
@@ -185,14 +182,15 @@ QByteArray digestOf(const QByteArray &bytes)
 ChatFacts factsOf(const QByteArray &bytes, Kind kind)
 {
     ChatFacts facts;
-    const std::unique_ptr<VORAChatLog> chatLog = load(bytes, kind, &facts.reason);
-    if (!chatLog) {
-        if (bytes.isEmpty())
-            facts.reason = QStringLiteral("it is empty");
+    const VORAChatLog::Loading loading = load(bytes, kind);
+    if (!loading) {
+        facts.reason = bytes.isEmpty() ? QStringLiteral("it is empty")
+                                       : platform::stringFromUtf8(loading.error().reason);
         if (beginsAsArchive(bytes, kind))
             facts.condition = ChatFacts::Condition::Damaged;
         return facts;
     }
+    const VORAChatLog *chatLog = loading->get();
     facts.condition = ChatFacts::Condition::Whole;
     facts.reason = chatLog->unreadableMessagesNote();
     const VORAChatLog::Messages &messages = chatLog->messages();
@@ -226,11 +224,11 @@ ChatFacts factsOf(const QByteArray &bytes, Kind kind)
 std::vector<QByteArray> beginningsOf(const QByteArray &bytes, Kind kind)
 {
     std::vector<QByteArray> beginnings;
-    const std::unique_ptr<VORAChatLog> chatLog = load(bytes, kind);
-    if (!chatLog)
+    const VORAChatLog::Loading loading = load(bytes, kind);
+    if (!loading)
         return beginnings;
     ObjectDigests objects;
-    for (const auto &message : chatLog->messages()) {
+    for (const auto &message : (*loading)->messages()) {
         Digest digest;
         if (!beginnings.empty())
             digest.bytes(beginnings.back());

@@ -44,8 +44,8 @@ bool renameToFree(const std::filesystem::path &from, const std::filesystem::path
 
 bool hasDigest(const std::filesystem::path &path, const QByteArray &digest)
 {
-    const platform::FileContents file = platform::readWholeFile(path);
-    return file.bytes && digestOf(*file.bytes) == digest;
+    const auto file = platform::readWholeFile(path);
+    return file && digestOf(*file) == digest;
 }
 
 void makeFolders(const std::filesystem::path &path)
@@ -136,20 +136,21 @@ void Copying::run(const ImportPlan &plan)
 void Copying::write(const PlannedCopy &copy, Staging &staging)
 {
     const LedgerEntry &entry = copy.entry;
-    const platform::FileContents source = platform::readWholeFile(entry.source);
-    if (!source.bytes || digestOf(*source.bytes) != entry.digest) {
-        m_outcome.failed.push_back({entry.source, source.bytes ? "it has changed meanwhile" : source.error});
+    const auto source = platform::readWholeFile(entry.source);
+    if (!source || digestOf(*source) != entry.digest) {
+        m_outcome.failed.push_back(
+            {entry.source, source ? "it has changed meanwhile" : source.error().reason});
         return;
     }
     const std::filesystem::path path = staging.file(staging.batch().size());
     constexpr mode_t permissions = 0666;
     platform::Descriptor file(
         ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, permissions));
-    if (!file || !platform::writeAll(file.number(), *source.bytes) ||
+    if (!file || !platform::writeAll(file.number(), *source) ||
         !setModificationTime(file.number(), entry.date) || !file.close())
         throw Failure(entry.place.native() + " cannot be written into " + m_folder.native() + ": " +
                       platform::reasonOf(errno));
-    staging.add(copy, source.bytes->size());
+    staging.add(copy, source->size());
 }
 
 /// Gives the files of a batch their names, once they and their entries in the ledger are on the disk.

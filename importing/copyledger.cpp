@@ -34,10 +34,10 @@ QByteArray line(const LedgerEntry &entry)
 
 CopyLedger::CopyLedger(std::filesystem::path file) : m_file(std::move(file))
 {
-    const platform::FileContents contents = platform::readWholeFile(m_file);
-    if (!contents.bytes && !contents.isMissing)
-        throw Failure(m_file.native() + " cannot be read: " + contents.error);
-    const QByteArray bytes = contents.bytes.value_or(QByteArray());
+    const auto contents = platform::readWholeFile(m_file);
+    if (!contents && contents.error().kind != platform::FailureKind::Missing)
+        throw Failure(m_file.native() + " cannot be read: " + contents.error().reason);
+    const QByteArray bytes = contents.value_or(QByteArray());
     m_endsWithLine = bytes.isEmpty() || bytes.endsWith('\n');
     QList<QByteArray> lines = bytes.split('\n');
     lines.removeLast(); // what stands behind the last line's end

@@ -174,24 +174,24 @@ Chat *Planner::chatOf(const FoundTranscript &transcript, const struct stat &stat
         if (const auto linked = m_linked.find(inode); linked != m_linked.end())
             return linked->second;
     }
-    const platform::FileContents file = platform::readWholeFile(transcript.path);
-    if (!file.bytes) {
+    const auto file = platform::readWholeFile(transcript.path);
+    if (!file) {
         const bool isOwn = transcript.path.native().starts_with(m_folder.native() + '/');
-        (isOwn ? m_plan.unreadOwn : m_plan.unread).push_back({transcript.path, file.error});
+        (isOwn ? m_plan.unreadOwn : m_plan.unread).push_back({transcript.path, file.error().reason});
         return nullptr;
     }
-    const QByteArray digest = digestOf(*file.bytes);
+    const QByteArray digest = digestOf(*file);
     Chat *&chat = m_chatsByDigest[digest];
     if (!chat) {
         chat = &m_chats.emplace_back();
         chat->digest = digest;
-        chat->size = file.bytes->size();
+        chat->size = file->size();
         chat->kind = transcript.kind;
-        chat->facts = factsOf(*file.bytes, chat->kind);
+        chat->facts = factsOf(*file, chat->kind);
     } else if (chat->facts.condition == ChatFacts::Condition::Foreign && chat->kind != transcript.kind) {
         // The other one bears the wrong ending, perhaps.
         chat->kind = transcript.kind;
-        chat->facts = factsOf(*file.bytes, chat->kind);
+        chat->facts = factsOf(*file, chat->kind);
     }
     if (status.st_nlink > 1)
         m_linked[inode] = chat;
@@ -222,10 +222,10 @@ void Planner::compare(std::vector<Chat *> &rivals)
     QHash<QByteArray, Chat *> wholes; // by all their messages
     for (Chat *rival : rivals) {
         m_observer.throwIfStopped();
-        const platform::FileContents file = platform::readWholeFile(rival->best().path);
-        if (!file.bytes || digestOf(*file.bytes) != rival->digest)
+        const auto file = platform::readWholeFile(rival->best().path);
+        if (!file || digestOf(*file) != rival->digest)
             continue; // it has changed just now
-        const std::vector<QByteArray> beginnings = beginningsOf(*file.bytes, rival->kind);
+        const std::vector<QByteArray> beginnings = beginningsOf(*file, rival->kind);
         if (beginnings.empty())
             continue;
         if (const auto equal = wholes.constFind(beginnings.back()); equal != wholes.constEnd()) {

@@ -230,13 +230,13 @@ BookFile readBookMetadata(const std::filesystem::path &folder)
         if (!name.ends_with(".abcdp") || name.starts_with("._"))
             continue;
         const std::filesystem::path path = folder / name;
-        const platform::FileContents file = platform::readWholeFile(path);
-        if (!file.bytes) {
-            book.unread.push_back({path, file.error});
+        const auto file = platform::readWholeFile(path);
+        if (!file) {
+            book.unread.push_back({path, file.error().reason});
             continue;
         }
         try {
-            if (auto person = personIn(*file.bytes))
+            if (auto person = personIn(*file))
                 book.people.push_back(std::move(*person));
         } catch (const platform::FormatError &error) {
             book.damaged.push_back({path, error.description()});

@@ -38,12 +38,12 @@ bool isTakenByItsName(const std::filesystem::path &path)
 QByteArray answerFor(const std::filesystem::path &path, const std::function<bool(const ChatRecord &)> &keeps)
 {
     const VORAChatLog::Loading loading = VORAChatLog::load(path);
-    if (loading.chatLog) {
-        const ChatRecord record = recordOf(*loading.chatLog);
+    if (loading) {
+        const ChatRecord record = recordOf(**loading);
         return keeps && !keeps(record) ? QByteArrayLiteral("n") : 'c' + serialized(record);
     }
-    if (loading.outcome == VORAChatLog::Outcome::Unreadable)
-        return 'u' + platform::utf8FromString(loading.reason);
+    if (loading.error().kind != platform::FailureKind::WrongName)
+        return 'u' + QByteArray::fromStdString(loading.error().reason);
     return QByteArrayLiteral("n");
 }
 

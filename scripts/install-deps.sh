@@ -9,7 +9,7 @@ packages_to() {
         # The programs and what they load. gnustep-config runs make. A build folder that finds ccache later starts anew.
         build) echo "
             ccache cmake g++ ninja-build
-            qt6-base-dev qt6-image-formats-plugins libqt6svg6 tzdata libcli11-dev libmimalloc-dev libsqlite3-dev
+            qt6-base-dev qt6-image-formats-plugins libqt6svg6 tzdata libcli11-dev libexpected-dev libmimalloc-dev libsqlite3-dev
             gobjc++ libpantomime-dev libgnutls28-dev gnustep-make make" ;;
         # The test library; witnesses that share no code with ours; a mail server and client, shells, a browser, a desktop.
         test) echo "

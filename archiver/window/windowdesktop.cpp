@@ -70,7 +70,9 @@ void WindowDesktop::showOutcome(const ArchiveOutcome &outcome)
 {
     QString text = outcome.summary();
     if (outcome.ending == ArchiveOutcome::Ending::MboxIncomplete)
-        text += QStringLiteral(" The mbox could not be written whole: %1.").arg(outcome.whyNotWhole());
+        text +=
+            QStringLiteral(" The mbox could not be written whole: %1.")
+                .arg(platform::stringFromUtf8(outcome.whyNotWhole().value_or(platform::Failure()).reason));
     if (!outcome.previousPath.empty())
         text += QStringLiteral(" The one before it is kept as %1.")
                     .arg(platform::displayPath(outcome.previousPath.filename()));

@@ -16,11 +16,14 @@ void ABAddressBook::CardFile::update(const std::filesystem::path &path)
 {
     if (!file.hasChanged(path))
         return;
-    const FileContents contents = file.exists() ? readWholeFile(path) : FileContents{};
-    cards = contents.bytes ? readVCards(*contents.bytes) : std::vector<ABPerson>();
-    if (file.exists() && !contents.bytes)
-        file.forget();
     ++version;
+    cards.clear();
+    if (!file.exists())
+        return;
+    if (const auto contents = readWholeFile(path))
+        cards = readVCards(*contents);
+    else
+        file.forget();
 }
 
 ABAddressBook::Reading::Reading()

@@ -26,12 +26,6 @@ void takeOverPermissions(int descriptor, const std::filesystem::path &path)
         static_cast<void>(::fchmod(descriptor, status.st_mode & permissionBits));
 }
 
-/// Whether a call that fails with @p error has found that there is no such file.
-bool meansMissing(int error)
-{
-    return error == ENOENT || error == ENOTDIR;
-}
-
 } // namespace
 
 std::filesystem::path homeDirectory()
@@ -79,21 +73,21 @@ std::optional<FileIdentity> fileIdentity(const std::filesystem::path &path)
                         status.st_mtim.tv_nsec};
 }
 
-FileContents readWholeFile(const std::filesystem::path &path)
+Result<QByteArray> readWholeFile(const std::filesystem::path &path)
 {
     // O_NONBLOCK: opening a FIFO that nobody writes to must not wait.
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status{};
     if (!file || ::fstat(file.number(), &status) != 0) {
         const int error = errno;
-        return {std::nullopt, reasonOf(error), meansMissing(error)};
+        return tl::unexpected(systemFailure(path, error));
     }
     if (S_ISDIR(status.st_mode))
-        return {std::nullopt, reasonOf(EISDIR)};
+        return tl::unexpected(Failure{FailureKind::WrongKind, path, reasonOf(EISDIR)});
     if (!S_ISREG(status.st_mode))
-        return {std::nullopt, "not a regular file"};
+        return tl::unexpected(Failure{FailureKind::WrongKind, path, "not a regular file"});
     if (status.st_size > largestReadableFile)
-        return {std::nullopt, "larger than 2 GiB"};
+        return tl::unexpected(Failure{FailureKind::TooLarge, path, "larger than 2 GiB"});
 
     QByteArray bytes(status.st_size, Qt::Uninitialized);
     qsizetype filled = 0;
@@ -102,17 +96,16 @@ FileContents readWholeFile(const std::filesystem::path &path)
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
-            return {std::nullopt, reasonOf(errno)};
+            return tl::unexpected(systemFailure(path, errno));
         if (got == 0)
             break; // it has become shorter meanwhile
         filled += got;
     }
     bytes.truncate(filled);
-    return {std::move(bytes), {}};
+    return bytes;
 }
 
-std::optional<std::string> writeAtomically(const std::filesystem::path &path, QByteArrayView bytes,
-                                           const AtomicWriting &manner)
+Result<> writeAtomically(const std::filesystem::path &path, QByteArrayView bytes, const AtomicWriting &manner)
 {
     constexpr unsigned usualPermissions = 0666;
     const std::filesystem::path temporary = temporaryBeside(path, TemporaryKind::File);
@@ -120,7 +113,7 @@ std::optional<std::string> writeAtomically(const std::filesystem::path &path, QB
     Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                            manner.permissions.value_or(usualPermissions)));
     if (!file)
-        return reasonOf(errno);
+        return tl::unexpected(systemFailure(path, errno));
     if (!manner.permissions)
         takeOverPermissions(file.number(), path);
     // Synced before the rename: after a power cut the name must not lead to a file without its contents.
@@ -129,9 +122,9 @@ std::optional<std::string> writeAtomically(const std::filesystem::path &path, QB
         ::rename(temporary.c_str(), path.c_str()) != 0) {
         const int error = errno;
         ::unlink(temporary.c_str());
-        return reasonOf(error);
+        return tl::unexpected(systemFailure(path, error));
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace platform

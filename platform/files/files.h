@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/date/nsdate.h"
+#include "platform/failure.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -8,7 +9,6 @@
 
 #include <filesystem>
 #include <optional>
-#include <string>
 
 namespace platform {
 
@@ -54,19 +54,12 @@ struct FileIdentity {
 /// The identity of the file at @p path, links followed; nothing when there is none.
 [[nodiscard]] std::optional<FileIdentity> fileIdentity(const std::filesystem::path &path);
 
-/// What came of reading a file: its bytes, or why there are none.
-struct FileContents {
-    std::optional<QByteArray> bytes;
-    std::string error;      ///< in English, without the file's name; empty when there are bytes
-    bool isMissing = false; ///< whether that is because there is no file, or a link that leads nowhere
-};
-
 /// The largest file that readWholeFile() takes: 2 GiB less one byte.
 inline constexpr qint64 largestReadableFile = (qint64(1) << 31) - 1;
 
 /// Reads the whole file at @p path, links followed. Only regular files are read: a FIFO or a device gives an
 /// error at once instead of blocking.
-[[nodiscard]] FileContents readWholeFile(const std::filesystem::path &path);
+[[nodiscard]] Result<QByteArray> readWholeFile(const std::filesystem::path &path);
 
 /// Whether a new file waits for the disk before it takes the old one's place.
 enum class Durability : quint8 {
@@ -83,8 +76,7 @@ struct AtomicWriting {
 /// Replaces whatever stands at @p path (a symbolic link is replaced, not followed; a folder is not) by a file
 /// of these bytes, as one step: a reader sees the old file or the new one, and after a failure the old one
 /// still stands.
-/// @return nothing on success, else the reason in English.
-[[nodiscard]] std::optional<std::string>
-writeAtomically(const std::filesystem::path &path, QByteArrayView bytes, const AtomicWriting &manner = {});
+[[nodiscard]] Result<> writeAtomically(const std::filesystem::path &path, QByteArrayView bytes,
+                                       const AtomicWriting &manner = {});
 
 } // namespace platform

@@ -9,44 +9,48 @@
 
 namespace platform {
 
-NSFileHandle NSFileHandle::createFileAtPath(const std::filesystem::path &path, std::string &error)
+Result<NSFileHandle> NSFileHandle::createFileAtPath(const std::filesystem::path &path)
 {
     NSFileHandle handle;
+    handle.m_path = path;
     ::unlink(path.c_str()); // fails where nothing stands, or a folder: then so does open
     handle.m_file =
         Descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
     if (!handle.isOpen())
-        error = reasonOf(errno);
-    else
-        handle.m_folder = Descriptor(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        return tl::unexpected(handle.failure(errno));
+    handle.m_folder = Descriptor(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return handle;
 }
 
-std::optional<std::string> NSFileHandle::writeData(QByteArrayView bytes)
+Failure NSFileHandle::failure(int error) const
 {
-    if (!m_file)
-        return reasonOf(EBADF);
-    if (writeAll(m_file.number(), bytes)) {
-        m_length += bytes.size();
-        return std::nullopt;
-    }
-    const int error = errno;
-    if (::ftruncate(m_file.number(), m_length) != 0 ||
-        ::lseek(m_file.number(), m_length, SEEK_SET) != m_length)
-        return reasonOf(error) +
-               ", and the part that was written could not be taken back: " + reasonOf(errno);
-    return reasonOf(error);
+    return systemFailure(m_path, error);
 }
 
-std::optional<std::string> NSFileHandle::synchronizeFile()
+Result<> NSFileHandle::writeData(QByteArrayView bytes)
 {
     if (!m_file)
-        return reasonOf(EBADF);
+        return tl::unexpected(failure(EBADF));
+    if (writeAll(m_file.number(), bytes)) {
+        m_length += bytes.size();
+        return {};
+    }
+    Failure written = failure(errno);
+    if (::ftruncate(m_file.number(), m_length) != 0 ||
+        ::lseek(m_file.number(), m_length, SEEK_SET) != m_length)
+        written.reason += ", and the part that was written could not be taken back: " + reasonOf(errno);
+    return tl::unexpected(std::move(written));
+}
+
+Result<> NSFileHandle::synchronizeFile()
+{
+    if (!m_file)
+        return tl::unexpected(failure(EBADF));
     if (::fsync(m_file.number()) != 0)
-        return reasonOf(errno);
+        return tl::unexpected(failure(errno));
     if (m_folder && ::fsync(m_folder.number()) != 0 && errno != EINVAL) // some file systems sync no folders
-        return reasonOf(errno);
-    return std::nullopt;
+        return tl::unexpected(failure(errno));
+    return {};
 }
 
 bool NSFileHandle::standsAt(const std::filesystem::path &path) const

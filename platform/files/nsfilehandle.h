@@ -1,12 +1,11 @@
 #pragma once
 
+#include "platform/failure.h"
 #include "platform/files/descriptor.h"
 
 #include <QByteArrayView>
 
 #include <filesystem>
-#include <optional>
-#include <string>
 
 namespace platform {
 
@@ -19,22 +18,22 @@ public:
 
     /// Makes an empty file at @p path in place of whatever file stands there (a symbolic link is replaced,
     /// not followed) and opens it.
-    /// @param error receives the reason when the result is none.
-    [[nodiscard]] static NSFileHandle createFileAtPath(const std::filesystem::path &path, std::string &error);
+    [[nodiscard]] static Result<NSFileHandle> createFileAtPath(const std::filesystem::path &path);
 
     [[nodiscard]] bool isOpen() const { return bool(m_file); }
     /// Appends @p bytes, all of them or none: when the system takes only a part (a full disk), the file is
     /// cut back to where it was.
-    /// @return nothing on success, else the reason in English.
-    [[nodiscard]] std::optional<std::string> writeData(QByteArrayView bytes);
+    [[nodiscard]] Result<> writeData(QByteArrayView bytes);
     /// Returns when what was written, and the file's name in its folder, have reached the disk.
-    /// @return nothing on success, else the reason in English.
-    [[nodiscard]] std::optional<std::string> synchronizeFile();
+    [[nodiscard]] Result<> synchronizeFile();
     /// Whether the open file is the one that stands at @p path: somebody may have removed, renamed or
     /// replaced it or its folder.
     [[nodiscard]] bool standsAt(const std::filesystem::path &path) const;
 
 private:
+    [[nodiscard]] Failure failure(int error) const;
+
+    std::filesystem::path m_path;
     Descriptor m_file;
     Descriptor m_folder;
     qint64 m_length = 0; ///< bytes of whole writes

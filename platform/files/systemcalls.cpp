@@ -11,6 +11,16 @@ std::string reasonOf(int error)
     return strerrordesc_np(error) ? strerrordesc_np(error) : "error " + std::to_string(error);
 }
 
+bool meansMissing(int error)
+{
+    return error == ENOENT || error == ENOTDIR;
+}
+
+Failure systemFailure(const std::filesystem::path &path, int error)
+{
+    return {meansMissing(error) ? FailureKind::Missing : FailureKind::System, path, reasonOf(error)};
+}
+
 bool writeAll(int descriptor, QByteArrayView bytes)
 {
     while (!bytes.empty()) {

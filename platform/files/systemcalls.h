@@ -1,7 +1,10 @@
 #pragma once
 
+#include "platform/failure.h"
+
 #include <QByteArrayView>
 
+#include <filesystem>
 #include <string>
 
 namespace platform {
@@ -10,6 +13,10 @@ namespace platform {
 
 /// An errno value in English.
 [[nodiscard]] std::string reasonOf(int error);
+/// Whether that value means that nothing stands there, or a link that leads nowhere.
+[[nodiscard]] bool meansMissing(int error);
+/// What the system has refused to do with @p path.
+[[nodiscard]] Failure systemFailure(const std::filesystem::path &path, int error);
 
 /// Writes all of @p bytes to a descriptor, going on after interruptions and partial writes.
 /// @return false when the system takes no more; errno says why.

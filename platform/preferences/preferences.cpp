@@ -86,7 +86,7 @@ bool setAside(const std::filesystem::path &path, const QByteArray &bytes)
         copy = path;
         copy += ".damaged-" + std::to_string(number);
     }
-    return !writeAtomically(copy, bytes, {.permissions = ownerOnly});
+    return bool(writeAtomically(copy, bytes, {.permissions = ownerOnly}));
 }
 
 /// Makes @p domain what the file at @p path holds now.
@@ -95,12 +95,12 @@ bool refresh(Domain &domain, const std::filesystem::path &path)
 {
     if (!domain.file.hasChanged(path))
         return true;
-    const FileContents file = readWholeFile(path);
-    const bool isReadable = file.bytes || file.isMissing;
+    const auto file = readWholeFile(path);
+    const bool isReadable = file || file.error().kind == FailureKind::Missing;
     if (!isReadable)
         domain.file.forget();
-    const auto contents = file.bytes ? PreferencesFile::fromBytes(*file.bytes) : PreferencesFile();
-    domain.damaged = contents && contents->isWhole() ? std::nullopt : file.bytes;
+    const auto contents = file ? PreferencesFile::fromBytes(*file) : PreferencesFile();
+    domain.damaged = contents && contents->isWhole() ? std::nullopt : std::optional(*file);
     domain.contents = contents.value_or(PreferencesFile());
     return isReadable;
 }
@@ -152,7 +152,7 @@ bool CFPreferencesAppSynchronize()
     domain.damaged.reset();
     PreferencesFile contents = domain.contents;
     contents.apply(domain.changes);
-    if (writeAtomically(path, contents.bytes(), {.permissions = ownerOnly}))
+    if (!writeAtomically(path, contents.bytes(), {.permissions = ownerOnly}))
         return false;
     domain.file.noteOwnWriting(path);
     domain.contents = std::move(contents);

@@ -51,14 +51,13 @@ public:
     [[nodiscard]] QString faultInLoading() const
     {
         const VORAChatLog::Loading loading = VORAChatLog::load(m_path);
-        EXPECT_EQ(loading.outcome == VORAChatLog::Outcome::Loaded, bool(loading.chatLog));
-        if (!loading.chatLog) {
-            EXPECT_EQ(loading.outcome, VORAChatLog::Outcome::Unreadable);
-            EXPECT_FALSE(loading.reason.isEmpty());
-            return loading.reason;
+        if (!loading) {
+            EXPECT_EQ(loading.error().kind, platform::FailureKind::Malformed);
+            EXPECT_FALSE(loading.error().reason.empty());
+            return QString::fromStdString(loading.error().reason);
         }
-        EXPECT_FALSE(loading.chatLog->description().isEmpty()); // which walks through all that was decoded
-        for (const auto &message : loading.chatLog->messages())
+        EXPECT_FALSE((*loading)->description().isEmpty()); // which walks through all that was decoded
+        for (const auto &message : (*loading)->messages())
             EXPECT_TRUE(message);
         return {};
     }

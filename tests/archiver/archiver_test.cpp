@@ -287,7 +287,7 @@ TEST_F(Archiver, GoesThroughWithTheRunWhenTheMboxCannotBeMade)
     ASSERT_EQ(desktop.alerts.size(), 1U);
     EXPECT_EQ(desktop.alerts[0].title, QStringLiteral("Import Complete"));
     EXPECT_THAT(consoleLog().toStdString(), HasSubstr("Out/Prattlebug Archive mbox: Not a directory"));
-    EXPECT_EQ(archiver.outcome().whyNotWhole(), QStringLiteral("Not a directory"));
+    EXPECT_EQ(archiver.outcome().whyNotWhole().value_or(platform::Failure()).reason, "Not a directory");
 }
 
 TEST_F(Archiver, TellsWhenTheMboxNoLongerStandsThere)
@@ -306,7 +306,8 @@ TEST_F(Archiver, TellsWhenTheMboxNoLongerStandsThere)
         desktop.duringTheRun = happens;
         archiver.beginArchiving();
         EXPECT_EQ(archiver.outcome().ending, ArchiveOutcome::Ending::MboxIncomplete);
-        EXPECT_THAT(archiver.outcome().whyNotWhole().toStdString(), HasSubstr("moved, replaced or removed"));
+        EXPECT_EQ(archiver.outcome().whyNotWhole().value_or(platform::Failure()).kind,
+                  platform::FailureKind::Missing);
     }
 }
 
@@ -339,12 +340,11 @@ TEST_F(Archiver, LeavesOutAChatThatIsTooLargeAndTakesTheNext)
         return VORAChatLog::withMessages(VORAChatLog::Messages(times, message), QStringLiteral("mallory"));
     };
     const auto date = platform::NSDate::fromUnixTime(1109711265);
-    std::string failure;
-    auto file = platform::NSFileHandle::createFileAtPath(home() / "mbox", failure);
-    using Appending = PBArchiver::Appending;
-    EXPECT_EQ(archiver.appendChatLog(*chatOf(100'000, 8'000), file, date).result, Appending::TooLarge);
+    platform::NSFileHandle file = platform::NSFileHandle::createFileAtPath(home() / "mbox").value();
+    EXPECT_EQ(archiver.appendChatLog(*chatOf(100'000, 8'000), file, date).error().kind,
+              platform::FailureKind::TooLarge);
     EXPECT_EQ(read(home() / "mbox"), "");
     EXPECT_THAT(consoleLog().toStdString(),
                 HasSubstr("The chat with mallory is too large for a mail message and has been left out."));
-    EXPECT_EQ(archiver.appendChatLog(*chatOf(1, 1), file, date).result, Appending::Appended);
+    EXPECT_TRUE(archiver.appendChatLog(*chatOf(1, 1), file, date));
 }

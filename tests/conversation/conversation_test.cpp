@@ -22,7 +22,7 @@ namespace {
 Conversation sample(const char *name)
 {
     const VORAChatLog::Loading loading = VORAChatLog::load(std::filesystem::path(SAMPLES) / name);
-    return loading.chatLog ? conversationOf(*loading.chatLog) : Conversation();
+    return loading ? conversationOf(**loading) : Conversation();
 }
 
 platform::AttributesRef fontAttributes(const char *name)

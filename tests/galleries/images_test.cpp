@@ -337,9 +337,7 @@ TEST_F(Images, ThatAreFoldersAreWrittenWithAllTheyHold)
 TEST_F(Images, ThatAreSentAgainAreHardLinksWithinALimit)
 {
     std::vector<std::filesystem::path> failed;
-    const auto note = [&failed](const std::filesystem::path &path, const std::string &) {
-        failed.push_back(path);
-    };
+    const auto note = [&failed](const platform::Failure &failure) { failed.push_back(failure.path); };
     galleries::SavedFiles saved(images(), note, 13'000);
     const auto save = [&saved](const char16_t *name, const Wrapper &wrapper) {
         return saved.save(wrapper, {QString::fromUtf16(name), {}});

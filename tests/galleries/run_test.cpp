@@ -258,7 +258,7 @@ struct NumberStore {
     static std::filesystem::path path() { return platform::homeDirectory() / "numbers"; }
     static std::optional<NumberStore> load(const std::filesystem::path &path)
     {
-        return NumberStore{platform::readWholeFile(path).bytes.value_or(QByteArray())};
+        return NumberStore{platform::readWholeFile(path).value_or(QByteArray())};
     }
     void fold(int number)
     {
@@ -267,12 +267,11 @@ struct NumberStore {
             throw std::bad_alloc();
     }
     void settle() {}
-    [[nodiscard]] galleries::StoreSaving save(const std::filesystem::path &path) const
+    [[nodiscard]] platform::Result<> save(const std::filesystem::path &path) const
     {
         if (text.contains('7'))
             throw std::bad_alloc();
-        return platform::writeAtomically(path, text) ? galleries::StoreSaving::NotWritten
-                                                     : galleries::StoreSaving::Saved;
+        return platform::writeAtomically(path, text);
     }
 };
 

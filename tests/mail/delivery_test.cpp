@@ -109,7 +109,7 @@ protected:
     Delivery()
     {
         VORAHostFlags::shouldQuit = true;
-        chatLog = VORAChatLog::load(write("Kim on Monday.ichat", keyedTranscript({}))).chatLog;
+        chatLog = VORAChatLog::initWithFilePath(write("Kim on Monday.ichat", keyedTranscript({})));
     }
     ~Delivery() override
     {

@@ -9,8 +9,8 @@
 #include <sys/stat.h>
 
 using Loading = TestHome;
+using platform::FailureKind;
 using testing::HasSubstr;
-using Outcome = VORAChatLog::Outcome;
 
 namespace {
 
@@ -22,28 +22,27 @@ TEST_F(Loading, TellsTranscriptsByTheirNames)
 {
     const struct {
         const char *fileName;
-        Outcome outcome;
+        std::optional<FailureKind> failure;
         const char *otherParty;
     } table[] = {
-        {"Kim Lee on Saturday.ichat", Outcome::Loaded, "Kim Lee"},
-        {"Bob on Mars on Friday.ichat", Outcome::Loaded, "Bob on Mars"},
-        {"Kim onion on Monday.ichat", Outcome::Loaded, "Kim onion"},
-        {" on Monday.ichat", Outcome::Loaded, ""},
-        {"Jos\xC3\xA9 on Monday.v2.ichat", Outcome::Loaded, "Jos\xC3\xA9"},
-        {"Jos\xE9 on Monday.ichat", Outcome::Loaded, "Jos\xEF\xBF\xBD"}, // no UTF-8
-        {"Kim On Monday.ichat", Outcome::NotATranscript, ""},
-        {"Kim.ichat", Outcome::NotATranscript, ""},
-        {"Kim on Monday.ICHAT", Outcome::NotATranscript, ""},
-        {"Kim on Monday.txt", Outcome::NotATranscript, ""},
-        {"Kim on Monday", Outcome::NotATranscript, ""},
-        {"Kim on Monday.chat", Outcome::Unreadable, ""}, // the name decides, and this is no typed stream
+        {"Kim Lee on Saturday.ichat", {}, "Kim Lee"},
+        {"Bob on Mars on Friday.ichat", {}, "Bob on Mars"},
+        {"Kim onion on Monday.ichat", {}, "Kim onion"},
+        {" on Monday.ichat", {}, ""},
+        {"Jos\xC3\xA9 on Monday.v2.ichat", {}, "Jos\xC3\xA9"},
+        {"Jos\xE9 on Monday.ichat", {}, "Jos\xEF\xBF\xBD"}, // no UTF-8
+        {"Kim On Monday.ichat", FailureKind::WrongName, ""},
+        {"Kim.ichat", FailureKind::WrongName, ""},
+        {"Kim on Monday.ICHAT", FailureKind::WrongName, ""},
+        {"Kim on Monday.txt", FailureKind::WrongName, ""},
+        {"Kim on Monday", FailureKind::WrongName, ""},
+        {"Kim on Monday.chat", FailureKind::Malformed, ""}, // the name decides, and this is no typed stream
     };
     for (const auto &row : table) {
         const auto path = write(row.fileName, keyedTranscript(oneMessage));
-        Outcome outcome{};
-        const auto chatLog = VORAChatLog::initWithFilePath(path, &outcome);
-        EXPECT_EQ(outcome, row.outcome) << row.fileName;
-        EXPECT_EQ(chatLog ? chatLog->primaryOtherParty().toUtf8() : QByteArray(""), row.otherParty);
+        const auto loading = VORAChatLog::loadAndLog(path);
+        EXPECT_EQ(loading ? std::nullopt : std::optional(loading.error().kind), row.failure) << row.fileName;
+        EXPECT_EQ(loading ? (*loading)->primaryOtherParty().toUtf8() : QByteArray(""), row.otherParty);
     }
     EXPECT_EQ(consoleLog().count('\n'), 1) << "only the unreadable one is worth a message:\n"
                                            << consoleLog().constData();
@@ -52,54 +51,59 @@ TEST_F(Loading, TellsTranscriptsByTheirNames)
 
 TEST_F(Loading, GivesAReasonForWhatCannotBeRead)
 {
-    const auto reason = [this](const char *name) {
-        const auto loading = VORAChatLog::load(home() / name);
-        EXPECT_EQ(loading.outcome, Outcome::Unreadable);
-        return loading.reason.toStdString();
-    };
-    EXPECT_EQ(reason("missing on x.chat"), "No such file or directory");
-
     std::filesystem::create_directory(home() / "folder on x.chat");
-    EXPECT_EQ(reason("folder on x.chat"), "Is a directory");
-
     ASSERT_EQ(mkfifo((home() / "fifo on x.chat").c_str(), 0600), 0);
-    EXPECT_EQ(reason("fifo on x.chat"), "not a regular file");
     std::filesystem::create_symlink("/dev/zero", home() / "device on x.ichat");
-    EXPECT_EQ(reason("device on x.ichat"), "not a regular file");
-
     write("huge on x.chat", "");
     std::filesystem::resize_file(home() / "huge on x.chat", std::uintmax_t(1)
                                                                 << 31U); // a hole: takes no room
-    EXPECT_EQ(reason("huge on x.chat"), "larger than 2 GiB");
-
     const QByteArray keyed = keyedTranscript(oneMessage);
     const QByteArray stream = typedStream(":@ {NSArray :i 1 :@ ~ }");
     const QByteArray binary = keyedArchive("{NSArray NS.objects=(\"AIM\" \"\" #2)} {NSArray}");
+    using enum FailureKind;
     const struct {
         const char *name;
-        QByteArray bytes;
-        const char *reason;
+        std::optional<QByteArray> bytes; ///< nothing: as it is
+        FailureKind kind;
+        std::optional<qint64> offset = {}; ///< -1: any
+        const char *reason = "";           ///< how it begins
     } table[] = {
-        {"empty on x.ichat", "", "the file is empty (offset 0)"},
-        {"empty on x.chat", "", "the file is empty (offset 0)"},
-        {"Kim on x.ichat", stream, "this is an iChat 2 archive, whose name should end in .chat (offset 0)"},
-        {"Kim on x.chat", keyed, "this is an iChat 3 archive, whose name should end in .ichat (offset 0)"},
-        {"Kim on x.chat", binary, "this is an iChat 3 archive, whose name should end in .ichat (offset 0)"},
-        {"cut on x.chat", stream.chopped(1), "the file is cut off (offset 50)"},
-        {"cut on x.ichat", binary.chopped(1), "the file is cut off"},
-        {"cut on x.ichat", keyed.chopped(9), "the file is cut off (offset 2890)"},
-        {"cut on x.ichat", keyed.first(5), "the file is cut off (offset 5)"},
-        {"rootless on x.ichat", keyedArchive("[a=1]"), "it holds no list of messages"},
-        {"listless on x.ichat", keyedArchive("{NSArray NS.objects=(1 2 3 4)}"),
-         "it holds no list of messages"},
-        {"odd on x.ichat", keyedArchive("{NSArray NS.objects=(1 2 #2)} {NSArray NS.objects=1}"),
-         "no array where references should stand (offset"},
-        {"odd on x.chat", typedStream(":@ {NSArray :@ ~ }"),
-         "a value that is no integer where an integer should stand (offset"},
+        {"missing on x.chat", {}, Missing},
+        {"folder on x.chat", {}, WrongKind},
+        {"fifo on x.chat", {}, WrongKind},
+        {"device on x.ichat", {}, WrongKind},
+        {"huge on x.chat", {}, TooLarge},
+        {"empty on x.ichat", "", Malformed, 0, "the file is empty"},
+        {"empty on x.chat", "", Malformed, 0, "the file is empty"},
+        {"Kim on x.ichat", stream, Malformed, 0,
+         "this is an iChat 2 archive, whose name should end in .chat"},
+        {"Kim on x.chat", keyed, Malformed, 0, "this is an iChat 3 archive, whose name should end in .ichat"},
+        {"Kim on x.chat", binary, Malformed, 0,
+         "this is an iChat 3 archive, whose name should end in .ichat"},
+        {"cut on x.chat", stream.chopped(1), Malformed, 50},
+        {"cut on x.ichat", binary.chopped(1), Malformed, -1, "the file is cut off"},
+        {"cut on x.ichat", keyed.chopped(9), Malformed, 2890},
+        {"cut on x.ichat", keyed.first(5), Malformed, 5},
+        {"rootless on x.ichat", keyedArchive("[a=1]"), Malformed},
+        {"listless on x.ichat", keyedArchive("{NSArray NS.objects=(1 2 3 4)}"), Malformed},
+        {"odd on x.ichat", keyedArchive("{NSArray NS.objects=(1 2 #2)} {NSArray NS.objects=1}"), Malformed,
+         -1, "no array where references should stand"},
+        {"odd on x.chat", typedStream(":@ {NSArray :@ ~ }"), Malformed, -1,
+         "a value that is no integer where an integer should stand"},
     };
     for (const auto &row : table) {
-        write(row.name, row.bytes);
-        EXPECT_THAT(reason(row.name), testing::StartsWith(row.reason));
+        SCOPED_TRACE(row.name);
+        if (row.bytes)
+            write(row.name, *row.bytes);
+        const auto loading = VORAChatLog::load(home() / row.name);
+        ASSERT_FALSE(loading);
+        EXPECT_EQ(loading.error().kind, row.kind);
+        EXPECT_EQ(loading.error().path, home() / row.name);
+        EXPECT_EQ(loading.error().offset.has_value(), row.offset.has_value());
+        if (row.offset.value_or(-1) >= 0) {
+            EXPECT_EQ(loading.error().offset, row.offset);
+        }
+        EXPECT_THAT(loading.error().reason, testing::StartsWith(row.reason));
     }
 }
 
@@ -165,8 +169,8 @@ TEST_F(Loading, LosesOnlyWhatCannotBeRead)
             row.text, row.note, "ichat");
     for (const auto &[bytes, text, note, extension] : cases) {
         const auto loading = VORAChatLog::load(write(std::string("Kim on x.") + extension, bytes));
-        ASSERT_TRUE(loading.chatLog) << loading.reason.toStdString();
-        const auto &messages = loading.chatLog->messages();
+        ASSERT_TRUE(loading) << loading.error().reason;
+        const auto &messages = (*loading)->messages();
         ASSERT_EQ(messages.size(), 3U);
         EXPECT_EQ(messages[2]->string()->string(), QStringLiteral("hi"));
         EXPECT_EQ(messages[1]->isStatusMessage(), text == nullptr);
@@ -174,8 +178,8 @@ TEST_F(Loading, LosesOnlyWhatCannotBeRead)
             EXPECT_EQ(messages[1]->string()->string(), QString::fromUtf8(text));
         }
         EXPECT_EQ(messages[1]->fault().has_value(), note != nullptr);
-        EXPECT_EQ(loading.chatLog->unreadableMessages(), note ? 1 : 0);
-        EXPECT_THAT(loading.chatLog->unreadableMessagesNote().toStdString(),
+        EXPECT_EQ((*loading)->unreadableMessages(), note ? 1 : 0);
+        EXPECT_THAT((*loading)->unreadableMessagesNote().toStdString(),
                     note ? testing::StartsWith("1 unreadable message: " + std::string(note) + " (offset ")
                          : testing::Matcher<std::string>(""));
     }
@@ -186,14 +190,14 @@ TEST_F(Loading, FollowsALinkToATranscript)
     write("elsewhere", keyedTranscript(oneMessage));
     std::filesystem::create_symlink(home() / "elsewhere", home() / "Kim on x.ichat");
     const auto loading = VORAChatLog::load(home() / "Kim on x.ichat");
-    ASSERT_TRUE(loading.chatLog) << loading.reason.toStdString();
-    ASSERT_EQ(loading.chatLog->messages().size(), 1U);
-    const VORAInstantMessage &message = *loading.chatLog->messages()[0];
+    ASSERT_TRUE(loading) << loading.error().reason;
+    ASSERT_EQ((*loading)->messages().size(), 1U);
+    const VORAInstantMessage &message = *(*loading)->messages()[0];
     EXPECT_EQ(message.rawSpeaker(), QStringLiteral("kimlee"));
     EXPECT_EQ(message.flags(), 5);
-    EXPECT_EQ(loading.chatLog->LastMessageDate(), message.TimeStamp());
-    EXPECT_EQ(loading.chatLog->participants().size(), 1U);
-    EXPECT_THAT(loading.chatLog->description().toStdString(),
+    EXPECT_EQ((*loading)->LastMessageDate(), message.TimeStamp());
+    EXPECT_EQ((*loading)->participants().size(), 1U);
+    EXPECT_THAT((*loading)->description().toStdString(),
                 HasSubstr("(\n    AIM,\n    \"\",\n    (\n        \"<VORAInstantMessage>\"\n    ),\n    (\n"
                           "        \"kimlee on protocol AIM\"\n    )\n)"));
 }
@@ -204,8 +208,8 @@ TEST_F(Loading, LeavesOutForeignElementsAndDoesWithoutParticipants)
     transcript.replace("<string>Presentity</string>", "<string>Somebody</string>"); // an unknown class
     write("Kim on x.ichat", transcript);
     const auto loading = VORAChatLog::load(home() / "Kim on x.ichat");
-    ASSERT_TRUE(loading.chatLog) << loading.reason.toStdString();
-    EXPECT_EQ(loading.chatLog->messages().size(), 2U);
-    EXPECT_TRUE(loading.chatLog->messages()[0]->isStatusMessage()) << "a sender of another class is none";
-    EXPECT_TRUE(loading.chatLog->participants().empty());
+    ASSERT_TRUE(loading) << loading.error().reason;
+    EXPECT_EQ((*loading)->messages().size(), 2U);
+    EXPECT_TRUE((*loading)->messages()[0]->isStatusMessage()) << "a sender of another class is none";
+    EXPECT_TRUE((*loading)->participants().empty());
 }

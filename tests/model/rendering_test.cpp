@@ -77,7 +77,7 @@ TEST_F(Rendering, ShowsWhatWasSaidAndNoStatusMessages)
                                                                {"", "", "Kim has left the chat"},
                                                                {"Jabber", "Kim", ""},
                                                                {"AIM", "samiam", "hello"}}));
-    const auto chatLog = VORAChatLog::load(path).chatLog;
+    const auto chatLog = VORAChatLog::initWithFilePath(path);
     ASSERT_TRUE(chatLog);
     EXPECT_EQ(chatLog->PlainChatLog().toStdString(), "Kim: hi\nFrom here\nSam Park: hello\n"
                                                      "Sent by Prattlebug ( https://prattlebug.example/ )");
@@ -96,7 +96,8 @@ TEST_F(Rendering, GivesTheCreditAloneWhereNothingWasSaid)
 {
     for (const auto &messages :
          {std::vector<TestMessage>{}, std::vector<TestMessage>{{"", "", "Kim is away"}}}) {
-        const auto chatLog = VORAChatLog::load(write("Kim on x.ichat", keyedTranscript(messages))).chatLog;
+        const auto chatLog =
+            VORAChatLog::initWithFilePath(write("Kim on x.ichat", keyedTranscript(messages)));
         ASSERT_TRUE(chatLog);
         EXPECT_EQ(chatLog->PlainChatLog().toStdString(),
                   "Sent by Prattlebug ( https://prattlebug.example/ )");

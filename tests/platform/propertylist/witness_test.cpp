@@ -33,11 +33,11 @@ protected:
     QString path() const { return m_folder.filePath(QStringLiteral("list.plist")); }
     QByteArray file() const
     {
-        return platform::readWholeFile(platform::pathFromString(path())).bytes.value_or("(none)");
+        return platform::readWholeFile(platform::pathFromString(path())).value_or("(none)");
     }
     void write(QByteArrayView bytes) const
     {
-        EXPECT_FALSE(platform::writeAtomically(platform::pathFromString(path()), bytes));
+        EXPECT_TRUE(platform::writeAtomically(platform::pathFromString(path()), bytes));
     }
 
 private:
