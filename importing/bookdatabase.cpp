@@ -1,20 +1,15 @@
 #include "importing/bookdatabase.h"
 
 #include "platform/files/files.h"
-#include "platform/files/systemcalls.h"
-#include "platform/text/encoding.h"
+#include "platform/sqlite/database.h"
 
 #include <QHash>
 #include <QSet>
 #include <QTemporaryDir>
 
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <memory>
-#include <sys/stat.h>
 
 namespace importing {
 
@@ -24,7 +19,7 @@ namespace {
 constexpr qint64 largestFile = qint64(512) << 20;
 constexpr qint64 mostRows = 1'000'000;
 constexpr int longestValue = 1 << 20;         // bytes; pictures may be larger, and are not asked for
-constexpr qint64 mostText = qint64(64) << 20; // bytes of all values that are kept
+constexpr qint64 mostText = qint64(64) << 20; // UTF-16 units of all values that are kept
 constexpr int stepsBetweenLooks = 10'000;     // of SQLite's machine
 constexpr qint64 mostLooks = 20'000;          // some seconds, then it is given up
 constexpr sqlite3_int64 mostMemory = 256LL << 20;
@@ -38,13 +33,6 @@ public:
 class Unread : public Problem {
 public:
     using Problem::Problem;
-};
-
-struct CloseDatabase {
-    void operator()(sqlite3 *database) const { sqlite3_close(database); }
-};
-struct FinalizeStatement {
-    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
 };
 
 void copyTo(const std::filesystem::path &from, const std::filesystem::path &to)
@@ -61,51 +49,50 @@ void copyTo(const std::filesystem::path &from, const std::filesystem::path &to)
         throw Unread("it cannot be copied to " + to.parent_path().native() + ": " + written.error().reason);
 }
 
-/// A row of a query, with the columns that the table has.
+/// A row of a query.
 class Row {
 public:
-    Row(sqlite3_stmt *statement, qint64 &textLeft) : m_statement(statement), m_textLeft(textLeft) {}
-
-    [[nodiscard]] bool isNull(int column) const
+    Row(const platform::Statement &statement, qint64 &textLeft) : m_statement(statement), m_textLeft(textLeft)
     {
-        return sqlite3_column_type(m_statement, column) == SQLITE_NULL;
     }
-    [[nodiscard]] qint64 integer(int column) const { return sqlite3_column_int64(m_statement, column); }
+
+    [[nodiscard]] bool isNull(int column) const { return m_statement.isNull(column); }
+    [[nodiscard]] qint64 integer(int column) const { return m_statement.integer(column); }
     [[nodiscard]] QString text(int column) const
     {
-        const auto *bytes = reinterpret_cast<const char *>(sqlite3_column_text(m_statement, column));
-        const int size = sqlite3_column_bytes(m_statement, column);
-        m_textLeft -= size;
+        QString text = m_statement.text(column);
+        m_textLeft -= text.size();
         if (m_textLeft < 0)
             throw Problem("it holds more text than any address book");
-        return bytes ? platform::stringFromUtf8(QByteArrayView(bytes, size)) : QString();
+        return text;
     }
 
 private:
-    sqlite3_stmt *m_statement;
+    const platform::Statement &m_statement;
     qint64 &m_textLeft;
 };
 
-/// A private copy of a database, opened so that nothing in it is run.
-class Database {
-public:
-    explicit Database(const std::filesystem::path &path)
-    {
-        if (!m_folder.isValid())
-            throw Unread("there is no temporary folder to copy it to");
-        const std::filesystem::path copy =
-            platform::pathFromString(m_folder.filePath(QStringLiteral("book")));
-        copyTo(path, copy);
-        if (const std::filesystem::path log = path.native() + "-wal"; platform::fileExists(log))
-            copyTo(log, copy.native() + "-wal");
+/// Copies a database and its log into a folder.
+std::filesystem::path copied(const std::filesystem::path &path, const QTemporaryDir &folder)
+{
+    if (!folder.isValid())
+        throw Unread("there is no temporary folder to copy it to");
+    const std::filesystem::path copy = platform::pathFromString(folder.filePath(QStringLiteral("book")));
+    copyTo(path, copy);
+    if (const std::filesystem::path log = path.native() + "-wal"; platform::fileExists(log))
+        copyTo(log, copy.native() + "-wal");
+    sqlite3_hard_heap_limit64(mostMemory); // from its opening on
+    return copy;
+}
 
-        sqlite3_hard_heap_limit64(mostMemory);
-        sqlite3 *database = nullptr;
-        const int opened =
-            sqlite3_open_v2(copy.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, nullptr);
-        m_database.reset(database);
-        if (opened != SQLITE_OK)
-            fail();
+/// A private copy of a book's database, opened so that nothing in it is run.
+class Tables {
+public:
+    /// @throws Problem, platform::DatabaseError; so do the others.
+    explicit Tables(const std::filesystem::path &path)
+        : m_database(copied(path, m_folder), platform::Database::Mode::ReadWrite)
+    {
+        sqlite3 *database = m_database.handle();
         sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
         sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
         sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
@@ -154,29 +141,16 @@ public:
 private:
     void query(const QString &sql, const std::function<void(const Row &)> &take)
     {
-        sqlite3_stmt *prepared = nullptr;
-        const QByteArray text = sql.toUtf8();
-        const int result =
-            sqlite3_prepare_v2(m_database.get(), text.constData(), int(text.size()), &prepared, nullptr);
-        const std::unique_ptr<sqlite3_stmt, FinalizeStatement> statement(prepared);
-        if (result != SQLITE_OK)
-            fail();
-        int step = SQLITE_OK;
-        while ((step = sqlite3_step(prepared)) == SQLITE_ROW) {
+        platform::Statement statement(m_database, sql.toStdString());
+        while (statement.step()) {
             if (--m_rowsLeft < 0)
                 throw Problem("it has more rows than any address book");
-            take(Row(prepared, m_textLeft));
+            take(Row(statement, m_textLeft));
         }
-        if (step == SQLITE_INTERRUPT)
-            throw Problem("it takes longer to read than any address book");
-        if (step != SQLITE_DONE)
-            fail();
     }
 
-    [[noreturn]] void fail() const { throw Problem(sqlite3_errmsg(m_database.get())); }
-
     QTemporaryDir m_folder; // outlives the database in it
-    std::unique_ptr<sqlite3, CloseDatabase> m_database;
+    platform::Database m_database;
     qint64 m_looksLeft = mostLooks;
     qint64 m_rowsLeft = mostRows;
     qint64 m_textLeft = mostText;
@@ -191,7 +165,7 @@ struct ListedValue {
 
 class BookReader {
 public:
-    explicit BookReader(const std::filesystem::path &path) : m_database(path) {}
+    explicit BookReader(const std::filesystem::path &path) : m_tables(path) {}
 
     /// @param people receives what could be read also when this fails.
     /// @throws Problem
@@ -205,31 +179,31 @@ public:
                              return (!row.isNull(service) && services.contains(row.integer(service))) ||
                                     isAim(row.text(serviceName));
                          });
-        const auto emails = m_database.columns(QStringLiteral("ZABCDEMAILADDRESS")).isEmpty()
+        const auto emails = m_tables.columns(QStringLiteral("ZABCDEMAILADDRESS")).isEmpty()
                                 ? decltype(names)()
                                 : listedValues(QStringLiteral("ZABCDEMAILADDRESS"), {},
                                                [](const Row &, int, int) { return true; });
-        m_database.readTable(QStringLiteral("ZABCDRECORD"),
-                             {QStringLiteral("Z_PK!"), QStringLiteral("Z_ENT"), QStringLiteral("ZFIRSTNAME"),
-                              QStringLiteral("ZLASTNAME"), QStringLiteral("ZNICKNAME"),
-                              QStringLiteral("ZORGANIZATION"), QStringLiteral("ZCONTAINERWHERECONTACTISME")},
-                             [&](const Row &row) {
-                                 const qint64 key = row.integer(0);
-                                 const bool isOwn = !row.isNull(6);
-                                 const auto aimNames = names.find(key);
-                                 if ((aimNames == names.end() && !isOwn) ||
-                                     (!kinds.isEmpty() && !kinds.contains(row.integer(1))))
-                                     return;
-                                 BookPerson person{row.text(2), row.text(3), row.text(4), row.text(5),
-                                                   {},          {},          isOwn};
-                                 if (aimNames != names.end()) {
-                                     for (const ListedValue &name : aimNames->second)
-                                         addAimName(person.aimNames, name.value);
-                                 }
-                                 if (const auto email = emails.find(key); email != emails.end())
-                                     person.email = email->second.front().value;
-                                 people.push_back(std::move(person));
-                             });
+        m_tables.readTable(QStringLiteral("ZABCDRECORD"),
+                           {QStringLiteral("Z_PK!"), QStringLiteral("Z_ENT"), QStringLiteral("ZFIRSTNAME"),
+                            QStringLiteral("ZLASTNAME"), QStringLiteral("ZNICKNAME"),
+                            QStringLiteral("ZORGANIZATION"), QStringLiteral("ZCONTAINERWHERECONTACTISME")},
+                           [&](const Row &row) {
+                               const qint64 key = row.integer(0);
+                               const bool isOwn = !row.isNull(6);
+                               const auto aimNames = names.find(key);
+                               if ((aimNames == names.end() && !isOwn) ||
+                                   (!kinds.isEmpty() && !kinds.contains(row.integer(1))))
+                                   return;
+                               BookPerson person{row.text(2), row.text(3), row.text(4), row.text(5),
+                                                 {},          {},          isOwn};
+                               if (aimNames != names.end()) {
+                                   for (const ListedValue &name : aimNames->second)
+                                       addAimName(person.aimNames, name.value);
+                               }
+                               if (const auto email = emails.find(key); email != emails.end())
+                                   person.email = email->second.front().value;
+                               people.push_back(std::move(person));
+                           });
     }
 
 private:
@@ -239,27 +213,27 @@ private:
     QSet<qint64> personKinds()
     {
         QSet<qint64> kinds;
-        if (m_database.columns(QStringLiteral("Z_PRIMARYKEY")).isEmpty())
+        if (m_tables.columns(QStringLiteral("Z_PRIMARYKEY")).isEmpty())
             return kinds;
-        m_database.readTable(QStringLiteral("Z_PRIMARYKEY"),
-                             {QStringLiteral("Z_ENT!"), QStringLiteral("Z_NAME!")}, [&](const Row &row) {
-                                 const QString name = row.text(1);
-                                 if (name == u"ABCDContact" || name == u"ABCDSubscribedContact")
-                                     kinds.insert(row.integer(0));
-                             });
+        m_tables.readTable(QStringLiteral("Z_PRIMARYKEY"),
+                           {QStringLiteral("Z_ENT!"), QStringLiteral("Z_NAME!")}, [&](const Row &row) {
+                               const QString name = row.text(1);
+                               if (name == u"ABCDContact" || name == u"ABCDSubscribedContact")
+                                   kinds.insert(row.integer(0));
+                           });
         return kinds;
     }
 
     QSet<qint64> aimServices()
     {
         QSet<qint64> services;
-        if (m_database.columns(QStringLiteral("ZABCDSERVICE")).isEmpty())
+        if (m_tables.columns(QStringLiteral("ZABCDSERVICE")).isEmpty())
             return services;
-        m_database.readTable(QStringLiteral("ZABCDSERVICE"),
-                             {QStringLiteral("Z_PK!"), QStringLiteral("ZSERVICENAME!")}, [&](const Row &row) {
-                                 if (isAim(row.text(1)))
-                                     services.insert(row.integer(0));
-                             });
+        m_tables.readTable(QStringLiteral("ZABCDSERVICE"),
+                           {QStringLiteral("Z_PK!"), QStringLiteral("ZSERVICENAME!")}, [&](const Row &row) {
+                               if (isAim(row.text(1)))
+                                   services.insert(row.integer(0));
+                           });
         return services;
     }
 
@@ -269,7 +243,7 @@ private:
                  const std::function<bool(const Row &, int, int)> &isWanted)
     {
         std::map<qint64, std::vector<ListedValue>> values;
-        m_database.readTable(
+        m_tables.readTable(
             table,
             {QStringLiteral("ZOWNER!"), QStringLiteral("ZADDRESS!"), QStringLiteral("ZISPRIMARY"),
              QStringLiteral("ZORDERINGINDEX"), service, QStringLiteral("ZSERVICENAME")},
@@ -286,7 +260,7 @@ private:
         return values;
     }
 
-    Database m_database;
+    Tables m_tables;
 };
 
 } // namespace
@@ -298,6 +272,10 @@ BookFile readBookDatabase(const std::filesystem::path &path)
         BookReader(path).read(book.people);
     } catch (const Unread &unread) {
         book.unread.push_back({path, unread.what()});
+    } catch (const platform::DatabaseError &error) {
+        book.damaged.push_back({path, error.code() == SQLITE_INTERRUPT
+                                          ? "it takes longer to read than any address book"
+                                          : error.what()});
     } catch (const Problem &problem) {
         book.damaged.push_back({path, problem.what()});
     }

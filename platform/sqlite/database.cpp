@@ -107,7 +107,10 @@ qint64 Statement::integer(int column) const
 
 QString Statement::text(int column) const
 {
-    return stringFromUtf8(bytesView(column));
+    // Whatever the database's encoding; text before bytes, as for blobs.
+    const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(m_statement.get(), column));
+    const int size = sqlite3_column_bytes(m_statement.get(), column);
+    return stringFromUtf8(QByteArrayView(text, text ? size : 0));
 }
 
 std::optional<qint64> Statement::optionalInteger(int column) const

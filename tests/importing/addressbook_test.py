@@ -95,9 +95,9 @@ class AddressBook(CompanionTest):
                 path.write_bytes(change(path.read_bytes()))
             return make
 
-        def filled(text):
+        def filled(text, before=""):
             def make(path):
-                script(SCHEMA)(path)
+                script(before + SCHEMA)(path)
                 connection = sqlite3.connect(path)
                 add_people(connection, [KIM])
                 connection.executescript(text)
@@ -137,14 +137,15 @@ class AddressBook(CompanionTest):
                 kept = self.contacts.read_bytes()
                 self.assertRegex(self.run_companion("setup", "--contacts", path, code=1)[1], f"cannot be read: .*({reason})")
                 self.assertEqual(self.contacts.read_bytes(), kept)
-        for name, text in (("triggers", "CREATE TRIGGER t AFTER UPDATE ON ZABCDRECORD BEGIN DELETE FROM ZABCDRECORD; END;"),
+        for name, *texts in (("triggers", "CREATE TRIGGER t AFTER UPDATE ON ZABCDRECORD BEGIN DELETE FROM ZABCDRECORD; END;"),
+                           ("UTF-16", "", "PRAGMA encoding = 'UTF-16';"),
                            ("fewer columns", "ALTER TABLE ZABCDRECORD DROP COLUMN ZNICKNAME; DROP TABLE ZABCDEMAILADDRESS; "
                                              "DROP TABLE Z_PRIMARYKEY;")):
             with self.subTest(name):
                 shutil.rmtree(self.mac / BOOK)
                 path = self.mac / BOOK / DATABASE
                 path.parent.mkdir(parents=True)
-                filled(text)(path)
+                filled(*texts)(path)
                 path.with_name(DATABASE + "-wal").write_bytes(b"no log")
                 self.contacts.unlink()
                 self.run_companion("setup", self.mac)
