@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace companion {
 
@@ -114,16 +115,27 @@ void ConsoleHost::dialog(const QString &message)
     drawBar();
 }
 
-void ConsoleHost::showProgress(qsizetype value, qsizetype maximum, QByteArrayView unit)
+void ConsoleHost::showProgress(double part, QByteArray text)
 {
+    constexpr qint64 interval = 100; // milliseconds
     if (m_quiet || !m_terminal)
         return;
-    m_value = value;
-    m_maximum = maximum;
-    m_unit = unit.toByteArray();
+    m_part = part;
+    m_text = std::move(text);
+    if (m_barShown && part < 1 && !m_sinceDrawn.hasExpired(interval))
+        return;
+    m_sinceDrawn.start();
     m_barShown = true;
     eraseBar();
     drawBar();
+}
+
+void ConsoleHost::showProgress(qsizetype value, qsizetype maximum, QByteArrayView unit)
+{
+    QByteArray text = QByteArray::number(value);
+    if (value <= maximum) // files may be added meanwhile
+        text += " of " + QByteArray::number(maximum);
+    showProgress(maximum > 0 ? double(value) / double(maximum) : 1, text + ' ' + unit.toByteArray());
 }
 
 void ConsoleHost::endProgress()
@@ -136,13 +148,9 @@ void ConsoleHost::drawBar() const
 {
     if (!m_barShown)
         return;
-    const qsizetype done = std::min(m_value, m_maximum);
-    const QByteArray entries = ' ' + QByteArray::number(m_value) + ' ' + m_unit; // may pass the maximum
-    if (m_maximum == 0 && m_value > 0)
-        return control(entries.sliced(1)); // how far it is to the end nobody knows
-    const qsizetype width = std::max<qsizetype>(terminalWidth() - entries.size() - 3, 10);
-    const qsizetype filled = m_maximum > 0 ? width * done / m_maximum : width;
-    control('[' + QByteArray(filled, '#') + QByteArray(width - filled, ' ') + ']' + entries);
+    const qsizetype width = std::max<qsizetype>(terminalWidth() - m_text.size() - 4, 10);
+    const qsizetype filled = qsizetype(double(width) * std::clamp(m_part, 0.0, 1.0));
+    control('[' + QByteArray(filled, '#') + QByteArray(width - filled, ' ') + "] " + m_text);
 }
 
 void ConsoleHost::eraseBar() const

@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QElapsedTimer>
 #include <QStringView>
 
 namespace companion {
@@ -48,8 +49,9 @@ public:
     /// A line on standard error, also when quiet.
     void dialog(const QString &message) override;
 
-    /// Shows the bar at @p value of @p maximum, and the value in words; a value past the maximum shows it
-    /// full.
+    /// Shows the bar filled to @p part, from 0 to 1, and @p text beside it; no more than some times a second.
+    void showProgress(double part, QByteArray text);
+    /// The bar at @p value of @p maximum, and both in words; a value past the maximum shows it full.
     /// @param unit what is counted, in the plural.
     void showProgress(qsizetype value, qsizetype maximum, QByteArrayView unit = "entries");
     /// Names the file that is at work. While the bar is shown, a line of the console log that holds nothing
@@ -67,9 +69,9 @@ private:
     bool m_terminal;
     bool m_barShown = false;
     QByteArray m_entry;
-    qsizetype m_value = 0;
-    qsizetype m_maximum = 0;
-    QByteArray m_unit;
+    double m_part = 0;
+    QByteArray m_text;
+    QElapsedTimer m_sinceDrawn;
 };
 
 } // namespace companion

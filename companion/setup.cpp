@@ -212,6 +212,8 @@ int setUp(const Options &options, SetupReport &report, SetupProgress &progress)
     if (!isEnded)
         report.error("Stopped after " + QByteArray::number(copying.outcome().copied) + " of " +
                      QByteArray::number(plan.copies.size()) + " transcripts copied: the next setup goes on.");
+    if (copying.outcome().isStopped)
+        return exitSignalled + progress.signal();
     return isEnded && isWhole ? exitDone : exitFailed;
 }
 
@@ -228,6 +230,7 @@ int setup(const Options &options)
     } catch (const importing::Stopped &) {
         progress.end();
         report.error("Stopped after " + progress.reached() + ": nothing has been changed.");
+        return exitSignalled + progress.signal();
     }
     return exitFailed;
 }
@@ -265,8 +268,8 @@ Without --me and --contacts the address book in the homes of the chats is taken,
 Without cards names stay screen names, and in the statistics the words of people who are shown under another
 name than the one in the transcript's file name count as yours.
 With --verbose every transcript that is copied is named.
-Exit code: 1 when something is wrong with what was given, when it was stopped, or when files or folders could
-not be read; they are named. Damaged transcripts are copied, and named too.)");
+Exit code: 1 when something is wrong with what was given, or when files or folders could not be read; they are
+named. Damaged transcripts are copied, and named too. 128 and the signal's number when it was stopped.)");
     command->callback([options, &action] { action = [options] { return setup(*options); }; });
 }
 

@@ -8,13 +8,10 @@
 #include <QJsonDocument>
 
 #include <array>
-#include <csignal>
 
 namespace companion {
 
 namespace {
-
-volatile std::sig_atomic_t stopped = 0;
 
 QByteArray jsonLine(const QJsonObject &object)
 {
@@ -48,8 +45,11 @@ void SetupReport::list(QLatin1StringView event, const QByteArray &title, const s
 {
     if (!m_asJson && !entries.empty())
         m_lines += title + '\n';
-    for (const Entry &entry : entries)
-        line(event, m_asJson ? entry.text : "    " + entry.text, entry.fields);
+    for (const Entry &entry : entries) {
+        QJsonObject fields = entry.fields;
+        fields.insert(QStringLiteral("title"), platform::stringFromUtf8(title));
+        line(event, m_asJson ? entry.text : "    " + entry.text, fields);
+    }
 }
 
 void SetupReport::error(const QByteArray &text)
@@ -68,39 +68,24 @@ void SetupReport::print()
     m_lines.clear();
 }
 
-SetupProgress::SetupProgress(ConsoleHost &host, bool asJson) : m_host(host), m_asJson(asJson)
-{
-    stopped = 0;
-    struct sigaction action{};
-    action.sa_handler = [](int) { stopped = 1; };
-    action.sa_flags = SA_RESETHAND | SA_RESTART;
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
-}
+SetupProgress::SetupProgress(ConsoleHost &host, bool asJson) : m_host(host), m_asJson(asJson) {}
 
-SetupProgress::~SetupProgress()
-{
-    end();
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
-}
-
-void SetupProgress::progress(importing::Stage stage, qsizetype done, qsizetype total)
+void SetupProgress::progress(importing::Stage stage, qsizetype done, qsizetype total, double part)
 {
     constexpr qint64 interval = 100; // milliseconds
     const bool isNew = stage != m_stage || !m_sinceShown.isValid();
     m_stage = stage;
     m_done = done;
     m_total = total;
-    if (!isNew && done != total && !m_sinceShown.hasExpired(interval))
-        return;
-    m_sinceShown.start();
     if (!m_asJson) {
-        m_host.showProgress(done, total, unitOf(stage));
-    } else if (verbosity() != Verbosity::Quiet) {
+        m_host.showProgress(part, reached());
+    } else if (verbosity() != Verbosity::Quiet &&
+               (isNew || done == total || m_sinceShown.hasExpired(interval))) {
+        m_sinceShown.start();
         QJsonObject event{{QStringLiteral("event"), QStringLiteral("progress")},
                           {QStringLiteral("stage"), QLatin1StringView(nameOf(stage))},
                           {QStringLiteral("done"), done},
+                          {QStringLiteral("part"), part},
                           {QStringLiteral("text"), platform::stringFromUtf8(reached())}};
         if (total > 0)
             event.insert(QStringLiteral("total"), total);
@@ -117,7 +102,7 @@ void SetupProgress::copied(const std::filesystem::path &source, const std::files
 
 bool SetupProgress::isStopped() const
 {
-    return stopped != 0;
+    return signal() != 0;
 }
 
 void SetupProgress::end()

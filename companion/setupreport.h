@@ -1,5 +1,7 @@
 #pragma once
 
+#include "companion/interruption.h"
+
 #include "importing/observer.h"
 
 #include <QByteArray>
@@ -23,7 +25,7 @@ public:
 
     /// A line. @p text is bytes for people, UTF-8 but for names of files that are not.
     void line(QLatin1StringView event, const QByteArray &text, QJsonObject fields = {});
-    /// Lines below a title; nothing when there are none.
+    /// Lines below a title, which JSON objects have as "title"; nothing when there are none.
     struct Entry {
         QByteArray text;
         QJsonObject fields = {};
@@ -41,19 +43,19 @@ private:
     QByteArray m_lines;
 };
 
-/// Shows how far an import is: as a bar on the console, or as events for programs. Stops it when the user has
-/// pressed ^C, which ends the process as usual when it is pressed again, or when nothing of this exists.
+/// Shows how far an import is: as a bar on the console, or as events for programs. Stops it when a signal has
+/// come that asks for it.
 class SetupProgress final : public importing::Observer {
 public:
     SetupProgress(ConsoleHost &host, bool asJson);
-    ~SetupProgress() override;
-    SetupProgress(const SetupProgress &) = delete;
-    SetupProgress &operator=(const SetupProgress &) = delete;
 
-    void progress(importing::Stage stage, qsizetype done, qsizetype total) override;
+    using Observer::progress;
+    void progress(importing::Stage stage, qsizetype done, qsizetype total, double part) override;
     void copied(const std::filesystem::path &source, const std::filesystem::path &destination) override;
     [[nodiscard]] bool isStopped() const override;
     void end();
+    /// The signal that has come; 0 when none has.
+    [[nodiscard]] int signal() const { return m_interruption.signal(); }
 
     /// How far it came, in words.
     [[nodiscard]] QByteArray reached() const;
@@ -61,6 +63,7 @@ public:
 private:
     ConsoleHost &m_host;
     bool m_asJson;
+    Interruption m_interruption;
     QElapsedTimer m_sinceShown;
     importing::Stage m_stage = importing::Stage::Looking;
     qsizetype m_done = 0;

@@ -46,19 +46,12 @@ public:
         m_own = std::filesystem::weakly_canonical(transcriptFolder, error);
     }
 
-    void search(const std::filesystem::path &source)
+    void search(std::span<const std::filesystem::path> sources)
     {
-        std::error_code error;
-        const std::filesystem::path root = std::filesystem::canonical(source, error);
-        if (error || ::access(root.c_str(), R_OK) != 0)
-            throw Failure(source.native() +
-                          " cannot be read: " + platform::reasonOf(error ? error.value() : errno));
-        if (std::filesystem::is_directory(root, error)) {
-            walk(root);
-        } else if (transcriptKind(root)) {
-            add(root, root.parent_path());
-        } else {
-            throw Failure(source.native() + " is neither a folder nor a transcript.");
+        m_share = 1 / double(sources.size());
+        for (size_t number = 0; number < sources.size(); ++number) {
+            m_done = m_share * double(number);
+            search(sources[number]);
         }
     }
 
@@ -78,6 +71,22 @@ public:
     }
 
 private:
+    void search(const std::filesystem::path &source)
+    {
+        std::error_code error;
+        const std::filesystem::path root = std::filesystem::canonical(source, error);
+        if (error || ::access(root.c_str(), R_OK) != 0)
+            throw Failure(source.native() +
+                          " cannot be read: " + platform::reasonOf(error ? error.value() : errno));
+        if (std::filesystem::is_directory(root, error)) {
+            walk(root);
+        } else if (transcriptKind(root)) {
+            add(root, root.parent_path());
+        } else {
+            throw Failure(source.native() + " is neither a folder nor a transcript.");
+        }
+    }
+
     void walk(const std::filesystem::path &root)
     {
         m_homes.insert(root);
@@ -85,7 +94,7 @@ private:
         std::string closed; // a disk image that is a folder, with a slash
         while (const auto entry = walk.next()) {
             m_observer.throwIfStopped();
-            m_observer.progress(Stage::Looking, ++m_findings.entries, 0);
+            m_observer.progress(Stage::Looking, ++m_findings.entries, 0, m_done + m_share * walk.part());
             if (!closed.empty() && entry->native().starts_with(closed))
                 continue;
             const std::filesystem::path path = root / *entry;
@@ -116,6 +125,8 @@ private:
     std::map<std::filesystem::path, std::string> m_notLookedInto;
     std::map<std::filesystem::path, std::string> m_unread;
     Findings m_findings;
+    double m_share = 1; ///< of a source in all of them
+    double m_done = 0;  ///< the share of the sources before
 };
 
 } // namespace
@@ -124,8 +135,7 @@ Findings findChats(std::span<const std::filesystem::path> sources,
                    const std::filesystem::path &transcriptFolder, Observer &observer)
 {
     Search search(transcriptFolder, observer);
-    for (const std::filesystem::path &source : sources)
-        search.search(source);
+    search.search(sources);
     return search.findings();
 }
 

@@ -20,6 +20,8 @@
 
 namespace {
 
+constexpr int wholeBar = 1000; // steps that one cannot tell apart
+
 QLabel *plainLabel(const char *name)
 {
     auto *label = new QLabel;
@@ -28,6 +30,13 @@ QLabel *plainLabel(const char *name)
     label->setWordWrap(true);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     return label;
+}
+
+/// An empty label takes no room.
+void fill(QLabel *label, const QString &text)
+{
+    label->setText(text);
+    label->setVisible(!text.isEmpty());
 }
 
 } // namespace
@@ -48,11 +57,14 @@ ImportDialog::ImportDialog(QWidget *parent)
     connect(m_folder, &QLineEdit::textEdited, this, [this] { setStep(Step::Choosing); });
     connect(m_import, &QPushButton::clicked, this, [this] { m_step == Step::Choosing ? look() : import(); });
     connect(m_close, &QPushButton::clicked, this, &ImportDialog::reject);
-    connect(m_detailsButton, &QPushButton::toggled, m_details, &QWidget::setVisible);
+    connect(m_detailsButton, &QPushButton::toggled, this, [this](bool isShown) {
+        m_details->setVisible(isShown);
+        growToContents();
+    });
     connect(m_setup, &SetupProcess::finished, this, &ImportDialog::showEnd);
-    connect(m_setup, &SetupProcess::progressed, this, [this](const QString &text, int done, int total) {
-        m_bar->setRange(0, total); // 0 to 0 shows that nobody knows how long
-        m_bar->setValue(done);
+    connect(m_setup, &SetupProcess::progressed, this, [this](const QString &text, double part) {
+        m_bar->setRange(0, wholeBar);
+        m_bar->setValue(int(part * wholeBar));
         m_line->setText(text);
     });
     setStep(Step::Choosing);
@@ -76,6 +88,8 @@ void ImportDialog::layOut()
     m_detailsButton->setAutoDefault(false);
     m_details->setObjectName(QStringLiteral("details"));
     m_details->setReadOnly(true);
+    constexpr int lines = 12;
+    m_details->setMinimumHeight(lines * m_details->fontMetrics().lineSpacing());
     m_details->setAccessibleName(tr("Details of the import"));
     m_details->hide();
     m_bar->setAccessibleName(tr("Progress"));
@@ -105,7 +119,7 @@ void ImportDialog::layOut()
     column->addWidget(m_details, 1);
     column->addStretch();
     column->addWidget(buttons);
-    setMinimumWidth(70 * fontMetrics().averageCharWidth());
+    setMinimumWidth(90 * fontMetrics().averageCharWidth());
 }
 
 void ImportDialog::choose()
@@ -151,25 +165,39 @@ void ImportDialog::showEnd(bool succeeded)
     m_hasImported = m_hasImported || !wasLooking;
     m_details->setPlainText((m_setup->errors() + m_setup->lines()).join(u'\n'));
     setStep(!summary ? Step::Choosing : wasLooking ? Step::Found : Step::Imported);
-    m_found->setText(summary ? summary->value(u"text").toString() : QString());
+    fill(m_found, summary ? summary->value(u"text").toString() : QString());
     if (!succeeded)
         m_line->setText(m_setup->errors().size() > 1 ? tr("%1 And %2 more, see the details.")
                                                            .arg(m_setup->errors().first())
                                                            .arg(m_setup->errors().size() - 1)
                                                      : m_setup->errors().value(0));
-    if (m_step != Step::Found)
-        return;
+    if (m_step == Step::Found)
+        showBook();
+    growToContents();
+}
+
+/// Shows what address book was found.
+void ImportDialog::showBook()
+{
     if (const auto book = m_setup->event(QStringLiteral("addressBook"))) {
         const bool isTaken = book->value(u"taken").toBool();
         m_bookPath = book->value(u"path").toString();
-        m_book->setText(tr("Its address book has %n people with AIM screen names.", nullptr,
-                           book->value(u"people").toInt()) +
-                        (isTaken ? tr(" They will be shown by their names.") : QString()));
+        const int people = book->value(u"people").toInt();
+        fill(m_book, (people == 1 ? tr("Its address book has one person with an AIM screen name.")
+                                  : tr("Its address book has %1 people with AIM screen names.").arg(people)) +
+                         (isTaken ? tr(" Chats will show full names.") : QString()));
         m_takeBook->setVisible(!isTaken);
     } else {
-        m_book->setText(
-            tr("There is no address book: people without cards are shown by their screen names."));
+        fill(m_book, tr("There is no address book: people without cards are shown by their screen names."));
     }
+}
+
+/// Texts that wrap need a height that depends on the width, which a window does not know of by itself.
+void ImportDialog::growToContents()
+{
+    const int needed = layout()->totalHeightForWidth(width());
+    if (height() < needed)
+        resize(width(), needed);
 }
 
 void ImportDialog::setStep(Step step)
@@ -183,15 +211,15 @@ void ImportDialog::setStep(Step step)
     m_bar->setRange(0, 0);
     m_line->clear();
     if (step != Step::Importing) {
-        m_found->clear();
-        m_book->clear();
+        fill(m_found, {});
+        fill(m_book, {});
         m_takeBook->setChecked(false);
         m_takeBook->hide();
     }
     m_takeBook->setEnabled(!isRunning);
     m_detailsButton->setEnabled(step == Step::Found || step == Step::Imported ||
                                 !m_details->toPlainText().isEmpty());
-    m_import->setText(step == Step::Choosing || step == Step::Looking ? tr("&Look") : tr("&Import"));
+    m_import->setText(step == Step::Choosing || step == Step::Looking ? tr("&Find Chats") : tr("&Import"));
     m_import->setEnabled(step == Step::Choosing || step == Step::Found);
     m_close->setText(isRunning ? tr("Cancel") : tr("Close"));
 }

@@ -35,6 +35,8 @@ private:
     void look();
     void import();
     void showEnd(bool succeeded);
+    void showBook();
+    void growToContents();
     void setStep(Step step);
     [[nodiscard]] QStringList arguments() const;
 

@@ -31,6 +31,7 @@ void SetupProcess::start(const QStringList &arguments)
     }
     m_events = {};
     m_lines.clear();
+    m_title.clear();
     m_errors.clear();
     m_process = new QProcess(this);
     connect(m_process, &QProcess::readyReadStandardOutput, this, &SetupProcess::readLines);
@@ -69,12 +70,22 @@ void SetupProcess::readLines()
         const QJsonObject event = QJsonDocument::fromJson(m_process->readLine()).object();
         const QString name = event.value(u"event").toString();
         const QString text = event.value(u"text").toString();
+        if (name == u"missing" || name == u"next")
+            continue; // how to go on at the console
         if (name == u"progress") {
-            Q_EMIT progressed(text, event.value(u"done").toInt(), event.value(u"total").toInt());
+            Q_EMIT progressed(text, event.value(u"part").toDouble());
             continue;
         }
         m_events.insert(name, event);
-        (name == u"error" ? m_errors : m_lines) += text;
+        if (name == u"error") {
+            m_errors += text;
+            continue;
+        }
+        const QString title = event.value(u"title").toString();
+        if (!title.isEmpty() && title != m_title)
+            m_lines += title;
+        m_title = title;
+        m_lines += title.isEmpty() ? text : QStringLiteral("    ") + text;
     }
 }
 

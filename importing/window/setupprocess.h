@@ -38,8 +38,8 @@ public:
     [[nodiscard]] static QString companion();
 
 Q_SIGNALS:
-    /// @param total 0 while it is not known.
-    void progressed(const QString &text, int done, int total);
+    /// @param part how much of the stage at hand is done, from 0 to 1.
+    void progressed(const QString &text, double part);
     /// @param succeeded whether it ended with exit code 0.
     void finished(bool succeeded);
 
@@ -50,5 +50,6 @@ private:
     QProcess *m_process = nullptr; ///< while it runs
     QJsonObject m_events;
     QStringList m_lines;
+    QString m_title; ///< of the list that the last line is in
     QStringList m_errors;
 };

@@ -82,4 +82,18 @@ std::optional<std::filesystem::path> DirectoryWalk::next()
     return entry;
 }
 
+double DirectoryWalk::part() const
+{
+    double walked = 0;
+    double share = 1; // of the folder at hand in the whole
+    for (const Listing &listing : m_open) {
+        if (listing.names.empty())
+            break;
+        share /= double(listing.names.size());
+        const bool isInside = &listing != &m_open.back(); // the entry that came last is still being walked
+        walked += share * double(listing.next - (isInside ? 1 : 0));
+    }
+    return m_open.empty() ? 1 : walked;
+}
+
 } // namespace platform

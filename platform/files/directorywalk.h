@@ -27,6 +27,10 @@ public:
     /// The next entry, relative to the folder; nothing at the end.
     [[nodiscard]] std::optional<std::filesystem::path> next();
 
+    /// How much of the folder has been walked, from 0 to 1, when in each folder every entry counts alike with
+    /// all that is below it. Nobody knows how many entries there are before the end.
+    [[nodiscard]] double part() const;
+
     /// The folders so far of which something may be missing, each once, in the order of the walk. One that
     /// somebody has removed meanwhile is none of them.
     [[nodiscard]] const std::vector<UnreadFolder> &unreadFolders() const { return m_unread; }

@@ -69,8 +69,12 @@ std::optional<FileIdentity> fileIdentity(const std::filesystem::path &path)
     struct stat status{};
     if (::stat(path.c_str(), &status) != 0)
         return std::nullopt;
-    return FileIdentity{status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec,
-                        status.st_mtim.tv_nsec};
+    return identityOf(status);
+}
+
+FileIdentity identityOf(const struct stat &status)
+{
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
 Result<QByteArray> readWholeFile(const std::filesystem::path &path)

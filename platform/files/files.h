@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <optional>
 
+struct stat;
+
 namespace platform {
 
 // Paths are bytes: std::filesystem::path carries them, and only what is shown becomes text.
@@ -53,6 +55,8 @@ struct FileIdentity {
 };
 /// The identity of the file at @p path, links followed; nothing when there is none.
 [[nodiscard]] std::optional<FileIdentity> fileIdentity(const std::filesystem::path &path);
+/// The identity of the file that @p status is of.
+[[nodiscard]] FileIdentity identityOf(const struct stat &status);
 
 /// The largest file that readWholeFile() takes: 2 GiB less one byte.
 inline constexpr qint64 largestReadableFile = (qint64(1) << 31) - 1;

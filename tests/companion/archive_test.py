@@ -118,7 +118,7 @@ class Archive(CompanionTest):
             self.assertEqual(len(entries), logged, shown)
             for line in entries:
                 self.assertRegex(line, rb"entries\r\x1b\[K\d{4}-", "the bar is erased before the log goes on")
-            self.assertIn(b"] 23 entries", shown)
+            self.assertIn(b"] 23 of 23 entries", shown)
             self.assertIn(f"{broken}: ".encode(), shown, "that one cannot be read is told at once")
             self.assertRegex(shown, rb"\r\x1b\[KThe archive file is ready")
         _, quiet = self.run_in_terminal(PRATTLEBUG, "archive", "--quiet", self.path("Out"))

@@ -212,16 +212,20 @@ class Stopping(ImportTest):
         return process.returncode, output, errors
 
     def test_only_whole_transcripts_are_left_and_the_next_run_goes_on(self):
-        code, _, errors = self.interrupt("reading", signal.SIGINT)
-        self.assertEqual((code, os.listdir(self.home)), (1, []))
-        self.assertRegex(errors, r"^Stopped after \d+ of 4000 transcripts read: nothing has been changed\.\n$")
-        code, output, errors = self.interrupt("copying", signal.SIGINT)
-        stopped = transcripts_in(self.folder)
-        self.assertEqual(code, 1)
-        self.assertEqual(errors, f"Stopped after {len(stopped)} of 4000 transcripts copied: the next setup goes on.\n")
-        self.assertIn('"stopped":true', output)
-        self.assertLess(len(stopped), self.COUNT)
-        self.assertEqual(stopped, {name: self.expected[name] for name in stopped})
+        for stage, how, told in (("looking", signal.SIGHUP, "files looked at"), ("reading", signal.SIGINT, "of 4000 transcripts read")):
+            code, _, errors = self.interrupt(stage, how)
+            self.assertEqual((code, os.listdir(self.home)), (128 + how, []))
+            self.assertRegex(errors, rf"^Stopped after \d+ {told}: nothing has been changed\.\n$")
+        stopped = {}
+        for how in (signal.SIGINT, signal.SIGTERM):
+            before, (code, output, errors) = len(stopped), self.interrupt("copying", how)
+            stopped = transcripts_in(self.folder)
+            self.assertEqual(code, 128 + how)
+            self.assertEqual(errors, f"Stopped after {len(stopped) - before} of {self.COUNT - before} transcripts copied: "
+                             "the next setup goes on.\n")
+            self.assertIn('"stopped":true', output)
+            self.assertLess(len(stopped), self.COUNT)
+            self.assertEqual(stopped, {name: self.expected[name] for name in stopped})
         code, *_ = self.interrupt("copying", signal.SIGKILL)
         self.assertEqual(code, -signal.SIGKILL)
         killed = {name: held for name, held in transcripts_in(self.folder).items() if not name.startswith(".")}
@@ -233,7 +237,8 @@ class Stopping(ImportTest):
     def test_the_terminal_shows_a_bar_with_a_total(self):
         code, shown = self.run_in_terminal(PRATTLEBUG, "setup", self.disk_folder)
         self.assertEqual(code, 0)
-        for told in (rb"\d+ files looked at", rb"\[#* *\] 4000 transcripts read", rb"\[#+\] 4000 transcripts copied"):
+        for told in (rb"\[#* *\] \d+ files looked at", rb"\[#+\] 4000 of 4000 transcripts read",
+                     rb"\[#+\] 4000 of 4000 transcripts copied"):
             self.assertRegex(shown, told)
         self.assertLess(len(re.findall(rb"transcripts read", shown)), 200)
 

@@ -104,7 +104,7 @@ class ImportingTest(WindowTest):
         book.write_bytes(plistlib.dumps({"First": "Kim", "Last": "Lee", "AIMInstant": {"values": ["kimlee77"]}}))
         application, dialog = self.open_dialog(disk)
         self.wait_for_label(dialog, "^19 transcripts found: 19 to be copied")
-        self.wait_for_label(dialog, "1 people|1 person")
+        self.wait_for_label(dialog, "has one person with an AIM screen name")
         self.assertFalse(self.transcripts.exists())
         email = dialog.find("text", "Your e-mail address:")
         email.click()
