@@ -137,7 +137,9 @@ void Copying::write(const PlannedCopy &copy, Staging &staging)
 {
     const LedgerEntry &entry = copy.entry;
     const auto source = platform::readWholeFile(entry.source);
-    if (!source || digestOf(*source) != entry.digest) {
+    // One that has not been touched since it was read need not be digested again, unless it replaces a copy.
+    const bool isUntouched = copy.replaced.isEmpty() && platform::fileIdentity(entry.source) == copy.source;
+    if (!source || (!isUntouched && digestOf(*source) != entry.digest)) {
         m_outcome.failed.push_back(
             {entry.source, source ? "it has changed meanwhile" : source.error().reason});
         return;

@@ -26,6 +26,7 @@ struct Member {
     std::filesystem::path place; ///< relative to the transcript folder: where it is, or would be
     Kind kind;
     timespec modified;
+    platform::FileIdentity identity;
     bool isOwn;       ///< it lies in the transcript folder
     std::string name; ///< properName()
     bool isArchived;  ///< the archiver finds it there already
@@ -159,7 +160,8 @@ void Planner::read(const FoundTranscript &transcript, bool isOwn)
         status = {};
     if (Chat *chat = chatOf(transcript, status)) {
         chat->members.push_back({transcript.path, transcript.home, transcript.place, transcript.kind,
-                                 status.st_mtim, isOwn, properName(transcript.place.filename()),
+                                 status.st_mtim, platform::identityOf(status), isOwn,
+                                 properName(transcript.place.filename()),
                                  isOwn && isArchivableName(transcript.place),
                                  isOwn && m_ledger.hasCopy(transcript.place, chat->digest)});
     }
@@ -304,7 +306,7 @@ void Planner::placeCopies()
             replaced == m_replaced.end() ? Shorter{freePlace(*chat), {}} : replaced->second;
         const std::filesystem::path &place = shorter.place;
         m_taken.insert(place.native());
-        m_plan.copies.push_back({{place, chat->digest, best.path, date.date}, shorter.digest});
+        m_plan.copies.push_back({{place, chat->digest, best.path, date.date}, best.identity, shorter.digest});
         m_plan.datesMended += date.isMended ? 1 : 0;
         if (place.filename() != best.place.filename())
             m_plan.renamed.push_back({best.place, place, best.isOwn});

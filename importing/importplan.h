@@ -3,6 +3,8 @@
 #include "importing/copyledger.h"
 #include "importing/findings.h"
 
+#include "platform/files/files.h"
+
 #include <QByteArray>
 
 #include <filesystem>
@@ -14,6 +16,7 @@ namespace importing {
 /// A copy that is to be made.
 struct PlannedCopy {
     LedgerEntry entry;
+    platform::FileIdentity source; ///< the source's, when it was read
     /// The digest of the shorter copy whose place it takes; empty when there is nothing at that place.
     QByteArray replaced;
 };
