@@ -24,8 +24,21 @@ std::string checkedPeriod(const std::string &text)
 
 void Filters::addTo(CLI::App &command)
 {
+    addTo(command, "WORDS");
+}
+
+void Filters::addAsOptionsTo(CLI::App &command)
+{
+    addTo(command, "--words");
+    // Each takes one value: what follows is the command's own.
+    command.get_option("--words")->type_name("WORDS")->allow_extra_args(false);
+    command.get_option("--has")->allow_extra_args(false);
+}
+
+void Filters::addTo(CLI::App &command, const char *wordsName)
+{
     command.add_option(
-        "WORDS", words,
+        wordsName, words,
         "What a message must contain, all of it, in any letter case, with or without accents, also "
         "inside words; quote several words to find them next to each other");
     command.add_option("--from", from, "Only messages by this person: part of a name, or a screen name")

@@ -21,9 +21,15 @@ struct Filters {
     std::vector<std::string> has;
     bool wholeWords = false;
 
-    /// Adds the options to @p command. This object outlives it.
+    /// Adds the options to @p command, the words as what stands there without an option. This object outlives
+    /// it.
     void addTo(CLI::App &command);
+    /// The same with an option `--words`, for a command that takes something else there.
+    void addAsOptionsTo(CLI::App &command);
     [[nodiscard]] indexing::Question question() const;
+
+private:
+    void addTo(CLI::App &command, const char *wordsName);
 };
 
 } // namespace companion

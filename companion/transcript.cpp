@@ -33,12 +33,17 @@ std::filesystem::path transcriptPath(const std::string &given)
     return platform::fileExists(kept) ? kept : path;
 }
 
-VORAChatLog::Loading loadTranscript(const std::filesystem::path &path)
+std::string transcriptFileName(const std::filesystem::path &path)
 {
     std::string name = path.stem().native();
     if (name.find(separator) == std::string::npos)
         name += separator;
-    return VORAChatLog::load(path, name + extensionOf(path));
+    return name + extensionOf(path);
+}
+
+VORAChatLog::Loading loadTranscript(const std::filesystem::path &path)
+{
+    return VORAChatLog::load(path, transcriptFileName(path));
 }
 
 } // namespace companion

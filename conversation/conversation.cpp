@@ -71,7 +71,7 @@ public:
             entry.milliseconds = message.TimeStamp()->unixMilliseconds();
         if (message.sender())
             entry.speaker = speaker(*message.sender());
-        if (message.string())
+        if (message.string() && !message.string()->string().isEmpty()) // one without characters is a notice
             entry.text = text(*message.string());
         if (message.fault())
             entry.fault = QString::fromLatin1(message.fault()->reason);

@@ -50,6 +50,25 @@ bool hasWords(const ChatRecord &record, const Question &question)
                        [&](const QString &text) { return hasWords(text, question); });
 }
 
+bool isAnswer(const ChatRecord &record, const Question &question)
+{
+    const auto isPerson = [&](const QString &given, const Person &person) {
+        return isCalled(given, person.displayName(), person.screenName);
+    };
+    if (!question.with.isEmpty() && !isCalled(question.with, record.otherParty, std::nullopt) &&
+        std::none_of(record.people.begin(), record.people.end(),
+                     [&](const Person &person) { return isPerson(question.with, person); }))
+        return false;
+    const bool isAboutMessages = !question.words.empty() || !question.from.isEmpty() || question.since ||
+                                 question.until || question.has != Contents();
+    return !isAboutMessages ||
+           std::any_of(record.messages.begin(), record.messages.end(), [&](const ChatMessage &message) {
+               return isInPeriod(message.milliseconds, question) && hasContents(message.contents, question) &&
+                      (question.from.isEmpty() || isPerson(question.from, record.people[message.person])) &&
+                      hasWords(record.texts[message.text], question);
+           });
+}
+
 std::optional<std::vector<FoldedText::Range>> wordsIn(const QString &text, const Question &question)
 {
     const FoldedText foldedText(text);

@@ -40,6 +40,9 @@ struct Question {
 /// asked for is not looked at.
 [[nodiscard]] bool hasWords(const ChatRecord &record, const Question &question);
 
+/// Whether a chat answers @p question: who is in it, and any of its messages, where it is about messages.
+[[nodiscard]] bool isAnswer(const ChatRecord &record, const Question &question);
+
 /// Whether a message of that time (Unix, milliseconds) is as @p question has it. One without a time is in no
 /// period.
 [[nodiscard]] bool isInPeriod(std::optional<qint64> milliseconds, const Question &question);
