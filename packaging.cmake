@@ -44,7 +44,7 @@ install_compressed("${PRATTLEBUG_OFFERED}/prattlebug.1" "${CMAKE_INSTALL_MANDIR}
 install_compressed(resources/debian/changelog "${CMAKE_INSTALL_DOCDIR}")
 # What users read; developers have the source. A test looks up the links among these files.
 install(FILES resources/debian/README.md CHANGELOG.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
-install(DIRECTORY docs/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs" FILES_MATCHING PATTERN "*.md"
+install(DIRECTORY docs/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs" FILES_MATCHING PATTERN "*.md" PATTERN "*.schema.json"
         PATTERN code.md EXCLUDE PATTERN measurements.md EXCLUDE PATTERN man EXCLUDE)
 install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}" RENAME copyright)
 

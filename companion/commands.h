@@ -19,6 +19,7 @@ inline constexpr int exitSignalled = 128; // and the number of the signal that e
 
 void addSetupCommand(CLI::App &commands, Action &action);
 void addArchiveCommand(CLI::App &commands, Action &action);
+void addExportCommand(CLI::App &commands, Action &action);
 void addSearchCommand(CLI::App &commands, Action &action);
 void addListCommand(CLI::App &commands, Action &action);
 void addPeopleCommand(CLI::App &commands, Action &action);

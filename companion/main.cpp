@@ -125,6 +125,7 @@ int run(int argc, char **argv)
     companion::Action action;
     companion::addSetupCommand(program, action);
     companion::addArchiveCommand(program, action);
+    companion::addExportCommand(program, action);
     companion::addSearchCommand(program, action);
     companion::addListCommand(program, action);
     companion::addPeopleCommand(program, action);

@@ -16,7 +16,7 @@ packages_to() {
             pkg-config libgtest-dev libgmock-dev libplist-dev python3
             gobjc libgnustep-gui-dev gnustep-back0.29-cairo
             appstream desktop-file-utils mutt openssl python3-aiosmtpd fish zsh
-            chromium chromium-driver firefox-esr python3-selenium
+            chromium chromium-driver firefox-esr python3-selenium python3-jsonschema
             at-spi2-core dbus-daemon gir1.2-atspi-2.0 openbox python3-gi xauth xdotool xvfb" ;;
         lint) echo "clang-format-19 clang-tidy-19 git python3 python3-flake8 shellcheck" ;;
         fuzz) echo "clang-19 libclang-rt-19-dev python3" ;;

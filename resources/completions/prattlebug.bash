@@ -3,7 +3,7 @@
 _prattlebug() {
     local current=$2 previous=$3
     local everywhere="--help --home --quiet --verbose"
-    local commands="setup archive search list people index show stats pages link-log image-log check inspect prefs status help"
+    local commands="setup archive export search list people index show stats pages link-log image-log check inspect prefs status help"
     # Only with send.
     commands+=" send"
     # End of send.
@@ -33,7 +33,15 @@ _prattlebug() {
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return ;;
     --as)
-        mapfile -t COMPREPLY < <(compgen -W "plain html subject json" -- "$current")
+        local forms="plain html subject json"
+        [[ $command == export ]] && forms="html text markdown json jsonl csv"
+        mapfile -t COMPREPLY < <(compgen -W "$forms" -- "$current")
+        return ;;
+    --by)
+        mapfile -t COMPREPLY < <(compgen -W "chat person month year" -- "$current")
+        return ;;
+    --attachments)
+        mapfile -t COMPREPLY < <(compgen -W "inside beside none" -- "$current")
         return ;;
     --delete)
         mapfile -t COMPREPLY < <(compgen -W "$keys" -- "$current")
@@ -41,7 +49,7 @@ _prattlebug() {
     --has)
         mapfile -t COMPREPLY < <(compgen -W "link file picture" -- "$current")
         return ;;
-    --email | --from | --with | --limit | --context | --to | --since | --until | --server | --timeout)
+    --email | --words | --from | --with | --limit | --context | --to | --since | --until | --server | --timeout)
         return ;;
     esac
 
@@ -50,6 +58,7 @@ _prattlebug() {
     "") options="$commands --version" ;;
     setup) options="--email --me --contacts --dry-run --json --reset-templates" files=yes ;;
     archive) options="--skip-new --fresh" files=yes ;;
+    export) options="$filters --words --as --by --attachments --mirror" files=yes ;;
     search) options="$filters --context --limit --newest --count --json --no-index" ;;
     list) options="$filters --limit --newest --json" ;;
     people) options="--json" ;;

@@ -1,6 +1,6 @@
 # Completion of prattlebug's commands, options and values for fish.
 
-set -l commands setup archive search list people index show stats pages link-log image-log check inspect prefs status help
+set -l commands setup archive export search list people index show stats pages link-log image-log check inspect prefs status help
 # Only with send.
 set -a commands send
 # End of send.
@@ -17,6 +17,7 @@ complete -c prattlebug -n $none -f
 complete -c prattlebug -n $none -l version -d 'Show the version'
 complete -c prattlebug -n $none -a setup -d 'Make the folders, put templates in place, copy transcripts'
 complete -c prattlebug -n $none -a archive -d 'Write every chat into one mbox file'
+complete -c prattlebug -n $none -a export -d 'Write chats as web pages, text, tables and more'
 complete -c prattlebug -n $none -a search -d 'Find messages in the transcript folder'
 complete -c prattlebug -n $none -a list -d 'List the chats by date'
 complete -c prattlebug -n $none -a people -d 'List everybody who wrote anything'
@@ -43,14 +44,19 @@ complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l json -d 'Tell i
 complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates -d 'Also replace changed templates'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l fresh -d 'Set the stores of earlier runs aside'
+complete -c prattlebug -n '__fish_seen_subcommand_from export' -l words -x -d 'What a message must contain'
+complete -c prattlebug -n '__fish_seen_subcommand_from export' -l as -x -a 'html text markdown json jsonl csv' -d 'Format'
+complete -c prattlebug -n '__fish_seen_subcommand_from export' -l by -x -a 'chat person month year' -d 'What shares a file'
+complete -c prattlebug -n '__fish_seen_subcommand_from export' -l attachments -x -a 'inside beside none' -d 'Where attached files go'
+complete -c prattlebug -n '__fish_seen_subcommand_from export' -l mirror -d 'Remove what no longer belongs'
 complete -c prattlebug -n '__fish_seen_subcommand_from help' -f -a "$commands"
 complete -c prattlebug -n '__fish_seen_subcommand_from search list people index' -f
-complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l from -x -d 'Only messages by this person'
-complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l with -x -d 'Only chats with this person'
-complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l since -x -d 'From this date on'
-complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l until -x -d 'Up to this date'
-complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l has -x -a 'link file picture' -d 'Only messages with this'
-complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l word -d 'Whole words only'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l from -x -d 'Only messages by this person'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l with -x -d 'Only chats with this person'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l since -x -d 'From this date on'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l until -x -d 'Up to this date'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l has -x -a 'link file picture' -d 'Only messages with this'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l word -d 'Whole words only'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l limit -x -d 'Stop after this many'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l newest -d 'Start with the newest'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list people' -l json -d 'A JSON object a line'

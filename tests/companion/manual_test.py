@@ -6,7 +6,7 @@ import shutil
 
 from companion import PRATTLEBUG, SAMPLES, CompanionTest, main
 
-DOCUMENTS = ("manual.md", "moving-chats.md", "importing.md", "templates.md")
+DOCUMENTS = ("manual.md", "export.md", "moving-chats.md", "importing.md", "templates.md")
 # What a reader has that stands for something else here.
 STANDS_FOR = (
     ("--me /media/you/Macintosh\\ HD/Users/kim --contacts /media/you/Macintosh\\ HD/Users/kim",

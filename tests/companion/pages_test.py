@@ -1,15 +1,12 @@
 """The pages in browsers: all that was sent is shown under its sender and found, and nothing in it does harm."""
 
 import datetime
-import http.server
 import itertools
 import os
 import plistlib
 import random
 import shutil
-import socketserver
 import sys
-import threading
 from pathlib import Path
 from urllib.parse import unquote, urlsplit
 
@@ -22,6 +19,7 @@ sys.path += [os.path.join(SAMPLES, "make"), os.path.join(os.path.dirname(__file_
 import pictures  # noqa: E402
 from browser import contrasts, messages, open_browser, set_colors, set_size  # noqa: E402
 from model import String  # noqa: E402
+from remote import Remote  # noqa: E402
 from styles import file, link  # noqa: E402
 from transcript import Keyed, Speaker, Transcript  # noqa: E402
 
@@ -58,21 +56,6 @@ BARS = """
 return [...document.querySelectorAll("svg")].map(track =>
     track.querySelector("rect").getBoundingClientRect().width / track.getBoundingClientRect().width);
 """
-
-
-class Remote(socketserver.ThreadingTCPServer):
-    """Somebody's server, which counts the connections to it."""
-
-    daemon_threads = True
-
-    def __init__(self):
-        super().__init__(("127.0.0.1", 0), http.server.BaseHTTPRequestHandler)
-        self.connections = 0
-        threading.Thread(target=self.serve_forever, daemon=True).start()
-
-    def verify_request(self, _request, _address):
-        self.connections += 1
-        return False
 
 
 class Pages:

@@ -1,0 +1,451 @@
+#include "export/exporting.h"
+
+#include "export/chatreport.h"
+#include "export/document.h"
+#include "export/ledger.h"
+#include "export/ownfiles.h"
+
+#include "index/workerprocesses.h"
+
+#include "platform/addressbook/addressbook.h"
+#include "platform/files/descriptor.h"
+#include "platform/files/files.h"
+#include "platform/files/supportfolder.h"
+#include "platform/files/systemcalls.h"
+#include "platform/files/temporaries.h"
+#include "platform/foundation/valuestream.h"
+
+#include <QDataStream>
+#include <QIODevice>
+#include <QTimeZone>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <fcntl.h>
+#include <limits>
+#include <memory>
+#include <set>
+#include <sys/mman.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace exporting {
+
+namespace {
+
+/// To be raised when the same chat with the same options becomes another document.
+constexpr char formsVersion[] = "1";
+
+const std::string indexKey = "html index";
+const QString indexPath = QStringLiteral("index.html");
+
+QByteArray serialized(const ChatReport &report)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    platform::writeValue(stream, report);
+    return bytes;
+}
+
+ChatReport reportFrom(const QByteArray &bytes)
+{
+    QDataStream stream(bytes);
+    ChatReport report;
+    platform::readValue(stream, report);
+    return report;
+}
+
+/// Whether the export is to stop, for all its processes.
+class StopSign {
+public:
+    StopSign()
+        : m_memory(::mmap(nullptr, sizeof(std::atomic_bool), PROT_READ | PROT_WRITE,
+                          MAP_SHARED | MAP_ANONYMOUS, -1, 0))
+    {
+        if (m_memory == MAP_FAILED)
+            throw std::bad_alloc();
+        m_flag = new (m_memory) std::atomic_bool(false);
+    }
+    ~StopSign() { ::munmap(m_memory, sizeof(std::atomic_bool)); }
+    StopSign(const StopSign &) = delete;
+    StopSign &operator=(const StopSign &) = delete;
+
+    void set() { m_flag->store(true); }
+    [[nodiscard]] bool isSet() const { return m_flag->load(); }
+
+private:
+    void *m_memory;
+    std::atomic_bool *m_flag;
+};
+
+/// All that documents depend on beside their transcripts: options, names of people, the local time.
+QByteArray digestOfCircumstances(const Options &options)
+{
+    QByteArray bytes(formsVersion);
+    bytes += char('0' + int(options.format));
+    bytes += char('0' + int(options.grouping));
+    bytes += char('0' + int(options.attachments));
+    bytes += QTimeZone::systemTimeZoneId() + '\0' + qgetenv("TZ") + '\0' + qgetenv("USER") + '\0';
+    for (const char *name : {platform::ownCardName, platform::contactsName})
+        bytes += platform::readWholeFile(platform::supportFolder() / name).value_or(QByteArray()) + '\0';
+    return digestOf(bytes);
+}
+
+platform::Failure failureOf(const std::filesystem::path &path, const std::string &reason)
+{
+    return {platform::FailureKind::System, path, reason};
+}
+
+void add(Summary &whole, const Summary &chat)
+{
+    for (const QString &person : chat.people) {
+        if (std::find(whole.people.begin(), whole.people.end(), person) == whole.people.end())
+            whole.people.push_back(person);
+    }
+    if (chat.first)
+        whole.first = std::min(whole.first.value_or(*chat.first), *chat.first);
+    if (chat.last)
+        whole.last = std::max(whole.last.value_or(*chat.last), *chat.last);
+    whole.chats += chat.chats;
+    whole.messages += chat.messages;
+    whole.files += chat.files;
+}
+
+/// One export.
+class Export {
+public:
+    Export(std::filesystem::path folder, const std::vector<Transcript> &transcripts, const Manner &manner,
+           const Progress &progress)
+        : m_folder(std::move(folder)), m_transcripts(transcripts), m_manner(manner), m_progress(progress),
+          m_writer(writerFor(manner.options))
+    {
+    }
+
+    Outcome run()
+    {
+        if (!prepare())
+            return m_outcome;
+        m_documents = planDocuments(m_transcripts, m_manner.options, m_writer->suffix(), m_ledger);
+        m_circumstances = digestOfCircumstances(m_manner.options);
+        const OwnFiles files(m_folder, m_ledger.files());
+        removeTemporaries();
+        findUnchanged();
+        make(files);
+        if (m_manner.mirror && !m_outcome.failure && !m_outcome.isInterrupted)
+            removeOthers(files);
+        if (m_manner.options.format == Format::Html)
+            writeIndex(files);
+        finish(files);
+        return m_outcome;
+    }
+
+private:
+    struct Job {
+        size_t document;
+        size_t chat; ///< in the document
+    };
+
+    bool prepare()
+    {
+        std::error_code error;
+        std::filesystem::create_directory(m_folder, error);
+        if (!error && !std::filesystem::is_directory(m_folder, error))
+            error = std::make_error_code(std::errc::not_a_directory);
+        if (error) {
+            m_outcome.failure = platform::systemFailure(m_folder, error.value());
+            return false;
+        }
+        auto ledger = Ledger::load(m_folder);
+        if (!ledger) {
+            m_outcome.failure = ledger.error();
+            return false;
+        }
+        m_ledger = std::move(*ledger);
+        return true;
+    }
+
+    /// Whether the files of a document stand there.
+    [[nodiscard]] bool isThere(const WrittenDocument &document) const
+    {
+        const auto isFile = [this](const QString &path) {
+            return platform::fileExists(m_folder / platform::pathFromString(path));
+        };
+        return isFile(document.path) && std::all_of(document.beside.begin(), document.beside.end(),
+                                                    [&](const auto &file) { return isFile(file.first); });
+    }
+
+    /// Removes what exports have left in their folders that were killed.
+    void removeTemporaries() const
+    {
+        std::set<std::filesystem::path> folders{m_folder};
+        for (const PlannedDocument &document : m_documents)
+            folders.insert((m_folder / platform::pathFromString(document.path)).parent_path());
+        for (const auto &folder : folders)
+            platform::removeLeftTemporaries(folder);
+    }
+
+    /// Notes the documents whose transcripts are what they were when the document was made.
+    void findUnchanged()
+    {
+        m_isUnchanged.assign(m_documents.size(), false);
+        std::vector<Job> jobs;
+        for (size_t position = 0; position < m_documents.size(); ++position) {
+            const auto known = m_ledger.documents.find(m_documents[position].key);
+            if (known == m_ledger.documents.end() || known->second.madeWith != m_circumstances ||
+                known->second.sources.size() != m_documents[position].chats.size() || !isThere(known->second))
+                continue;
+            m_isUnchanged[position] = true;
+            for (size_t chat = 0; chat < m_documents[position].chats.size(); ++chat)
+                jobs.push_back({position, chat});
+        }
+        indexing::runInWorkers(
+            jobs.size(),
+            [&](size_t job) {
+                const auto file = platform::readWholeFile(transcriptOf(jobs[job]).path);
+                return file ? digestOf(*file) : QByteArray();
+            },
+            [&](size_t job, const indexing::JobResult &digest) {
+                const auto [document, chat] = jobs[job];
+                const WrittenDocument::Source &source =
+                    m_ledger.documents.at(m_documents[document].key).sources[chat];
+                if (!digest.bytes || source.digest != *digest.bytes ||
+                    source.transcript != transcriptOf(jobs[job]).name)
+                    m_isUnchanged[document] = false;
+                return goesOn(job + 1, jobs.size());
+            },
+            m_manner.workers);
+        m_outcome.unchanged = std::count(m_isUnchanged.begin(), m_isUnchanged.end(), true);
+    }
+
+    [[nodiscard]] const Transcript &transcriptOf(const Job &job) const
+    {
+        return m_transcripts[m_documents[job.document].chats[job.chat].transcript];
+    }
+
+    bool goesOn(size_t done, size_t total)
+    {
+        if (m_progress && !m_progress(done, total))
+            m_outcome.isInterrupted = true;
+        return !m_outcome.isInterrupted;
+    }
+
+    void make(const OwnFiles &files)
+    {
+        if (m_outcome.isInterrupted)
+            return;
+        std::vector<Job> jobs;
+        for (size_t document = 0; document < m_documents.size(); ++document) {
+            for (size_t chat = 0; !m_isUnchanged[document] && chat < m_documents[document].chats.size();
+                 ++chat)
+                jobs.push_back({document, chat});
+        }
+        StopSign stop; // workers finish the chat at hand, so that all that was written is known
+        indexing::runInWorkers(
+            jobs.size(),
+            [&](size_t job) {
+                if (stop.isSet())
+                    return serialized(ChatReport());
+                const PlannedDocument &document = m_documents[jobs[job].document];
+                return serialized(
+                    exportChat({transcriptOf(jobs[job]), document, document.chats[jobs[job].chat]},
+                               m_manner.options, *m_writer, files));
+            },
+            [&](size_t job, const indexing::JobResult &result) {
+                ChatReport report;
+                if (result.bytes) {
+                    report = reportFrom(*result.bytes);
+                } else {
+                    report.result = ChatReport::Unreadable;
+                    report.reason = QString::fromStdString(result.failure);
+                }
+                take(jobs[job], report, files);
+                if (!goesOn(job + 1, jobs.size()) || m_outcome.failure)
+                    stop.set();
+                return true;
+            },
+            m_manner.workers);
+    }
+
+    void take(const Job &job, ChatReport &report, const OwnFiles &files)
+    {
+        const PlannedDocument &document = m_documents[job.document];
+        if (job.chat == 0) {
+            m_growing.reset();
+            m_made = {};
+            m_made.path = document.path;
+            m_made.madeWith = m_circumstances;
+            m_hasChanged = false;
+            m_isHalf = false;
+        }
+        const std::string &name = transcriptOf(job).name;
+        const std::string reason = platform::utf8FromString(report.reason).toStdString();
+        for (const ChatReport::File &file : report.beside)
+            m_made.beside[file.path] = file.digest;
+        switch (report.result) {
+        case ChatReport::Done: takeDone(job, report, files); break;
+        case ChatReport::Unreadable: m_outcome.unreadable.push_back(failureOf(name, reason)); break;
+        case ChatReport::NotWritten: m_outcome.notWritten.push_back(failureOf(name, reason)); break;
+        case ChatReport::Full:
+            m_isHalf = true;
+            m_outcome.failure = failureOf({}, reason);
+            break;
+        default: m_isHalf = true; // stopped
+        }
+        if (job.chat + 1 == document.chats.size())
+            finishDocument(document);
+    }
+
+    void takeDone(const Job &job, ChatReport &report, const OwnFiles &files)
+    {
+        const PlannedDocument &document = m_documents[job.document];
+        m_outcome.unreadableMessages += report.unreadableMessages;
+        m_outcome.filesLeftOut += report.filesLeftOut;
+        m_made.sources.push_back({transcriptOf(job).name, report.digest});
+        m_hasChanged = m_hasChanged || report.isWritten;
+        if (document.title.isEmpty()) {
+            m_made.summary = std::move(report.summary);
+            m_made.digest = report.documentDigest;
+            return;
+        }
+        if (m_isHalf)
+            return;
+        Output before(std::numeric_limits<qsizetype>::max());
+        if (!m_growing) {
+            m_growing = std::make_unique<GrowingFile>(files, document.path);
+            m_made.summary.title = document.title;
+            m_writer->begin(before, document.title);
+        } else {
+            before << m_writer->separator();
+        }
+        m_growing->append(before.bytes());
+        m_growing->append(report.part);
+        add(m_made.summary, report.summary);
+    }
+
+    /// All chats of it have been taken.
+    void finishDocument(const PlannedDocument &document)
+    {
+        if (m_growing && !m_isHalf) {
+            Output end(std::numeric_limits<qsizetype>::max());
+            m_writer->end(end);
+            m_growing->append(end.bytes());
+            const OwnFiles::Result result = m_growing->finish();
+            m_made.digest = result.digest;
+            m_hasChanged = m_hasChanged || result.isWritten;
+            if (result.isFull)
+                m_outcome.failure = failureOf(platform::pathFromString(document.path), *result.failure);
+            else if (result.failure)
+                m_outcome.notWritten.push_back(
+                    failureOf(platform::pathFromString(document.path), *result.failure));
+            m_isHalf = result.failure.has_value();
+        }
+        m_growing.reset();
+        if (m_isHalf || m_made.sources.empty()) {
+            keepFilesBeside(document);
+            return;
+        }
+        ++(m_hasChanged ? m_outcome.written : m_outcome.unchanged);
+        WrittenDocument &known = m_ledger.documents[document.key];
+        std::swap(known, m_made);
+        for (const auto &[path, digest] : m_made.beside) { // of the document before
+            if (!known.beside.contains(path))
+                m_toRemove.insert(path);
+        }
+    }
+
+    /// Files that were written for a document that was not are ours all the same.
+    void keepFilesBeside(const PlannedDocument &document)
+    {
+        if (m_made.beside.empty())
+            return;
+        WrittenDocument &known = m_ledger.documents[document.key];
+        if (known.path.isEmpty())
+            known.path = document.path;
+        known.madeWith.clear();
+        known.beside.merge(m_made.beside);
+    }
+
+    void removeOthers(const OwnFiles &files)
+    {
+        std::set<std::string> wanted{indexKey};
+        for (const PlannedDocument &document : m_documents)
+            wanted.insert(document.key);
+        const std::string beginning = std::string(nameOf(m_manner.options.format)) + ' ';
+        for (auto document = m_ledger.documents.begin(); document != m_ledger.documents.end();) {
+            if (!document->first.starts_with(beginning) || wanted.contains(document->first)) {
+                ++document;
+                continue;
+            }
+            if (!files.remove(document->second.path))
+                m_outcome.notWritten.push_back(
+                    failureOf(platform::pathFromString(document->second.path),
+                              "it was changed since it was exported, and is not removed"));
+            else
+                ++m_outcome.removed;
+            for (const auto &[path, digest] : document->second.beside)
+                m_toRemove.insert(path);
+            document = m_ledger.documents.erase(document);
+        }
+    }
+
+    void writeIndex(const OwnFiles &files)
+    {
+        std::vector<IndexEntry> entries;
+        for (const auto &[key, document] : m_ledger.documents) {
+            if (key.starts_with("html ") && key != indexKey && !document.digest.isEmpty())
+                entries.push_back({document.path, document.summary});
+        }
+        const OwnFiles::Result result = files.write(indexPath, indexPage(std::move(entries)));
+        if (result.failure) {
+            m_outcome.notWritten.push_back(failureOf(platform::pathFromString(indexPath), *result.failure));
+            return;
+        }
+        WrittenDocument &index = m_ledger.documents[indexKey];
+        index.path = indexPath;
+        index.digest = result.digest;
+    }
+
+    /// Removes what belongs to nothing any more, writes the ledger, and waits for the disk.
+    void finish(const OwnFiles &files)
+    {
+        const std::map<QString, QByteArray> wanted = m_ledger.files();
+        for (const QString &path : m_toRemove) {
+            if (!wanted.contains(path))
+                static_cast<void>(files.remove(path));
+        }
+        if (const auto saving = m_ledger.save(m_folder); !saving && !m_outcome.failure)
+            m_outcome.failure = saving.error();
+        const platform::Descriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if ((!folder || ::syncfs(folder.number()) != 0) && !m_outcome.failure)
+            m_outcome.failure = platform::systemFailure(m_folder, errno);
+    }
+
+    std::filesystem::path m_folder;
+    const std::vector<Transcript> &m_transcripts;
+    const Manner &m_manner;
+    const Progress &m_progress;
+    std::unique_ptr<const Writer> m_writer;
+    Ledger m_ledger;
+    QByteArray m_circumstances;
+    std::vector<PlannedDocument> m_documents;
+    std::vector<bool> m_isUnchanged; // of each document
+    std::set<QString> m_toRemove;    // unless something else has them
+    Outcome m_outcome;
+
+    // The document whose chats are being taken.
+    WrittenDocument m_made;
+    std::unique_ptr<GrowingFile> m_growing;
+    bool m_hasChanged = false;
+    bool m_isHalf = false; // it cannot become whole
+};
+
+} // namespace
+
+Outcome exportChats(const std::filesystem::path &folder, const std::vector<Transcript> &transcripts,
+                    const Manner &manner, const Progress &progress)
+{
+    return Export(folder, transcripts, manner, progress).run();
+}
+
+} // namespace exporting
