@@ -251,13 +251,15 @@ class InBrowsers(Export):
         self.addCleanup(remote.server_close)
         self.addCleanup(remote.shutdown)
         address = f"http://127.0.0.1:{remote.server_address[1]}"
-        bad_links = ("javascript:harm = 1", "file:///etc/passwd", "data:text/html,<script>harm = 1</script>", 'x" onclick="harm = 1', " javascript:harm = 1")
+        bad_links = ("javascript:harm = 1", "file:///etc/passwd", "data:text/html,<script>harm = 1</script>", 'x" onclick="harm = 1',
+                     " javascript:harm = 1")
         good_links = (f"{address}/?a=1&b=<2>", "https://example.org/ü\"'", "mailto:kim@example.org", "ftp://example.org/x")
         path = self.chat(
             'Ev<i>l "&', "2005-03-01", *([text, colored(text, YELLOW), in_font(text, FONT)] for text in HARM),
             [link(target, String(target)) for target in (*bad_links, *good_links)],
             [f'<img src="{address}/"><link rel=stylesheet href="{address}/"><meta http-equiv=refresh content="0;url={address}/">'],
-            [file(name, b"<script>harm = 1</script>") for name in FILES], [file("photo.html", pictures.garden()), file("photo.png", pictures.garden())])
+            [file(name, b"<script>harm = 1</script>") for name in FILES],
+            [file("photo.html", pictures.garden()), file("photo.png", pictures.garden())])
         for number in range(3):
             self.chat("Zoë Müller", f"2006-0{number + 1}-01")
         said = [message["text"].replace("￼", "") for message in json.loads(self.run_companion("show", "--as", "json", path)[0])["messages"]]
@@ -271,7 +273,7 @@ class InBrowsers(Export):
                     page = glob.glob(self.path(folder, "Ev*/*.html"))[0]
                     browser.get(Path(page).as_uri())
                     WebDriverWait(browser, 30).until(lambda _: browser.execute_script(
-                        "document.images.forEach?.(x => x); return [...document.images].every(image => { image.loading = 'eager'; return image.complete })"))
+                        "return [...document.images].every(image => { image.loading = 'eager'; return image.complete })"))
                     self.assertEqual(browser.execute_script("return [...document.images].map(image => image.naturalWidth > 0)"), [True] * shown)
                     texts = browser.execute_script("""return [...document.querySelectorAll(".m .t")].map(text => {
                         const copy = text.cloneNode(true);
