@@ -1,12 +1,10 @@
-#include "companion/transcript.h"
+#include "archiver/transcript.h"
 
 #include "archiver/PBArchiver.h"
 
 #include "platform/files/files.h"
 
 #include <algorithm>
-
-namespace companion {
 
 namespace {
 
@@ -40,5 +38,3 @@ VORAChatLog::Loading loadTranscript(const std::filesystem::path &path)
         name += separator;
     return VORAChatLog::load(path, name + extensionOf(path));
 }
-
-} // namespace companion
