@@ -42,9 +42,9 @@ QString detailsOf(const Conversation &chat)
                      [](const conversation::Message &message) { return message.milliseconds.has_value(); });
     if (timed != chat.messages.end())
         parts += exactTime(*timed->milliseconds);
-    const auto messages =
-        std::count_if(chat.messages.begin(), chat.messages.end(),
-                      [](const conversation::Message &message) { return !message.isNotice(); });
+    qint64 messages = 0;
+    for (size_t number = 0; number < chat.messages.size(); ++number)
+        messages += isNotice(chat, number) ? 0 : 1;
     parts += counted(messages, ReaderWindow::tr("1 message"), ReaderWindow::tr("%1 messages"));
     return parts.join(QStringLiteral(" · "));
 }
