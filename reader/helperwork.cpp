@@ -66,9 +66,9 @@ QByteArray chat(const QByteArray &path)
     try {
         const platform::ABAddressBook::Reading oneReading;
         const VORAChatLog::Loading loading = loadTranscript(path.toStdString());
-        if (!loading.chatLog)
-            return 'u' + platform::utf8FromString(loading.reason);
-        return 'c' + serialized(conversation::conversationOf(*loading.chatLog));
+        if (!loading)
+            return 'u' + QByteArray::fromStdString(loading.error().reason);
+        return 'c' + conversation::serialized(conversation::conversationOf(**loading));
     } catch (const std::bad_alloc &) {
         return QByteArrayLiteral("uit does not fit into memory");
     }

@@ -116,13 +116,13 @@ std::optional<QString> Opening::write(const NSFileWrapper &file, const QString &
     const std::filesystem::path whole = QFile::encodeName(path).toStdString();
     if (file.isRegularFile()) {
         constexpr unsigned notToRun = 0666;
-        const auto failure = platform::writeAtomically(whole, file.regularFileContents(), {notToRun});
-        return failure ? std::optional(QString::fromStdString(*failure)) : std::nullopt;
+        const auto written = platform::writeAtomically(whole, file.regularFileContents(), {notToRun});
+        return written ? std::nullopt : std::optional(QString::fromStdString(written.error().reason));
     }
     std::optional<QString> failure;
     galleries::SavedFiles saved(
         whole.parent_path(),
-        [&failure](const auto &, const std::string &reason) { failure = QString::fromStdString(reason); },
+        [&failure](const platform::Failure &reason) { failure = QString::fromStdString(reason.reason); },
         std::numeric_limits<qint64>::max());
     const auto lent = std::shared_ptr<const NSFileWrapper>(std::shared_ptr<const NSFileWrapper>(), &file);
     if (!saved.save(lent, {platform::displayPath(whole.filename()), {}}))
