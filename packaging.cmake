@@ -40,6 +40,13 @@ if(TARGET prattlebug-archiver)
     install_compressed(docs/man/prattlebug-archiver.1 "${CMAKE_INSTALL_MANDIR}/man1")
 endif()
 
+if(TARGET prattlebug-reader)
+    install(FILES resources/prattlebug-reader.desktop DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
+    install(FILES resources/prattlebug-reader-mime.xml RENAME prattlebug-reader.xml
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/mime/packages")
+    install(FILES resources/icons/prattlebug-reader.svg DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps")
+endif()
+
 install_compressed("${PRATTLEBUG_OFFERED}/prattlebug.1" "${CMAKE_INSTALL_MANDIR}/man1")
 install_compressed(resources/debian/changelog "${CMAKE_INSTALL_DOCDIR}")
 # What users read; developers have the source. A test looks up the links among these files.

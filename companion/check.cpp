@@ -1,8 +1,8 @@
 #include "companion/commands.h"
 #include "companion/console.h"
-#include "companion/transcript.h"
 
 #include "archiver/PBArchiver.h"
+#include "archiver/transcript.h"
 
 #include "importing/importplan.h"
 

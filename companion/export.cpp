@@ -3,9 +3,9 @@
 #include "companion/console.h"
 #include "companion/filters.h"
 #include "companion/interruption.h"
-#include "companion/transcript.h"
 
 #include "archiver/PBArchiver.h"
+#include "archiver/transcript.h"
 
 #include "export/exporting.h"
 

@@ -1,6 +1,7 @@
 #include "companion/commands.h"
 #include "companion/console.h"
-#include "companion/transcript.h"
+
+#include "archiver/transcript.h"
 
 #include "VORAChatLog.h"
 

@@ -1,7 +1,8 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 #include "companion/mailmessage.h"
-#include "companion/transcript.h"
+
+#include "archiver/transcript.h"
 
 #include "VORAChatLog.h"
 #include "VORAHostFlags.h"

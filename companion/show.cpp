@@ -1,7 +1,8 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 #include "companion/jsonwriter.h"
-#include "companion/transcript.h"
+
+#include "archiver/transcript.h"
 
 #include "VORAChatLog.h"
 

@@ -99,7 +99,7 @@ std::optional<std::string> ChatIndex::update(const Progress &progress, bool agai
             if (again && attempt == 1)
                 updating.forgetAll();
             m_unreadFolders = updating.run(progress);
-            load();
+            load(true);
             return std::nullopt;
         } catch (const DatabaseError &error) {
             m_database.reset();
@@ -112,7 +112,22 @@ std::optional<std::string> ChatIndex::update(const Progress &progress, bool agai
     }
 }
 
-void ChatIndex::load()
+std::optional<std::string> ChatIndex::takeKept()
+{
+    try {
+        if (!m_database)
+            open();
+        load(false);
+        return std::nullopt;
+    } catch (const DatabaseError &error) {
+        m_database.reset();
+        m_chats.clear();
+        m_places.clear();
+        return error.what();
+    }
+}
+
+void ChatIndex::load(bool tells)
 {
     m_people.clear();
     m_positions.clear();
@@ -181,7 +196,8 @@ void ChatIndex::load()
     while (reasons.step())
         m_unreadable.push_back(
             {reasons.bytes(0).toStdString(), reasons.bytes(1).toStdString(), reasons.integer(2) == 0});
-    if (std::any_of(m_unreadable.begin(), m_unreadable.end(), [](const auto &entry) { return entry.isNew; }))
+    if (tells &&
+        std::any_of(m_unreadable.begin(), m_unreadable.end(), [](const auto &entry) { return entry.isNew; }))
         m_database->run("UPDATE transcript SET isTold = 1 WHERE reason IS NOT NULL");
 }
 

@@ -92,6 +92,12 @@ public:
     /// @return nothing when it has; else why the index cannot be used, in English. Then there are no chats.
     [[nodiscard]] std::optional<std::string> update(const Progress &progress = {}, bool again = false);
 
+    /// Takes what the file holds, as the last update has left it, whether or not one is under way: nothing is
+    /// read or looked for in the transcript folder, and no process is started, so it may be called on any one
+    /// thread.
+    /// @return as update().
+    [[nodiscard]] std::optional<std::string> takeKept();
+
     /// In the order of their first messages; those without any time come last.
     [[nodiscard]] const std::vector<Chat> &chats() const { return m_chats; }
     [[nodiscard]] const std::vector<KnownPerson> &people() const { return m_people; }
@@ -124,7 +130,8 @@ private:
     friend class Search; // search.cpp
 
     void open();
-    void load();
+    /// @param tells whether what could not be read counts as told then.
+    void load(bool tells);
 
     std::filesystem::path m_folder;
     std::optional<std::filesystem::path> m_file; // nothing: in memory

@@ -1,8 +1,9 @@
-#include "archiver/window/appearance.h"
 #include "archiver/window/archiverwindow.h"
 #include "archiver/window/windowdesktop.h"
 
 #include "archiver/PBArchiver.h"
+
+#include "desktop/appearance.h"
 
 #include "platform/files/processfiles.h"
 

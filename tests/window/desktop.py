@@ -187,11 +187,12 @@ class Desktop:
 class Application:
     """The program, started in a home folder."""
 
-    def __init__(self, desktop, program, home, stderr=subprocess.DEVNULL, **environment):
+    def __init__(self, desktop, program, home, arguments=(), title="Prattlebug Archiver", stderr=subprocess.DEVNULL,
+                 **environment):
         self.desktop = desktop
-        self.process = subprocess.Popen([program], env={**os.environ, "HOME": str(home), **environment},
+        self.process = subprocess.Popen([program, *arguments], env={**os.environ, "HOME": str(home), **environment},
                                         stderr=stderr)
-        self.window = self.wait_for_window("Prattlebug Archiver")
+        self.window = self.wait_for_window(title)
 
     def close(self):
         self.process.kill()

@@ -5,9 +5,7 @@
 #include <filesystem>
 #include <string>
 
-namespace companion {
-
-// Transcripts that the user has named on the command line.
+// Transcripts that the user has named, on a command line or by opening them.
 
 /// The path of the transcript that @p given names: itself; or, when it is relative and nothing stands there,
 /// the file of that path in the transcript folder, where one does. (search prints such paths.)
@@ -19,5 +17,3 @@ namespace companion {
 /// VORAChatLog::load() for a file that the user has named, whatever it is called: its extension may be in any
 /// letter case, and where there is no " on " the other party is the name without its extension.
 [[nodiscard]] VORAChatLog::Loading loadTranscript(const std::filesystem::path &path);
-
-} // namespace companion

@@ -1,4 +1,4 @@
-#include "archiver/window/appearance.h"
+#include "desktop/appearance.h"
 
 #include <QApplication>
 #include <QDBusConnection>

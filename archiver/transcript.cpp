@@ -1,12 +1,10 @@
-#include "companion/transcript.h"
+#include "archiver/transcript.h"
 
 #include "archiver/PBArchiver.h"
 
 #include "platform/files/files.h"
 
 #include <algorithm>
-
-namespace companion {
 
 namespace {
 
@@ -45,5 +43,3 @@ VORAChatLog::Loading loadTranscript(const std::filesystem::path &path)
 {
     return VORAChatLog::load(path, transcriptFileName(path));
 }
-
-} // namespace companion
