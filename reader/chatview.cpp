@@ -1,7 +1,6 @@
 #include "reader/chatview.h"
 
 #include "reader/names.h"
-#include "reader/speakercolors.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -85,7 +84,6 @@ void ChatView::resetLayouts()
 {
     m_layouts.clear();
     m_looks.width = viewport()->width();
-    m_looks.speakerColors = m_chat ? speakerColors(*m_chat, m_looks.palette) : std::vector<QColor>();
     estimateHeights();
     clampTop();
     updateScrollBar();
@@ -246,6 +244,17 @@ void ChatView::bringIntoView(TextPosition position)
     }
     m_top = {position.message, 0};
     scrollBy(int(place.top()) - viewport()->height() / 3);
+}
+
+void ChatView::showMatch(size_t message)
+{
+    if (!m_chat || message >= m_heights.count())
+        return;
+    const auto &marks = layoutOf(message).marks();
+    const qsizetype first = marks.empty() ? 0 : marks.front().position;
+    const qsizetype last = marks.empty() ? textLength(*m_chat, message) : first + marks.front().length;
+    select({{message, first}, {message, last}});
+    bringIntoView({message, first});
 }
 
 void ChatView::select(const Selection &selection)

@@ -55,6 +55,9 @@ public:
     /// Brings a place of the text into view, in its upper third when it was not.
     void bringIntoView(TextPosition position);
 
+    /// Brings @p message into view and selects the first of the marked words in it; where there are none, all of it.
+    void showMatch(size_t message);
+
     [[nodiscard]] const Selection &selection() const { return m_selection; }
     void select(const Selection &selection);
     void selectAll();

@@ -78,12 +78,12 @@ bool beginsDay(const Conversation &chat, size_t number)
 bool beginsTurn(const Conversation &chat, size_t number)
 {
     const Message &message = chat.messages[number];
-    if (isNotice(chat, number))
+    if (message.isNotice())
         return false;
     if (number == 0 || beginsDay(chat, number))
         return true;
     const Message &before = chat.messages[number - 1];
-    return isNotice(chat, number - 1) || before.speaker != message.speaker ||
+    return before.isNotice() || before.speaker != message.speaker ||
            (before.milliseconds && message.milliseconds &&
             *message.milliseconds - *before.milliseconds > pauseBeforeName);
 }
@@ -120,7 +120,7 @@ QSizeF shownSize(QSize pixels, double width)
 MessageLayout::MessageLayout(const Conversation &chat, size_t message, const Looks &looks,
                              const Pictures &pictures)
     : m_chat(chat), m_message(chat.messages[message]), m_small(smaller(looks.font)),
-      m_isNotice(isNotice(chat, message))
+      m_isNotice(m_message.isNotice())
 {
     const conversation::Speaker *const speaker =
         m_message.speaker ? &chat.speakers[*m_message.speaker] : nullptr;
@@ -142,7 +142,7 @@ MessageLayout::MessageLayout(const Conversation &chat, size_t message, const Loo
         m_y += beforeName;
         m_headings.push_back({HeadingKind::Name, harmless(speaker->displayName),
                               QRectF(m_left, m_y, m_columnWidth, nameHeight),
-                              looks.speakerColors[*m_message.speaker]});
+                              speakerColor(chat, *m_message.speaker, looks.palette)});
         m_y += nameHeight + 1;
     }
 
@@ -180,7 +180,7 @@ MessageLayout::MessageLayout(const Conversation &chat, size_t message, const Loo
 
 void MessageLayout::layOutText(const Text &text, const Looks &looks, const Pictures &pictures)
 {
-    if (looks.marked.words.empty() == false) {
+    if (!looks.marked.words.empty()) {
         if (auto found = indexing::wordsIn(
                 text.characters.first(std::min(text.characters.size(), longestText)), looks.marked))
             m_marks = std::move(*found);

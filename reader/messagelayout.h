@@ -29,7 +29,6 @@ struct Looks {
     QPalette palette;
     int width = 0;            ///< of a message, in pixels
     bool isAsWritten = false; ///< with the fonts, sizes and colours of the transcript
-    std::vector<QColor> speakerColors;
     indexing::Question marked; ///< whose words are marked
 };
 

@@ -43,8 +43,8 @@ QString detailsOf(const Conversation &chat)
     if (timed != chat.messages.end())
         parts += exactTime(*timed->milliseconds);
     qint64 messages = 0;
-    for (size_t number = 0; number < chat.messages.size(); ++number)
-        messages += isNotice(chat, number) ? 0 : 1;
+    for (const conversation::Message &message : chat.messages)
+        messages += message.isNotice() ? 0 : 1;
     parts += counted(messages, ReaderWindow::tr("1 message"), ReaderWindow::tr("%1 messages"));
     return parts.join(QStringLiteral(" · "));
 }

@@ -20,11 +20,6 @@ Selection::Range Selection::in(size_t message, qsizetype length) const
     return {message == from.message ? from.character : 0, message == to.message ? to.character : length};
 }
 
-bool isNotice(const Conversation &chat, size_t message)
-{
-    return chat.messages[message].isNotice() || textLength(chat, message) == 0;
-}
-
 qsizetype textLength(const Conversation &chat, size_t message)
 {
     const Message &said = chat.messages[message];

@@ -37,9 +37,6 @@ struct Selection {
     [[nodiscard]] Range in(size_t message, qsizetype length) const;
 };
 
-/// Whether @p message is a notice rather than something that somebody said: it has no sender or no text.
-[[nodiscard]] bool isNotice(const conversation::Conversation &chat, size_t message);
-
 /// How many characters the text of @p message has.
 [[nodiscard]] qsizetype textLength(const conversation::Conversation &chat, size_t message);
 

@@ -1,5 +1,7 @@
 #include "reader/textcolors.h"
 
+#include "conversation/palette.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -45,6 +47,12 @@ QColor bubbleColor(const QPalette &palette, bool isUsers)
     const QColor base = palette.color(QPalette::Base);
     return isUsers ? mixed(base, palette.color(QPalette::Highlight), isDark(palette) ? 0.34 : 0.17)
                    : mixed(base, palette.color(QPalette::Text), isDark(palette) ? 0.09 : 0.06);
+}
+
+QColor speakerColor(const conversation::Conversation &chat, size_t speaker, const QPalette &palette)
+{
+    const auto &color = conversation::speakerColors.at(conversation::speakerColor(chat, speaker));
+    return QColor::fromRgb(isDark(palette) ? color.onDark : color.onLight);
 }
 
 QColor warningColor(const QPalette &palette)

@@ -14,6 +14,9 @@ namespace reader {
 [[nodiscard]] bool isDark(const QPalette &palette);
 /// What stands behind a message: the user's own ones have a tint of the desktop's accent.
 [[nodiscard]] QColor bubbleColor(const QPalette &palette, bool isUsers);
+/// Of the name of @p speaker, a position in Conversation::speakers.
+[[nodiscard]] QColor speakerColor(const conversation::Conversation &chat, size_t speaker,
+                                  const QPalette &palette);
 /// Of what says that something could not be read.
 [[nodiscard]] QColor warningColor(const QPalette &palette);
 /// Of words that were searched for.
