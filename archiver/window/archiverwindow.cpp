@@ -22,8 +22,10 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QProcess>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QStandardPaths>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -94,6 +96,9 @@ void ArchiverWindow::addMenus()
         file->addAction(QIcon::fromTheme(QStringLiteral("document-import")), tr("&Import Chats…"));
     import->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
     connect(import, &QAction::triggered, this, &ArchiverWindow::importChats);
+    QAction *read = file->addAction(QIcon::fromTheme(QStringLiteral("mail-read")), tr("&Read Chats…"));
+    read->setShortcut(QKeySequence::Open);
+    connect(read, &QAction::triggered, this, &ArchiverWindow::readChats);
     QAction *preferences =
         file->addAction(QIcon::fromTheme(QStringLiteral("preferences-system")), tr("&Preferences…"));
     preferences->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
@@ -280,6 +285,18 @@ void ArchiverWindow::importChats()
     dialog.exec();
     if (dialog.hasImported())
         showReadiness();
+}
+
+void ArchiverWindow::readChats()
+{
+    const QString name = QStringLiteral("prattlebug-reader");
+    QString program = QStandardPaths::findExecutable(name, {QCoreApplication::applicationDirPath()});
+    if (program.isEmpty())
+        program = QStandardPaths::findExecutable(name);
+    if (program.isEmpty() || !QProcess::startDetached(program, {}))
+        QMessageBox::warning(this, windowTitle(),
+                             tr("The program “prattlebug-reader”, which shows the chats, could not be "
+                                "started."));
 }
 
 void ArchiverWindow::showPreferences()

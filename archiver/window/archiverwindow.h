@@ -52,6 +52,7 @@ private:
     void showHelp();
     void showAbout();
     void importChats();
+    void readChats();
     void showPreferences();
     void showStatus();
     void showDetails();

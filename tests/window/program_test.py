@@ -248,6 +248,15 @@ class ArchivingTest(WindowTest):
         self.assertEqual([unquote(uri) for uri in self.desktop.next_shown()], [f"file://{self.mbox}"])
         self.assertEqual(self.mbox.read_bytes(), b"")
 
+    def test_reader_from_the_menu(self):
+        program = self.home / "bin" / "prattlebug-reader"
+        program.parent.mkdir(parents=True)
+        program.write_text(f"#!/bin/sh\ntouch '{self.home}/started'\n")
+        program.chmod(0o755)
+        self.start(PATH=f"{program.parent}:{os.environ['PATH']}")
+        self.desktop.press("ctrl+o")
+        wait_for((self.home / "started").exists, "the reader")
+
     def test_file_in_the_way(self):
         self.set_up_samples()
         self.output.write_bytes(b"no folder\n")
