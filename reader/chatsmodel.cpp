@@ -110,7 +110,7 @@ QVariant ChatsModel::chatData(const Chat &chat, int role) const
 {
     const qint64 length = chat.first && chat.last ? std::max<qint64>(0, *chat.last - *chat.first) : 0;
     const auto title = [&] {
-        const QString name = m_withNames || !chat.first ? namesIn(*m_lists, chat) : QString();
+        QString name = m_withNames || !chat.first ? namesIn(*m_lists, chat) : QString();
         if (!chat.first)
             return name;
         const QString time = QLocale().toString(dateOf(*chat.first), QStringLiteral("ddd d")) +

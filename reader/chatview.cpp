@@ -1,7 +1,9 @@
 #include "reader/chatview.h"
 
+#include "reader/chataccess.h"
 #include "reader/names.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
 #include <QEvent>
@@ -25,6 +27,7 @@ ChatView::ChatView(QWidget *parent) : QAbstractScrollArea(parent)
 {
     setObjectName(QStringLiteral("chat"));
     setAccessibleName(tr("Chat"));
+    QAccessible::installFactory(chatAccess);
     setFocusPolicy(Qt::StrongFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // its coming and going would lay everything out anew
@@ -56,6 +59,7 @@ void ChatView::setChat(Chat chat)
     m_top = {};
     m_looks.marked = {};
     resetLayouts();
+    Q_EMIT chatChanged();
     Q_EMIT selectionChanged();
 }
 
@@ -161,7 +165,7 @@ void ChatView::clampTop()
     for (size_t message = m_top.message; message < m_heights.count() && below < viewport()->height();
          ++message)
         below += layoutOf(message).height();
-    int missing = viewport()->height() - below;
+    const int missing = viewport()->height() - below;
     if (missing <= 0)
         return;
     m_top.offset -= missing;
@@ -259,8 +263,14 @@ void ChatView::showMatch(size_t message)
 
 void ChatView::select(const Selection &selection)
 {
+    const bool isElsewhere = selection.head.message != m_selection.head.message;
     m_selection = selection;
     viewport()->update();
+    if (isElsewhere && QAccessible::isActive() && hasFocus()) {
+        QAccessibleEvent focused(this, QAccessible::Focus); // what a screen reader reads out
+        focused.setChild(int(selection.head.message));
+        QAccessible::updateAccessibility(&focused);
+    }
     Q_EMIT selectionChanged();
 }
 

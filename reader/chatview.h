@@ -55,7 +55,8 @@ public:
     /// Brings a place of the text into view, in its upper third when it was not.
     void bringIntoView(TextPosition position);
 
-    /// Brings @p message into view and selects the first of the marked words in it; where there are none, all of it.
+    /// Brings @p message into view and selects the first of the marked words in it; where there are none, all
+    /// of it.
     void showMatch(size_t message);
 
     [[nodiscard]] const Selection &selection() const { return m_selection; }
@@ -71,6 +72,8 @@ public:
     [[nodiscard]] std::optional<TextPosition> positionAt(QPoint point);
 
 Q_SIGNALS:
+    /// Another chat, or none, is shown.
+    void chatChanged();
     void linkActivated(const QString &link);
     void pictureActivated(quint32 file);
     void openRequested(quint32 file);

@@ -18,8 +18,6 @@
 
 namespace reader {
 
-using conversation::Conversation;
-
 std::optional<ChatView::Reached> ChatView::targetAt(QPoint point)
 {
     if (!m_chat)
@@ -106,11 +104,10 @@ void ChatView::mouseReleaseEvent(QMouseEvent *event)
     m_isSelecting = false;
     const auto pressed = std::exchange(m_pressed, std::nullopt);
     const auto reached = targetAt(event->position().toPoint());
-    if (pressed && reached && pressed->message == reached->message && pressed->target == reached->target &&
-        m_selection.in(pressed->message, textLength(*m_chat, pressed->message)).isEmpty())
-        activate(*reached);
-    else if (pressed && reached && pressed->target == reached->target &&
-             pressed->target.kind != Target::Kind::Link)
+    const bool isClick = pressed && reached && pressed->message == reached->message &&
+                         pressed->target == reached->target &&
+                         (pressed->target.kind != Target::Kind::Link || m_selection.isEmpty());
+    if (isClick)
         activate(*reached);
     if (QApplication::clipboard()->supportsSelection() && m_chat && !m_selection.isEmpty()) {
         if (const auto text = copied(*m_chat, m_selection))
@@ -169,7 +166,7 @@ bool ChatView::viewportEvent(QEvent *event)
 
 void ChatView::setFocused(std::optional<Reached> reached)
 {
-    m_focused = std::move(reached);
+    m_focused = reached;
     const QString link = m_focused && m_focused->target.kind == Target::Kind::Link
                              ? m_chat->links[m_focused->target.number]
                              : QString();

@@ -95,7 +95,7 @@ Collection Collection::of(const QStringList &arguments)
 fs::path Collection::transcript(const fs::path &relative) const
 {
     std::error_code error;
-    const fs::path path = folder / relative;
+    fs::path path = folder / relative;
     if (linked.empty())
         return path;
     const fs::path target = fs::read_symlink(path, error);

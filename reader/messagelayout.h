@@ -27,8 +27,8 @@ class Pictures;
 struct Looks {
     QFont font;
     QPalette palette;
-    int width = 0;            ///< of a message, in pixels
-    bool isAsWritten = false; ///< with the fonts, sizes and colours of the transcript
+    int width = 0;             ///< of a message, in pixels
+    bool isAsWritten = false;  ///< with the fonts, sizes and colours of the transcript
     indexing::Question marked; ///< whose words are marked
 };
 

@@ -67,6 +67,9 @@ void ReaderWindow::open(const QStringList &arguments)
     m_index.reset();
     m_lists = std::make_shared<const Lists>();
     m_path.clear();
+    m_match.reset();
+    m_history = {};
+    m_search->clear();
     m_view->setNotice({});
     m_collection = Collection::of(arguments);
     m_people.setLists(m_lists);
@@ -74,6 +77,7 @@ void ReaderWindow::open(const QStringList &arguments)
 
     m_index = std::make_unique<IndexThread>(m_collection, nullptr);
     connect(m_index.get(), &IndexThread::listed, this, &ReaderWindow::setLists);
+    connect(m_index.get(), &IndexThread::found, this, &ReaderWindow::takeResults);
     connect(m_index.get(), &IndexThread::failed, this, [this](const QString &reason) {
         if (!m_update->isRunning()) // else it is being made anew
             statusBar()->showMessage(tr("The index cannot be used: %1").arg(harmless(reason)));
@@ -95,17 +99,18 @@ void ReaderWindow::open(const QStringList &arguments)
         if (!failure.isEmpty())
             statusBar()->showMessage(tr("The index cannot be brought up to date: %1").arg(harmless(failure)));
         m_isUpToDate = true;
-        if (changed)
-            m_index->reload();
-        else
+        if (!changed) {
+            m_watch.watch(m_collection, *m_lists);
             showWhatThereIs();
+            return;
+        }
+        m_index->reload();
+        if (!m_search->text().isEmpty() && !m_resultsList->currentIndex().isValid())
+            search(); // nobody has gone to any of the results yet
     });
     m_isUpToDate = false;
     m_index->reload(); // what was known the last time, at once
-    if (!m_collection.isHome || platform::fileExists(m_collection.folder))
-        m_update->start();
-    else
-        m_isUpToDate = true;
+    bringUpToDate();
     if (arguments.size() == 1) {
         const std::filesystem::path path = transcriptPath(QFile::encodeName(arguments.front()).toStdString());
         std::error_code error;
@@ -113,6 +118,14 @@ void ReaderWindow::open(const QStringList &arguments)
             openTranscript(std::filesystem::absolute(path, error).lexically_normal());
     }
     showWhatThereIs();
+}
+
+void ReaderWindow::bringUpToDate()
+{
+    if (!m_collection.isHome || platform::fileExists(m_collection.folder))
+        m_update->start();
+    else
+        m_isUpToDate = true;
 }
 
 void ReaderWindow::showWhatThereIs()
@@ -130,6 +143,7 @@ void ReaderWindow::setLists(const ListsRef &lists)
     const Contact *const somebody = m_people.contact(m_peopleList->currentIndex().row());
     const QString name = somebody ? somebody->name : QString();
     m_lists = lists;
+    m_watch.watch(m_collection, *m_lists);
     m_people.setLists(lists);
     const int row = name.isEmpty() ? 0 : m_people.rowOf(name);
     m_peopleList->setCurrentIndex(m_people.index(row));
@@ -152,8 +166,11 @@ std::vector<ChatsModel::Unreadable> ReaderWindow::unreadable() const
 
 void ReaderWindow::choosePerson(int row)
 {
-    if (row >= 0)
-        listChats(m_people.contact(row));
+    if (row < 0)
+        return;
+    if (m_peopleList->hasFocus() || m_filter->hasFocus())
+        m_search->clear(); // somebody's chats instead of what was found
+    listChats(m_people.contact(row));
 }
 
 void ReaderWindow::listChats(const Contact *somebody)
@@ -198,7 +215,11 @@ void ReaderWindow::openTranscript(const std::filesystem::path &path)
 {
     if (path == m_path)
         return;
+    keepPlace();
     m_path = path;
+    m_match.reset();
+    m_history.visit(path);
+    updateHistoryActions();
     m_loading.load(path);
     m_name->setText(harmless(platform::displayPath(path.stem())));
     m_details->clear();
@@ -211,6 +232,10 @@ void ReaderWindow::showChat(const ChatView::Chat &chat)
     m_details->setText(detailsOf(*chat));
     m_details->setToolTip(harmlessMarkup(platform::displayPath(m_path)));
     m_view->setChat(chat);
+    if (m_match)
+        showMatch();
+    else
+        m_view->setPlace(m_history.place(m_path));
     setWindowTitle(tr("%1 – Prattlebug Reader").arg(nameOf(*chat)));
 }
 

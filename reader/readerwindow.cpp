@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -13,9 +14,11 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSettings>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QStatusBar>
+#include <QStyle>
 #include <QToolBar>
 #include <QVBoxLayout>
 
@@ -26,6 +29,9 @@ namespace {
 constexpr int margin = 10;
 constexpr QSize least(640, 400);
 constexpr QSize usual(1100, 720);
+constexpr auto geometrySetting = "window/geometry";
+constexpr auto panesSetting = "window/panes";
+constexpr auto asWrittenSetting = "window/asWritten";
 
 QLabel *plainLabel(const char *name)
 {
@@ -53,15 +59,30 @@ QListView *newList(const char *objectName, const QString &name, QAbstractItemMod
 } // namespace
 
 ReaderWindow::ReaderWindow(const QStringList &arguments)
-    : m_loading(this), m_opening(*this), m_pages(new QStackedWidget), m_splitter(new QSplitter),
-      m_filter(new QLineEdit), m_peopleList(newList("people", tr("People"), m_people)),
-      m_chatsList(newList("chats", tr("Chats"), m_chats)), m_name(plainLabel("name")),
-      m_details(plainLabel("details")), m_view(new ChatView), m_welcome(new QLabel), m_bar(new QProgressBar),
+    : m_loading(this), m_opening(*this), m_watch(this), m_pages(new QStackedWidget),
+      m_splitter(new QSplitter), m_filter(new QLineEdit),
+      m_peopleList(newList("people", tr("People"), m_people)),
+      m_chatsList(newList("chats", tr("Chats"), m_chats)),
+      m_resultsList(newList("results", tr("Results"), m_results)), m_middle(new QStackedWidget),
+      m_search(new QLineEdit), m_found(plainLabel("found")), m_name(plainLabel("name")),
+      m_details(plainLabel("details")), m_view(new ChatView), m_find(new FindBar(*m_view)),
+      m_welcome(new QLabel), m_bar(new QProgressBar),
+      m_back(new QAction(
+          QIcon::fromTheme(QStringLiteral("go-previous"), style()->standardIcon(QStyle::SP_ArrowBack)),
+          tr("&Back"), this)),
+      m_forward(new QAction(
+          QIcon::fromTheme(QStringLiteral("go-next"), style()->standardIcon(QStyle::SP_ArrowForward)),
+          tr("&Forward"), this)),
       m_copy(new QAction(tr("&Copy"), this)), m_asWritten(new QAction(tr("Styles As &Written"), this))
 {
     setWindowTitle(tr("Prattlebug Reader"));
     addActions();
     layOut();
+    connectSearch();
+    const QSettings settings;
+    restoreGeometry(settings.value(QLatin1String(geometrySetting)).toByteArray());
+    m_splitter->restoreState(settings.value(QLatin1String(panesSetting)).toByteArray());
+    m_asWritten->setChecked(settings.value(QLatin1String(asWrittenSetting)).toBool());
 
     connect(m_filter, &QLineEdit::textChanged, this, [this](const QString &text) {
         m_people.setFilter(text);
@@ -100,6 +121,15 @@ ReaderWindow::ReaderWindow(const QStringList &arguments)
     open(arguments);
 }
 
+void ReaderWindow::closeEvent(QCloseEvent *event)
+{
+    QSettings settings;
+    settings.setValue(QLatin1String(geometrySetting), saveGeometry());
+    settings.setValue(QLatin1String(panesSetting), m_splitter->saveState());
+    settings.setValue(QLatin1String(asWrittenSetting), m_asWritten->isChecked());
+    QMainWindow::closeEvent(event);
+}
+
 void ReaderWindow::addActions()
 {
     QMenu *file = menuBar()->addMenu(tr("&File"));
@@ -135,13 +165,16 @@ void ReaderWindow::addActions()
     connect(m_asWritten, &QAction::toggled, m_view, &ChatView::setAsWritten);
     view->addAction(m_asWritten);
     view->addSeparator();
+    view->addAction(m_back);
+    view->addAction(m_forward);
+    view->addSeparator();
     const auto addPlace = [view](const QString &text, int key, QWidget *widget) {
         QAction *action = view->addAction(text);
         action->setShortcut(QKeySequence(Qt::ALT | Qt::Key(key)));
         connect(action, &QAction::triggered, widget, QOverload<>::of(&QWidget::setFocus));
     };
     addPlace(tr("Go to &People"), Qt::Key_1, m_peopleList);
-    addPlace(tr("Go to &Chats"), Qt::Key_2, m_chatsList);
+    addPlace(tr("Go to &Chats or Results"), Qt::Key_2, m_middle);
     addPlace(tr("Go to &Messages"), Qt::Key_3, m_view);
 
     QMenu *help = menuBar()->addMenu(tr("&Help"));
@@ -159,11 +192,55 @@ void ReaderWindow::addActions()
     QToolBar *tools = addToolBar(tr("Tools"));
     tools->setObjectName(QStringLiteral("tools"));
     tools->setMovable(false);
-    tools->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    auto *space = new QWidget;
-    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    tools->addWidget(space);
+    tools->setContextMenuPolicy(Qt::PreventContextMenu); // it would hide the search
+    addSearch(*edit, *tools);
     tools->addAction(m_asWritten);
+}
+
+void ReaderWindow::addSearch(QMenu &edit, QToolBar &tools)
+{
+    edit.addSeparator();
+    const auto add = [this, &edit](const char *icon, const QString &text, const QKeySequence &keys) {
+        QAction *action = edit.addAction(QIcon::fromTheme(QLatin1String(icon)), text);
+        action->setShortcut(keys);
+        return action;
+    };
+    connect(add("edit-find", tr("&Find in Chat"), QKeySequence::Find), &QAction::triggered, m_find,
+            &FindBar::open);
+    connect(add("system-search", tr("&Search All Chats"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F)),
+            &QAction::triggered, this, [this] {
+                m_search->setFocus();
+                m_search->selectAll();
+            });
+    connect(add("go-down", tr("&Next Match"), QKeySequence(Qt::Key_F3)), &QAction::triggered, this,
+            [this] { goToMatch(1); });
+    connect(add("go-up", tr("&Previous Match"), QKeySequence(Qt::SHIFT | Qt::Key_F3)), &QAction::triggered,
+            this, [this] { goToMatch(-1); });
+
+    m_back->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Left));
+    m_forward->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Right));
+    connect(m_back, &QAction::triggered, this, [this] { goInHistory(-1); });
+    connect(m_forward, &QAction::triggered, this, [this] { goInHistory(1); });
+    tools.addAction(m_back);
+    tools.addAction(m_forward);
+
+    m_search->setObjectName(QStringLiteral("search"));
+    m_search->setPlaceholderText(tr("Search all chats"));
+    m_search->setAccessibleName(tr("Search all chats"));
+    m_search->setToolTip(tr("Words, \"several together\", from:kim, with:kim, since:2005-03, until:2005, "
+                            "has:link, has:file, has:picture"));
+    m_search->setClearButtonEnabled(true);
+    if (const QIcon glass = QIcon::fromTheme(QStringLiteral("edit-find")); !glass.isNull())
+        m_search->addAction(glass, QLineEdit::LeadingPosition);
+    auto *place = new QWidget;
+    auto *row = new QHBoxLayout(place);
+    constexpr int widest = 480;
+    row->setContentsMargins(margin, 0, margin, 0);
+    row->addStretch(1);
+    m_search->setMaximumWidth(widest);
+    row->addWidget(m_search, 4);
+    row->addStretch(1);
+    tools.addWidget(place);
 }
 
 QWidget *ReaderWindow::listPane(QWidget *above, QListView *list)
@@ -199,6 +276,7 @@ QWidget *ReaderWindow::chatPane()
     heading->addWidget(m_details);
     column->addLayout(heading);
     column->addWidget(m_view, 1);
+    column->addWidget(m_find);
     return pane;
 }
 
@@ -235,7 +313,11 @@ void ReaderWindow::layOut()
     m_filter->setClearButtonEnabled(true);
     m_splitter->setObjectName(QStringLiteral("panes"));
     m_splitter->addWidget(listPane(m_filter, m_peopleList));
-    m_splitter->addWidget(listPane(nullptr, m_chatsList));
+    m_found->setWordWrap(true);
+    m_found->setForegroundRole(QPalette::PlaceholderText);
+    m_middle->addWidget(listPane(nullptr, m_chatsList));
+    m_middle->addWidget(listPane(m_found, m_resultsList));
+    m_splitter->addWidget(m_middle);
     m_splitter->addWidget(chatPane());
     m_splitter->setChildrenCollapsible(false);
     m_splitter->setStretchFactor(0, 0);
@@ -276,6 +358,7 @@ void ReaderWindow::showShortcuts()
     row(tr("Tab, Shift+Tab"), tr("Go to the next link, picture or file"));
     row(tr("Return"), tr("Open it"));
     row(tr("Menu"), tr("What else can be done with it"));
+    row(tr("Return in the search"), tr("Go to the first match, and to the results"));
     QMessageBox box(this);
     box.setWindowTitle(tr("Keyboard Shortcuts"));
     box.setTextFormat(Qt::RichText);

@@ -96,6 +96,38 @@ class ReaderTest(unittest.TestCase):
         self.desktop.press("Escape")
         application.wait_for_window(window.name)
 
+    def test_search_and_back(self):
+        self.set_up_samples()
+        application = self.start()
+        wait_for(lambda: len(self.rows(application.window, "People")) > 5, "the people")
+        self.desktop.press("alt+1", "alt+2", "Home")
+        first = wait_for(lambda: next((title for title in application.windows() if title != TITLE), None), "a chat")
+        self.desktop.press("ctrl+shift+f")
+        self.desktop.type("has:link")
+        wait_for(lambda: len(self.rows(application.window, "Results")) > 0, "results")
+        self.desktop.press("ctrl+a")
+        self.desktop.type("nine times")
+        wait_for(lambda: len(self.rows(application.window, "Results")) == 1, "the one result")
+        self.desktop.press("Return", "Return")
+        window = application.wait_for_window("Kim Lee – " + TITLE)
+        self.desktop.press("ctrl+c")  # what is marked
+        self.assertEqual(self.pasted(window), "nine")
+        self.desktop.press("ctrl+shift+f", "Escape", "alt+3", "ctrl+f")
+        self.desktop.type("the")
+        wait_for(lambda: any(label.endswith(" of 6") for label in window.labels()), "the matches in the chat")
+        self.desktop.press("Escape", "alt+Left")
+        application.wait_for_window(first)
+
+    def test_new_transcripts_come_by_themselves(self):
+        self.set_up_samples()
+        application = self.start()
+        wait_for(lambda: len(self.rows(application.window, "People")) > 5, "the people")
+        self.assertNotIn("newcomer", " ".join(self.rows(application.window, "People")))
+        folder = next(self.home.rglob("Gus on 2005-04-02 at 09.12.chat")).parent
+        shutil.copy(SOURCE / "samples/chats/Gus on 2005-04-02 at 09.12.chat", folder / "newcomer on 2009-04-02 at 09.12.chat")
+        shown = len(self.rows(application.window, "Chats"))
+        wait_for(lambda: len(self.rows(application.window, "Chats")) > shown, "the new chat")
+
     def test_named_files_are_only_read(self):
         self.set_up_samples()
         given = self.folder / "given"

@@ -2,11 +2,14 @@
 #include "reader/filekind.h"
 #include "reader/names.h"
 #include "reader/rowheights.h"
+#include "reader/searchtext.h"
 #include "reader/selection.h"
 
+#include <QAccessible>
 #include <QImage>
 #include <QScrollBar>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <random>
@@ -75,6 +78,24 @@ TEST(FileKind, asksBeforeWhatTheSystemWouldRun)
                                           "ELF\2\1\1\0\0\0\0\0\0\0\0\0\2\0\x3e\0",
                                           20)));
     EXPECT_TRUE(risky(u"setup.exe", "MZ"));
+}
+
+TEST(SearchText, takesFiltersAndQuotesAsTheyAreTyped)
+{
+    const indexing::Question question =
+        SearchText::of(
+            u"Tea from:Kim with:\"zoe muller\" \"at nine\" http://a.example since:2005-03 has:picture")
+            .question;
+    EXPECT_THAT(question.words, testing::ElementsAre(QStringLiteral("tea"), QStringLiteral("at nine"),
+                                                     QStringLiteral("http://a.example")));
+    EXPECT_EQ(question.from, QStringLiteral("kim"));
+    EXPECT_EQ(question.with, QStringLiteral("zoe muller"));
+    EXPECT_TRUE(question.since && !question.until && question.has.picture && !question.has.link);
+    // What is being typed is no mistake.
+    for (const char16_t *typed : {u"", u"from:", u"since:", u"has:", u"\"", u"\"see you"})
+        EXPECT_EQ(SearchText::of(typed).problem, QString()) << QString::fromUtf16(typed).toStdString();
+    for (const char16_t *typed : {u"since:yesterday", u"has:cake"})
+        EXPECT_NE(SearchText::of(typed).problem, QString()) << QString::fromUtf16(typed).toStdString();
 }
 
 /// A chat of @p count messages that take turns.
@@ -155,6 +176,34 @@ TEST_F(ChatViewTest, takesHostileChats)
     m_view.selectAll();
     m_view.grab();
     show(Conversation());
+}
+
+TEST_F(ChatViewTest, tellsScreenReadersOfEveryMessage)
+{
+    qputenv("TZ", "UTC");
+    tzset();
+    QAccessibleInterface *const list = QAccessible::queryAccessibleInterface(&m_view);
+    for (const size_t count : {3, 500}) { // of the chat before nothing is left
+        show(chatOf(count, QStringLiteral("see you at nine")));
+        ASSERT_EQ(list->childCount(), int(count));
+        QAccessibleInterface *const last = list->child(int(count) - 1);
+        EXPECT_EQ(last->parent(), list);
+        EXPECT_EQ(list->indexOfChild(last), int(count) - 1);
+        EXPECT_EQ(last->textInterface()->text(4, 7), QStringLiteral("you"));
+    }
+    EXPECT_EQ(list->child(1)->text(QAccessible::Name), QStringLiteral("Robin, 00:01: see you at nine"));
+    EXPECT_EQ(list->child(1)->text(QAccessible::Description),
+              QStringLiteral("Thursday, 1 January 1970 00:01:00"));
+    QAccessibleTextInterface *const text = list->child(400)->textInterface();
+    EXPECT_TRUE(list->child(400)->state().offscreen);
+    text->scrollToSubstring(0, 3);
+    text->setSelection(0, 8, 15);
+    EXPECT_FALSE(list->child(400)->state().offscreen);
+    EXPECT_EQ(m_view.selection().in(400, 15).first, 8);
+    const QRect character = text->characterRect(8);
+    EXPECT_TRUE(list->child(400)->rect().contains(character));
+    EXPECT_EQ(list->childAt(character.x(), character.y()), list->child(400));
+    EXPECT_EQ(text->offsetAtPoint(character.center()), 8);
 }
 
 } // namespace
