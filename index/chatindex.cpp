@@ -132,8 +132,10 @@ void ChatIndex::load(bool tells)
     m_people.clear();
     m_positions.clear();
     Statement people(*m_database,
-                     "SELECT id, service, screenName, count(chat), sum(messages), min(first), max(last) "
-                     "FROM person LEFT JOIN speaker ON person = id GROUP BY id ORDER BY id");
+                     "SELECT id, service, screenName, ifnull(chats, 0), total, earliest, latest FROM person "
+                     "LEFT JOIN (SELECT person, count(*) AS chats, sum(messages) AS total, "
+                     "min(first) AS earliest, max(last) AS latest FROM speaker GROUP BY person) "
+                     "ON person = id ORDER BY id");
     while (people.step()) {
         KnownPerson person{{people.optionalText(1), people.optionalText(2)},
                            {},
