@@ -255,7 +255,11 @@ void MessageLayout::addFile(const Stretch &stretch, qsizetype first, const Looks
     piece.kind = Piece::Kind::Card;
     if (!m_chat.files[*stretch.file]) {
         piece.kind = Piece::Kind::Missing;
-        size.setHeight(smallLine + 2 * verticalPadding);
+        const QSizeF note =
+            QFontMetricsF(m_small)
+                .boundingRect(QRectF(0, 0, width, looks.width * 100.0), Qt::TextWordWrap, missingFileNote())
+                .size();
+        size = QSizeF(std::ceil(note.width()) + 1, std::ceil(note.height()) + 2 * verticalPadding);
     } else if (const auto pixels = pictures.size(*stretch.file)) {
         piece.kind = Piece::Kind::Picture;
         size = shownSize(*pixels, width);
@@ -265,6 +269,11 @@ void MessageLayout::addFile(const Stretch &stretch, qsizetype first, const Looks
     m_y += size.height();
     m_widest = std::max(m_widest, size.width());
     m_pieces.push_back(std::move(piece));
+}
+
+QString MessageLayout::missingFileNote()
+{
+    return translated("A file was here; the transcript does not have it.");
 }
 
 void MessageLayout::addNote(const QString &text, const Looks &looks, const QColor &color)

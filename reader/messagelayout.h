@@ -100,6 +100,7 @@ private:
     void addText(const conversation::Text &text, qsizetype first, qsizetype last, const Looks &looks);
     void addFile(const conversation::Stretch &stretch, qsizetype first, const Looks &looks,
                  const Pictures &pictures);
+    [[nodiscard]] static QString missingFileNote();
     void addNote(const QString &text, const Looks &looks, const QColor &color);
     void layOutText(const conversation::Text &text, const Looks &looks, const Pictures &pictures);
     [[nodiscard]] std::vector<QTextLayout::FormatRange>

@@ -133,8 +133,7 @@ void MessageLayout::drawPiece(QPainter &painter, const Piece &piece, const Looks
     if (piece.kind == Piece::Kind::Missing) {
         painter.setFont(m_small);
         painter.setPen(looks.palette.color(QPalette::PlaceholderText));
-        painter.drawText(piece.place, Qt::AlignVCenter | Qt::TextSingleLine,
-                         translated("A file was here; the transcript does not have it."));
+        painter.drawText(piece.place, Qt::AlignVCenter | Qt::TextWordWrap, missingFileNote());
         painter.setPen(looks.palette.color(QPalette::Text));
         return;
     }

@@ -48,6 +48,11 @@ QListView *newList(const char *objectName, const QString &name, QAbstractItemMod
     list->setObjectName(QLatin1String(objectName));
     list->setAccessibleName(name);
     list->setModel(&model);
+    // A list that gets the keyboard makes its first row the current one, without selecting it.
+    QObject::connect(list->selectionModel(), &QItemSelectionModel::currentChanged, list,
+                     [list](const QModelIndex &current) {
+                         list->selectionModel()->select(current, QItemSelectionModel::ClearAndSelect);
+                     });
     list->setItemDelegate(new RowDelegate(list));
     list->setUniformItemSizes(true);
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -264,6 +269,8 @@ QWidget *ReaderWindow::chatPane()
     QFont large = m_name->font();
     large.setBold(true);
     m_name->setFont(large);
+    m_name->setWordWrap(true);
+    m_details->setWordWrap(true);
     m_details->setForegroundRole(QPalette::PlaceholderText);
     auto *pane = new QWidget;
     auto *column = new QVBoxLayout(pane);

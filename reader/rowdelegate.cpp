@@ -122,7 +122,7 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
     const QPoint match = index.data(MatchRole).toPoint();
     QTextLayout layout(small.elidedText(detail, Qt::ElideRight, below.width()), smaller(option.font));
     if (match.y() > 0) {
-        QTextLayout::FormatRange range{match.x(), match.y(), markFormat()};
+        const QTextLayout::FormatRange range{match.x(), match.y(), markFormat()};
         layout.setFormats({range});
     }
     layout.beginLayout();
