@@ -44,7 +44,9 @@ if(TARGET prattlebug-reader)
     install(FILES resources/prattlebug-reader.desktop DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
     install(FILES resources/prattlebug-reader-mime.xml RENAME prattlebug-reader.xml
             DESTINATION "${CMAKE_INSTALL_DATADIR}/mime/packages")
+    install(FILES resources/com.velmoria.prattlebug.reader.metainfo.xml DESTINATION "${CMAKE_INSTALL_DATADIR}/metainfo")
     install(FILES resources/icons/prattlebug-reader.svg DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps")
+    install_compressed(docs/man/prattlebug-reader.1 "${CMAKE_INSTALL_MANDIR}/man1")
 endif()
 
 install_compressed("${PRATTLEBUG_OFFERED}/prattlebug.1" "${CMAKE_INSTALL_MANDIR}/man1")

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Takes the pictures of the manual: the window, and a page of each gallery, of the sample chats.
+"""Takes the pictures of the manual: the windows, and a page of each gallery, of the sample chats.
 
     scripts/screenshots.py BUILD    with the programs in that build folder; the pictures go into docs/
 """
@@ -53,13 +53,22 @@ class Pictures(unittest.TestCase):
             browser.get(Path(home, "Library/Prattlebug", page).as_uri())
             time.sleep(2)  # pictures come into view
             browser.save_screenshot(str(SOURCE / "docs" / picture))
-        desktop = Desktop()
+        desktop = Desktop(size=(1280, 900))
         self.addCleanup(desktop.close)
         application = Application(desktop, BUILD / "archiver/window/prattlebug-archiver", home)
         self.addCleanup(application.close)
         desktop.xdotool("mousemove", "1000", "740")
         time.sleep(2)
         (SOURCE / "docs/window.png").write_bytes(window_picture(desktop, application.window.place))
+        application.close()
+        reader = Application(desktop, BUILD / "reader/prattlebug-reader", home, title="Prattlebug Reader")
+        self.addCleanup(reader.close)
+        desktop.press("ctrl+shift+f")
+        desktop.type("with:kim you")
+        time.sleep(2)
+        desktop.press("Return", *["Down"] * 6)
+        time.sleep(2)
+        (SOURCE / "docs/reader.png").write_bytes(window_picture(desktop, next(iter(reader.windows().values())).place))
 
 
 if __name__ == "__main__":
