@@ -25,9 +25,9 @@ constexpr size_t keptLayouts = 40; // messages around the view
 
 ChatView::ChatView(QWidget *parent) : QAbstractScrollArea(parent)
 {
+    QAccessible::installFactory(chatAccess); // before anybody can ask for an interface
     setObjectName(QStringLiteral("chat"));
     setAccessibleName(tr("Chat"));
-    QAccessible::installFactory(chatAccess);
     setFocusPolicy(Qt::StrongFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // its coming and going would lay everything out anew

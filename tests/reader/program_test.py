@@ -63,6 +63,7 @@ class ReaderTest(unittest.TestCase):
         self.set_up_samples()
         application, window = self.chat_of_kim()
         self.assertTrue(any("14 messages" in label for label in window.labels()), window.labels())
+        self.assertEqual(self.rows(window, "Chat")[0], "Kim Lee, 15:00: so. it is official. Lisbon, from March 1")
         self.desktop.press("ctrl+a", "ctrl+c")
         text = self.pasted(window)
         self.assertRegex(text, r"Tuesday, 20 January 2009\s15:00 Kim Lee: so\. it is official\. Lisbon, from March 1")
