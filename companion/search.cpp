@@ -232,11 +232,13 @@ void addSearchCommand(CLI::App &commands, Action &action)
         "Example: prattlebug search ferry\n"
         "         prattlebug search \"see you\" --from kim --since 2005-03 --context 3\n"
         "         prattlebug search --with kim --since 2005 --until 2005 --has picture\n"
-        "Without words, any of the filters is enough. Messages are grouped by chat; the path in the "
+        "Without words, any other option is enough. Messages are grouped by chat; the path in the "
         "heading is one that \"prattlebug show\" takes. Times are local.\n"
         "Exit code: 1 when nothing is found, or there is no transcript folder.");
     command->callback([options, &action] {
-        if (options->filters.words.empty() && options->filters.question().isEmpty())
+        const bool isAnyGiven = options->context > 0 || options->limit > 0 || options->newestFirst ||
+                                options->countOnly || options->json;
+        if (options->filters.words.empty() && options->filters.question().isEmpty() && !isAnyGiven)
             throw CLI::ValidationError("search",
                                        "say what to search for: words, or a filter such as --with kim");
         action = [options] { return search(*options); };

@@ -170,15 +170,17 @@ void ChatIndex::load(bool tells)
     });
 
     std::vector<std::pair<Chat, Place>> chats;
-    Statement rows(
-        *m_database,
-        "SELECT chat.id, path, otherParty, participants, first, last, messages, words, links, files, "
-        "pictures, beginning, hasRepeats, blocks, firstDocument FROM chat JOIN transcript USING(id)");
+    Statement rows(*m_database,
+                   "SELECT id, otherParty, participants, first, last, messages, words, links, files, "
+                   "pictures, beginning, hasRepeats, blocks, firstDocument FROM chat ORDER BY id");
+    Statement paths(*m_database, "SELECT id, path FROM transcript ORDER BY id"); // both go on side by side
     while (rows.step()) {
         Chat chat;
         int column = 0;
         chat.id = rows.integer(column++);
-        chat.path = rows.bytes(column++).toStdString();
+        while (paths.step() && paths.integer(0) != chat.id) {
+        }
+        chat.path = paths.bytes(1).toStdString();
         chat.otherParty = rows.text(column++);
         QDataStream participants(rows.bytes(column++));
         while (!participants.atEnd()) {

@@ -179,48 +179,41 @@ void Updating::sumUpPeople()
 
 Updating::Changes Updating::changes()
 {
-    struct Known {
-        qint64 id;
-        platform::FileIdentity identity;
-        bool isThere = false;
-    };
-    std::unordered_map<std::string, Known> known;
-    Statement rows(m_database, "SELECT id, path, device, inode, size, seconds, nanoseconds FROM transcript");
-    while (rows.step()) {
-        known.emplace(rows.bytes(1).toStdString(),
-                      Known{rows.integer(0),
-                            {quint64(rows.integer(2)), quint64(rows.integer(3)), rows.integer(4),
-                             rows.integer(5), long(rows.integer(6))}});
-    }
-
-    Changes result;
+    std::vector<Transcript> there;
     platform::DirectoryWalk walk(m_folder);
     while (auto entry = walk.next()) {
-        if (!isTakenByItsName(*entry))
-            continue;
-        const auto identity = walk.identity();
-        const auto old = known.find(entry->native());
-        if (old != known.end() && identity == old->second.identity)
-            old->second.isThere = true;
-        else
-            result.toRead.push_back({std::move(*entry), identity.value_or(platform::FileIdentity())});
+        if (isTakenByItsName(*entry))
+            there.push_back({std::move(*entry), walk.identity().value_or(platform::FileIdentity())});
     }
     m_unreadFolders.clear();
     for (const auto &unread : walk.unreadFolders())
         m_unreadFolders.push_back((m_folder / unread.folder).native() + ": " + unread.reason);
-    const auto isInUnreadFolder = [&](const std::string &path) {
+    const auto isInUnreadFolder = [&walk](std::string_view path) {
         return std::any_of(walk.unreadFolders().begin(), walk.unreadFolders().end(), [&](const auto &unread) {
             return unread.folder.empty() || path.starts_with(unread.folder.native() + '/');
         });
     };
-    for (const auto &[path, transcript] : known) {
-        if (!transcript.isThere && !isInUnreadFolder(path))
-            result.gone.push_back(transcript.id);
+
+    std::unordered_map<std::string_view, size_t> positions;
+    positions.reserve(there.size());
+    std::vector<bool> isKnown(there.size());
+    for (size_t position = 0; position < there.size(); ++position) // some file systems list a name twice
+        isKnown[position] = !positions.emplace(there[position].path.native(), position).second;
+    Changes result;
+    Statement rows(m_database, "SELECT id, path, device, inode, size, seconds, nanoseconds FROM transcript");
+    while (rows.step()) {
+        const QByteArrayView path = rows.bytesView(1);
+        const auto found = positions.find(std::string_view(path.data(), size_t(path.size())));
+        const platform::FileIdentity identity{quint64(rows.integer(2)), quint64(rows.integer(3)),
+                                              rows.integer(4), rows.integer(5), long(rows.integer(6))};
+        if (found != positions.end() && there[found->second].identity == identity)
+            isKnown[found->second] = true;
+        else if (found != positions.end() || !isInUnreadFolder({path.data(), size_t(path.size())}))
+            result.gone.push_back(rows.integer(0));
     }
-    for (const Transcript &transcript : result.toRead) { // what has changed is forgotten wherever it is
-        const auto old = known.find(transcript.path.native());
-        if (old != known.end() && isInUnreadFolder(old->first))
-            result.gone.push_back(old->second.id);
+    for (size_t position = 0; position < there.size(); ++position) {
+        if (!isKnown[position])
+            result.toRead.push_back(std::move(there[position]));
     }
     // Roughly in the order of their dates, so that the first ones to be listed are of one time.
     std::sort(result.toRead.begin(), result.toRead.end(), [](const Transcript &a, const Transcript &b) {

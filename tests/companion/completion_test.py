@@ -69,7 +69,7 @@ class Completion(CompanionTest):
             "prattlebug ": set(self.commands), "prattlebug prefs ": keys,
             "prattlebug prefs email": mail_keys, "prattlebug prefs --delete email": mail_keys,
             "prattlebug help sh": {"show"}, "prattlebug show --as h": {"html"},
-            "prattlebug search --from Kim": {"Kim Lee", "kimlee77"}, "prattlebug -q list --with KIML": {"kimlee77"},
+            "prattlebug search --from Tom": {"Tomás Novák"}, "prattlebug -q list --with KIML": {"kimlee77"},
             f"prattlebug --home {self.path('none')} search --from ": set(),
             f"prattlebug setup --me {self.path('cards')}/": {"a b.vcf"},
         }

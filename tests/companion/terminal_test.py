@@ -3,6 +3,7 @@
 import os
 import plistlib
 import sys
+import unicodedata
 
 from companion import PRATTLEBUG, SAMPLES, TRANSCRIPTS, CompanionTest, main
 
@@ -59,6 +60,21 @@ class Terminal(CompanionTest):
         for line in lines:
             self.assertRegex(line, "^  04:00   mallory.{1,40}: ….{1,40}needle .{1,80}…$")
         self.assertIn(text, self.run_companion("search", "needle")[0])
+
+    def test_columns_are_cells_in_any_script(self):
+        self.environment["NO_COLOR"] = "1"
+        for name in ("Ann", "李明", "Zoe\u0308"):
+            self.write(os.path.join(TRANSCRIPTS, f"{name} on 1.chat"), chat("漢字" * 500 + "needle" + "字" * 500))
+
+        def cells(line):
+            return sum(0 if unicodedata.combining(letter) else 2 if unicodedata.east_asian_width(letter) == "W" else 1 for letter in line)
+
+        listed = self.run_in_terminal(PRATTLEBUG, "list")[1].decode().splitlines()[-3:]
+        self.assertEqual(len({cells(line[:line.index(" messages")]) for line in listed}), 1, listed)
+        found = [line for line in self.run_in_terminal(PRATTLEBUG, "search", "needle")[1].decode().splitlines() if "needle" in line]
+        for line in listed + found:
+            self.assertIn(cells(line), (79, 80), line)
+        self.assertEqual(len(found), 3)
 
 
 main()

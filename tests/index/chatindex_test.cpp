@@ -114,6 +114,13 @@ TEST_F(ChatIndexTest, IsUpToDateWithWhateverHappensToTheTranscripts)
               (std::vector<QString>{QStringLiteral("first ferry"), QStringLiteral("the Ferry leaves"),
                                     QStringLiteral("ferry gone")}));
     EXPECT_EQ(find(ferry, Order::NewestFirst).front(), QStringLiteral("ferry gone"));
+    // One that lies elsewhere, and changes there.
+    write("elsewhere", keyedTranscript({{"AIM", "kimlee", "ferry here", startOf2005 + 20}}));
+    std::filesystem::create_symlink(home() / "elsewhere", folder() / "Sam on 4.ichat");
+    EXPECT_EQ(find(ferry).back(), QStringLiteral("ferry here"));
+    write("elsewhere", keyedTranscript({{"AIM", "kimlee", "the ferry is there", startOf2005 + 20}}));
+    EXPECT_EQ(find(ferry).back(), QStringLiteral("the ferry is there"));
+    std::filesystem::remove(folder() / "Sam on 4.ichat");
     std::filesystem::rename(folder() / "Zoe on 0.ichat", folder() / "Zoe on Sunday.ichat");
     std::filesystem::remove(folder() / "Kim on 1.ichat");
     ChatIndex index(folder(), file());
