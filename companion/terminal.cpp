@@ -68,7 +68,7 @@ qsizetype cellsOf(QStringView text)
     return sum;
 }
 
-QString paddedTo(QString text, qsizetype cells)
+QString paddedTo(const QString &text, qsizetype cells)
 {
     return text + QString(std::max<qsizetype>(cells - cellsOf(text), 0), u' ');
 }

@@ -11,7 +11,7 @@ namespace companion {
 /// The cells that @p text takes.
 [[nodiscard]] qsizetype cellsOf(QStringView text);
 /// @p text with blanks behind it up to @p cells.
-[[nodiscard]] QString paddedTo(QString text, qsizetype cells);
+[[nodiscard]] QString paddedTo(const QString &text, qsizetype cells);
 /// @p text, cut where it would take more than @p cells, with "…" behind it then.
 [[nodiscard]] QString cutTo(const QString &text, qsizetype cells);
 

@@ -26,7 +26,8 @@ def keyed(*objects):
 
 class Commands(CompanionTest):
     def test_wrong_usage_exits_with_2(self):
-        for arguments in ([], ["nonsense"], ["archive"], ["archive", "a", "b"], ["show"], ["show", "--as", "pdf", KIM], ["show", "--times", "--as", "json", KIM],
+        for arguments in ([], ["nonsense"], ["archive"], ["archive", "a", "b"], ["show"], ["show", "--as", "pdf", KIM],
+                          ["show", "--times", "--as", "json", KIM],
                           ["inspect"], ["--home"], ["prefs", "--delete"], ["prefs", "emailAddress", "a@b", "c"]):
             output, errors = self.run_companion(*arguments, code=2)
             self.assertEqual(output, "")
