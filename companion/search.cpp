@@ -124,7 +124,7 @@ private:
     [[nodiscard]] QString shown(const Match &match, bool isMatch, qsizetype room) const
     {
         const QString readable = indexing::readableText(match.text, match.fileNames);
-        const QString text = m_style.onOneLine(readable);
+        QString text = m_style.onOneLine(readable);
         if (!m_style.isTerminal())
             return text;
         std::vector<indexing::FoldedText::Range> words;

@@ -10,7 +10,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using indexing::Chat;
 using indexing::ChatIndex;
 using indexing::folded;
 using indexing::Match;
@@ -213,7 +212,7 @@ TEST_F(ChatIndexTest, MakesTheTableAnewWhenTooMuchComesOutOfOrder)
     add("Kim on 1.ichat", many);
     EXPECT_EQ(find(ferry),
               (std::vector<QString>{QStringLiteral("an old ferry"), QStringLiteral("the last ferry")}));
-    platform::Database database(file(), platform::Database::Mode::ReadOnly);
+    const platform::Database database(file(), platform::Database::Mode::ReadOnly);
     platform::Statement unlisted(database, "SELECT count(*) FROM chat WHERE firstDocument = 0");
     ASSERT_TRUE(unlisted.step());
     EXPECT_EQ(unlisted.integer(0), 0);
