@@ -54,17 +54,15 @@ void printChat(const Chat &chat, const OutputStyle &style)
                              ? platform::descriptionWithCalendarFormat(dateOf(*chat.first), u"%Y-%m-%d %H:%M")
                              : QStringLiteral("no date         ");
     const QString name = style.onOneLine(chat.otherParty);
-    const QString before = date + QStringLiteral("  ") + style.bold(name.leftJustified(nameWidth)) + u' ' +
+    const QString before = date + QStringLiteral("  ") + style.bold(paddedTo(name, nameWidth)) + u' ' +
                            QString::number(chat.messages).rightJustified(numberWidth) +
                            QStringLiteral(" messages ") + lengthOf(chat).rightJustified(lengthWidth) +
                            QStringLiteral("  ");
     QString beginning = style.onOneLine(chat.beginning);
     if (style.isTerminal()) {
-        const qsizetype used = date.size() + 2 + std::max<qsizetype>(nameWidth, name.size()) + 1 +
+        const qsizetype used = date.size() + 2 + std::max<qsizetype>(nameWidth, cellsOf(name)) + 1 +
                                numberWidth + 10 + lengthWidth + 2;
-        const qsizetype room = std::max<qsizetype>(style.width() - used, 0);
-        if (beginning.size() > room)
-            beginning = beginning.left(room - 1) + (room > 0 ? QStringLiteral("…") : QString());
+        beginning = cutTo(beginning, std::max<qsizetype>(style.width() - used, 0));
     }
     OutputStyle::printLine(before + beginning);
 }

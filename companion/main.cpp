@@ -141,7 +141,7 @@ int run(int argc, char **argv)
     companion::addStatusCommand(program, action);
     addHelpCommand(program, action);
 #ifdef PRATTLEBUG_MAIL
-    companion::addSendCommand(program, action);
+    companion::addSendCommand(program, action, argv);
 #endif
 
     try {

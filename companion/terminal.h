@@ -1,8 +1,28 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 namespace companion {
+
+// Terminals show characters in cells, of which Chinese, Japanese and Korean ones take two, and marks that
+// combine with the character before them none.
+
+/// The cells that @p text takes.
+[[nodiscard]] qsizetype cellsOf(QStringView text);
+/// @p text with blanks behind it up to @p cells.
+[[nodiscard]] QString paddedTo(const QString &text, qsizetype cells);
+/// @p text, cut where it would take more than @p cells, with "…" behind it then.
+[[nodiscard]] QString cutTo(const QString &text, qsizetype cells);
+
+/// A stretch of a text, in UTF-16 units.
+struct Stretch {
+    qsizetype start = 0;
+    qsizetype end = 0;
+};
+/// What of @p text fits into @p cells with a "…" on each side where something is left out, so that what
+/// stands at @p position can be seen with something before it.
+[[nodiscard]] Stretch stretchAround(QStringView text, qsizetype position, qsizetype cells);
 
 /// What standard output leads to, and what helps reading there.
 class OutputStyle {

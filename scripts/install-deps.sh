@@ -20,7 +20,7 @@ packages_to() {
             at-spi2-core dbus-daemon gir1.2-atspi-2.0 openbox python3-gi xauth xdotool xvfb" ;;
         lint) echo "clang-format-19 clang-tidy-19 git python3 python3-flake8 shellcheck" ;;
         fuzz) echo "clang-19 libclang-rt-19-dev python3" ;;
-        bench) echo "libbenchmark-dev gnuplot-nox python3 time" ;;
+        bench) echo "libbenchmark-dev gnuplot-nox notmuch python3 time" ;;
         package) echo "dpkg-dev" ;;
         coverage) echo "gcovr" ;;
         *) echo "install-deps.sh: unknown task \"$1\"" >&2; exit 2 ;;
