@@ -3,7 +3,9 @@
 #include "export/chatreport.h"
 #include "export/document.h"
 #include "export/ledger.h"
+#include "export/maildir.h"
 #include "export/ownfiles.h"
+#include "export/sharedbeginnings.h"
 
 #include "index/workerprocesses.h"
 
@@ -130,7 +132,12 @@ public:
         m_circumstances = digestOfCircumstances(m_manner.options);
         const OwnFiles files(m_folder, m_ledger.files());
         removeTemporaries();
-        findUnchanged();
+        if (isMail(m_manner.options.format))
+            m_beginLikeLonger =
+                chatsThatBeginLikeLonger(m_transcripts, m_manner.kept, m_manner.workers,
+                                         [this](size_t done, size_t total) { return goesOn(done, total); });
+        if (!m_outcome.isInterrupted)
+            findUnchanged();
         make(files);
         if (m_manner.mirror && !m_outcome.failure && !m_outcome.isInterrupted)
             removeOthers(files);
@@ -162,6 +169,7 @@ private:
             return false;
         }
         m_ledger = std::move(*ledger);
+        findMovedMails(m_folder, m_ledger);
         return true;
     }
 
@@ -173,6 +181,17 @@ private:
         };
         return isFile(document.path) && std::all_of(document.beside.begin(), document.beside.end(),
                                                     [&](const auto &file) { return isFile(file.first); });
+    }
+
+    [[nodiscard]] bool beginsLikeLonger(const PlannedDocument &document) const
+    {
+        return m_beginLikeLonger.contains(m_transcripts[document.chats.front().transcript].name);
+    }
+
+    /// Digest of all that the document depends on beside its transcripts.
+    [[nodiscard]] QByteArray madeWith(const PlannedDocument &document) const
+    {
+        return beginsLikeLonger(document) ? digestOf(m_circumstances + "whole") : m_circumstances;
     }
 
     /// Removes what exports have left in their folders that were killed.
@@ -192,7 +211,8 @@ private:
         std::vector<Job> jobs;
         for (size_t position = 0; position < m_documents.size(); ++position) {
             const auto known = m_ledger.documents.find(m_documents[position].key);
-            if (known == m_ledger.documents.end() || known->second.madeWith != m_circumstances ||
+            if (known == m_ledger.documents.end() ||
+                known->second.madeWith != madeWith(m_documents[position]) ||
                 known->second.sources.size() != m_documents[position].chats.size() || !isThere(known->second))
                 continue;
             m_isUnchanged[position] = true;
@@ -247,9 +267,9 @@ private:
                 if (stop.isSet())
                     return serialized(ChatReport());
                 const PlannedDocument &document = m_documents[jobs[job].document];
-                return serialized(
-                    exportChat({transcriptOf(jobs[job]), document, document.chats[jobs[job].chat]},
-                               m_manner.options, *m_writer, files));
+                return serialized(exportChat({transcriptOf(jobs[job]), document,
+                                              document.chats[jobs[job].chat], beginsLikeLonger(document)},
+                                             m_manner.options, *m_writer, files));
             },
             [&](size_t job, const indexing::JobResult &result) {
                 ChatReport report;
@@ -274,7 +294,7 @@ private:
             m_growing.reset();
             m_made = {};
             m_made.path = document.path;
-            m_made.madeWith = m_circumstances;
+            m_made.madeWith = madeWith(document);
             m_hasChanged = false;
             m_isHalf = false;
         }
@@ -414,6 +434,10 @@ private:
             if (!wanted.contains(path))
                 static_cast<void>(files.remove(path));
         }
+        if (m_manner.options.format == Format::Maildir) {
+            if (const auto making = makeMaildir(m_folder); !making && !m_outcome.failure)
+                m_outcome.failure = making.error();
+        }
         if (const auto saving = m_ledger.save(m_folder); !saving && !m_outcome.failure)
             m_outcome.failure = saving.error();
         const platform::Descriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -428,6 +452,7 @@ private:
     std::unique_ptr<const Writer> m_writer;
     Ledger m_ledger;
     QByteArray m_circumstances;
+    std::set<std::string> m_beginLikeLonger; // names of chats
     std::vector<PlannedDocument> m_documents;
     std::vector<bool> m_isUnchanged; // of each document
     std::set<QString> m_toRemove;    // unless something else has them

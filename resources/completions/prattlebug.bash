@@ -45,7 +45,7 @@ _prattlebug() {
         return ;;
     --as)
         local forms="plain html subject json"
-        [[ $command == export ]] && forms="html text markdown json jsonl csv"
+        [[ $command == export ]] && forms="html text markdown json jsonl csv eml maildir"
         mapfile -t COMPREPLY < <(compgen -W "$forms" -- "$current")
         return ;;
     --by)

@@ -55,7 +55,7 @@ complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l fresh -d 'Set the stores of earlier runs aside'
 complete -c prattlebug -n '__fish_seen_subcommand_from export' -l words -x -d 'What a message must contain'
-complete -c prattlebug -n '__fish_seen_subcommand_from export' -l as -x -a 'html text markdown json jsonl csv' -d 'Format'
+complete -c prattlebug -n '__fish_seen_subcommand_from export' -l as -x -a 'html text markdown json jsonl csv eml maildir' -d 'Format'
 complete -c prattlebug -n '__fish_seen_subcommand_from export' -l by -x -a 'chat person month year' -d 'What shares a file'
 complete -c prattlebug -n '__fish_seen_subcommand_from export' -l attachments -x -a 'inside beside none' -d 'Where attached files go'
 complete -c prattlebug -n '__fish_seen_subcommand_from export' -l mirror -d 'Remove what no longer belongs'
