@@ -1,5 +1,6 @@
 #include "export/exporting.h"
 
+#include "export/assembly.h"
 #include "export/chatreport.h"
 #include "export/document.h"
 #include "export/ledger.h"
@@ -25,7 +26,6 @@
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
-#include <limits>
 #include <memory>
 #include <set>
 #include <sys/mman.h>
@@ -92,26 +92,6 @@ QByteArray digestOfCircumstances(const Options &options)
     for (const char *name : {platform::ownCardName, platform::contactsName})
         bytes += platform::readWholeFile(platform::supportFolder() / name).value_or(QByteArray()) + '\0';
     return digestOf(bytes);
-}
-
-platform::Failure failureOf(const std::filesystem::path &path, const std::string &reason)
-{
-    return {platform::FailureKind::System, path, reason};
-}
-
-void add(Summary &whole, const Summary &chat)
-{
-    for (const QString &person : chat.people) {
-        if (std::find(whole.people.begin(), whole.people.end(), person) == whole.people.end())
-            whole.people.push_back(person);
-    }
-    if (chat.first)
-        whole.first = std::min(whole.first.value_or(*chat.first), *chat.first);
-    if (chat.last)
-        whole.last = std::max(whole.last.value_or(*chat.last), *chat.last);
-    whole.chats += chat.chats;
-    whole.messages += chat.messages;
-    whole.files += chat.files;
 }
 
 /// One export.
@@ -260,6 +240,7 @@ private:
                  ++chat)
                 jobs.push_back({document, chat});
         }
+        Assembly assembly(*m_writer, files, m_ledger, m_outcome);
         StopSign stop; // workers finish the chat at hand, so that all that was written is known
         indexing::runInWorkers(
             jobs.size(),
@@ -279,111 +260,15 @@ private:
                     report.result = ChatReport::Unreadable;
                     report.reason = QString::fromStdString(result.failure);
                 }
-                take(jobs[job], report, files);
+                const PlannedDocument &document = m_documents[jobs[job].document];
+                assembly.take({document, jobs[job].chat, transcriptOf(jobs[job]).name, madeWith(document)},
+                              report);
                 if (!goesOn(job + 1, jobs.size()) || m_outcome.failure)
                     stop.set();
                 return true;
             },
             m_manner.workers);
-    }
-
-    void take(const Job &job, ChatReport &report, const OwnFiles &files)
-    {
-        const PlannedDocument &document = m_documents[job.document];
-        if (job.chat == 0) {
-            m_growing.reset();
-            m_made = {};
-            m_made.path = document.path;
-            m_made.madeWith = madeWith(document);
-            m_hasChanged = false;
-            m_isHalf = false;
-        }
-        const std::string &name = transcriptOf(job).name;
-        const std::string reason = platform::utf8FromString(report.reason).toStdString();
-        for (const ChatReport::File &file : report.beside)
-            m_made.beside[file.path] = file.digest;
-        switch (report.result) {
-        case ChatReport::Done: takeDone(job, report, files); break;
-        case ChatReport::Unreadable: m_outcome.unreadable.push_back(failureOf(name, reason)); break;
-        case ChatReport::NotWritten: m_outcome.notWritten.push_back(failureOf(name, reason)); break;
-        case ChatReport::Full:
-            m_isHalf = true;
-            m_outcome.failure = failureOf({}, reason);
-            break;
-        default: m_isHalf = true; // stopped
-        }
-        if (job.chat + 1 == document.chats.size())
-            finishDocument(document);
-    }
-
-    void takeDone(const Job &job, ChatReport &report, const OwnFiles &files)
-    {
-        const PlannedDocument &document = m_documents[job.document];
-        m_outcome.unreadableMessages += report.unreadableMessages;
-        m_outcome.filesLeftOut += report.filesLeftOut;
-        m_made.sources.push_back({transcriptOf(job).name, report.digest});
-        m_hasChanged = m_hasChanged || report.isWritten;
-        if (document.title.isEmpty()) {
-            m_made.summary = std::move(report.summary);
-            m_made.digest = report.documentDigest;
-            return;
-        }
-        if (m_isHalf)
-            return;
-        Output before(std::numeric_limits<qsizetype>::max());
-        if (!m_growing) {
-            m_growing = std::make_unique<GrowingFile>(files, document.path);
-            m_made.summary.title = document.title;
-            m_writer->begin(before, document.title);
-        } else {
-            before << m_writer->separator();
-        }
-        m_growing->append(before.bytes());
-        m_growing->append(report.part);
-        add(m_made.summary, report.summary);
-    }
-
-    /// All chats of it have been taken.
-    void finishDocument(const PlannedDocument &document)
-    {
-        if (m_growing && !m_isHalf) {
-            Output end(std::numeric_limits<qsizetype>::max());
-            m_writer->end(end);
-            m_growing->append(end.bytes());
-            const OwnFiles::Result result = m_growing->finish();
-            m_made.digest = result.digest;
-            m_hasChanged = m_hasChanged || result.isWritten;
-            if (result.isFull)
-                m_outcome.failure = failureOf(platform::pathFromString(document.path), *result.failure);
-            else if (result.failure)
-                m_outcome.notWritten.push_back(
-                    failureOf(platform::pathFromString(document.path), *result.failure));
-            m_isHalf = result.failure.has_value();
-        }
-        m_growing.reset();
-        if (m_isHalf || m_made.sources.empty()) {
-            keepFilesBeside(document);
-            return;
-        }
-        ++(m_hasChanged ? m_outcome.written : m_outcome.unchanged);
-        WrittenDocument &known = m_ledger.documents[document.key];
-        std::swap(known, m_made);
-        for (const auto &[path, digest] : m_made.beside) { // of the document before
-            if (!known.beside.contains(path))
-                m_toRemove.insert(path);
-        }
-    }
-
-    /// Files that were written for a document that was not are ours all the same.
-    void keepFilesBeside(const PlannedDocument &document)
-    {
-        if (m_made.beside.empty())
-            return;
-        WrittenDocument &known = m_ledger.documents[document.key];
-        if (known.path.isEmpty())
-            known.path = document.path;
-        known.madeWith.clear();
-        known.beside.merge(m_made.beside);
+        m_toRemove = assembly.orphans();
     }
 
     void removeOthers(const OwnFiles &files)
@@ -457,12 +342,6 @@ private:
     std::vector<bool> m_isUnchanged; // of each document
     std::set<QString> m_toRemove;    // unless something else has them
     Outcome m_outcome;
-
-    // The document whose chats are being taken.
-    WrittenDocument m_made;
-    std::unique_ptr<GrowingFile> m_growing;
-    bool m_hasChanged = false;
-    bool m_isHalf = false; // it cannot become whole
 };
 
 } // namespace
