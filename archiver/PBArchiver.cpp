@@ -163,9 +163,11 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
     const VORAChatLog *chatLog = loading->get();
     platform::Result<> appended;
     try {
+        VORALogGenerator::WholeChat wholeChat;
         VORALogGenerator::GenerateLinkFiles(chatLog);
         VORALogGenerator::GenerateImageFiles(chatLog);
         VORALogGenerator::UpdateStatistics(*chatLog);
+        wholeChat.keep();
         const QByteArray digest = ChatLedger::digestOf(path);
         m_outcome.countedBefore += m_before.holds(digest) ? 1 : 0;
         m_ledger.add(digest);
