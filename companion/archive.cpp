@@ -50,7 +50,7 @@ Total countEntries(const std::filesystem::path &folder)
         if ((entry->extension() == ".chat" || entry->extension() == ".ichat") &&
             entry->filename().native().find(" on ") != std::string::npos) {
             ++total.transcripts;
-            if (!ledger.isEmpty() && ledger.holds(ChatLedger::digestOf(folder / *entry)))
+            if (!ledger.isEmpty() && ledger.holdsFile(folder / *entry))
                 ++total.countedBefore;
         }
     }
