@@ -94,6 +94,18 @@ class Archive(CompanionTest):
             self.assertIn(f"The mbox could not be written whole: {self.mbox_path()}: File too large\n", errors)
             self.assertLessEqual(os.path.getsize(self.mbox_path()), size)
 
+    def test_a_disk_with_less_room_than_the_earlier_mbox_takes_is_told_of_before_the_run(self):
+        self.add_samples()
+        warning = "The disk may fill: the earlier mbox, of 8.8 TB, stays until the new one is whole, and "
+        for name in (self.mbox_path(), self.mbox_path() + ".previous"):
+            self.archive("--quiet")
+            with open(name, "ab") as mbox:
+                mbox.truncate(2**43)  # takes no room
+            _, told = self.archive("--quiet")
+            self.assertIn(warning, told)
+            self.assertEqual(os.listdir(self.path("Out")), [os.path.basename(self.mbox_path())])
+        self.assertEqual(self.archive("--quiet")[1], "")
+
     def test_streams_that_are_closed_let_nothing_into_the_mbox(self):
         self.add_samples()
         for closed in ("2>&-", "<&- 2>&-", "<&- >&- 2>&-"):
