@@ -1,6 +1,7 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 #include "companion/interruption.h"
+#include "companion/terminal.h"
 
 #include "archiver/PBArchiver.h"
 #include "archiver/archivetarget.h"
@@ -158,13 +159,13 @@ int archive(const Options &options)
     if (outcome.mboxPath.empty())
         return exitFailed;
 
-    printLine(outcome.summary());
+    printHeading(platform::utf8FromString(outcome.summary()));
     if (outcome.countedBefore > 0)
         printLine(countedBefore(outcome.countedBefore));
     for (const QByteArray &line : outcome.failureLines())
-        printError(QByteArrayView(line));
+        printFailure(line);
     if (const auto failure = outcome.whyNotWhole())
-        printError(QByteArrayView("The mbox could not be written whole: " + failure->line()));
+        printFailure("The mbox could not be written whole: " + failure->line());
     if (outcome.ending == Ending::Interrupted) {
         printInterruption(outcome, desktop.total().transcripts);
         return exitSignalled + interruption.signal();

@@ -1,5 +1,6 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/terminal.h"
 
 #include "archiver/PBArchiver.h"
 #include "archiver/transcript.h"
@@ -111,7 +112,7 @@ public:
                        QStringLiteral(" more will not be archived for their names: "
                                       "prattlebug setup makes copies that will.");
         if (verbosity() != Verbosity::Quiet)
-            printLine(summary);
+            printHeading(platform::utf8FromString(summary));
         return m_unreadable > 0 || m_unreadableMessages > 0 || m_unreadFolders > 0 ? exitFailed : exitDone;
     }
 

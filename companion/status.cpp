@@ -1,7 +1,10 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/terminal.h"
 
 #include "failurestatus.h"
+
+#include "platform/text/encoding.h"
 
 #include <memory>
 
@@ -17,7 +20,7 @@ int status(bool clear)
     }
     const FailureStatus status = FailureStatus::current();
     if (verbosity() != Verbosity::Quiet || status.sinceCleared > 0)
-        printLine(status.description());
+        printHeading(platform::utf8FromString(status.description()));
     return exitDone;
 }
 

@@ -133,9 +133,12 @@ class Archive(CompanionTest):
             self.assertIn(b"] 23 of 23 entries", shown)
             self.assertIn(f"{broken}: ".encode(), shown, "that one cannot be read is told at once")
             self.assertRegex(shown, rb"\r\x1b\[KThe archive file is ready")
-        _, quiet = self.run_in_terminal(PRATTLEBUG, "archive", "--quiet", self.path("Out"))
-        self.assertNotIn(b"\x1b", quiet)
-        self.assertEqual(quiet.count(b"\n"), 5)
+        for colours in (True, False):
+            self.environment["NO_COLOR"] = "" if colours else "1"
+            _, quiet = self.run_in_terminal(PRATTLEBUG, "archive", "--quiet", self.path("Out"))
+            self.assertEqual(re.findall(rb"\x1b\[(\d+)m(\w+)", quiet), [(b"1", b"18"), (b"31", b"Could")] if colours else [])
+            self.assertEqual(quiet.count(b"\x1b"), 4 if colours else 0)
+            self.assertEqual(quiet.count(b"\n"), 5)
 
     def test_what_could_not_be_archived_is_listed(self):
         self.add_samples()

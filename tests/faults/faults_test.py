@@ -249,8 +249,8 @@ class Faults(FaultTest):
                 continue
             with open(os.path.join(folder, name), "rb") as file:
                 store = plistlib.load(file)
-            held.append(store["chatcount"] if name == STORES[2] else sum(len(entries) for speaker in store
-                                                                          for entries in speaker.values() if isinstance(entries, list)))
+            lists = [value for speaker in store for value in speaker.values() if isinstance(value, list)] if name != STORES[2] else []
+            held.append(sum(map(len, lists)) if name != STORES[2] else store["chatcount"])
         return held
 
     def chats_in(self, path):
