@@ -215,10 +215,9 @@ void addCheckCommand(CLI::App &commands, Action &action)
     const auto files = std::make_shared<std::vector<std::string>>();
     CLI::App *command = commands.add_subcommand(
         "check", "Decode transcripts without writing anything and list those that cannot be read");
-    command->add_option("FILES", *files,
-                        "Transcripts, or folders of them; without any, the transcript folder");
-    command->footer("Example: prattlebug check\nWith --verbose those that can be read are listed too.\nExit "
-                    "code: 1 when there are transcripts, messages or folders that cannot be read.");
+    command->add_option("FILES", *files, "Transcripts or folders; by default the transcript folder");
+    command->footer("Example: prattlebug check\nWith --verbose, readable transcripts are listed too.\nExit "
+                    "code: 1 when a transcript, a message or a folder cannot be read.");
     command->callback([files, &action] { action = [files] { return check(*files); }; });
 }
 

@@ -194,8 +194,8 @@ void addPrefsCommand(CLI::App &commands, Action &action)
     const auto options = std::make_shared<Options>();
     CLI::App *command = commands.add_subcommand("prefs", "Show or change the preferences");
     CLI::Option *key =
-        command->add_option("KEY", options->key, "Preference to show, or to set; without it, all are listed");
-    CLI::Option *value = command->add_option("VALUE", options->value, "Its new value");
+        command->add_option("KEY", options->key, "Preference to show or change; by default all are listed");
+    CLI::Option *value = command->add_option("VALUE", options->value, "New value");
     command->add_option("--delete", options->deleted, "Preference to remove")
         ->type_name("KEY")
         ->excludes(key)

@@ -66,7 +66,7 @@ class Archive(CompanionTest):
         self.assertEqual(output, "")
         self.assertEqual(errors, "You must have Prattlebug set up in order to use this program. Please go to the Prattlebug "
                                  "preferences and click Start to finish setup.\n"
-                                 "prattlebug setup does that here: see prattlebug setup --help.\n")
+                                 "Run prattlebug setup for that: see prattlebug setup --help.\n")
         self.assertEqual(os.listdir(self.home), [])
 
         self.add_samples()
