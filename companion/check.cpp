@@ -1,5 +1,6 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/terminal.h"
 
 #include "archiver/PBArchiver.h"
 #include "archiver/transcript.h"
@@ -111,7 +112,7 @@ public:
                        QStringLiteral(" more will not be archived for their names: "
                                       "prattlebug setup makes copies that will.");
         if (verbosity() != Verbosity::Quiet)
-            printLine(summary);
+            printHeading(platform::utf8FromString(summary));
         return m_unreadable > 0 || m_unreadableMessages > 0 || m_unreadFolders > 0 ? exitFailed : exitDone;
     }
 
@@ -214,10 +215,9 @@ void addCheckCommand(CLI::App &commands, Action &action)
     const auto files = std::make_shared<std::vector<std::string>>();
     CLI::App *command = commands.add_subcommand(
         "check", "Decode transcripts without writing anything and list those that cannot be read");
-    command->add_option("FILES", *files,
-                        "Transcripts, or folders of them; without any, the transcript folder");
-    command->footer("Example: prattlebug check\nWith --verbose those that can be read are listed too.\nExit "
-                    "code: 1 when there are transcripts, messages or folders that cannot be read.");
+    command->add_option("FILES", *files, "Transcripts or folders; by default the transcript folder");
+    command->footer("Example: prattlebug check\nWith --verbose, readable transcripts are listed too.\nExit "
+                    "code: 1 when a transcript, a message or a folder cannot be read.");
     command->callback([files, &action] { action = [files] { return check(*files); }; });
 }
 

@@ -122,11 +122,12 @@ void addListCommand(CLI::App &commands, Action &action)
         ->type_name("N")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
     command->add_flag("--newest", options->newestFirst, "Start with the newest chats");
-    command->add_flag("--json", options->json, "One JSON object for each chat, a line each, with its path");
+    command->add_flag("--json", options->json,
+                      "Print one JSON object per chat and line, with the chat's path");
     command->footer("Example: prattlebug list --newest --limit 20\n"
                     "         prattlebug list ferry --with kim --since 2005\n"
-                    "Filters that are about messages list the chats that have such a message.\n"
-                    "Exit code: 1 when there is no such chat, or no transcript folder.");
+                    "A chat is listed if any of its messages matches.\n"
+                    "Exit code: 1 when no chat matches, or there is no transcript folder.");
     command->callback([options, &action] { action = [options] { return list(*options); }; });
 }
 

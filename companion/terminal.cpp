@@ -3,6 +3,7 @@
 #include "companion/console.h"
 
 #include "platform/text/encoding.h"
+#include "platform/text/terminaltext.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -56,6 +57,17 @@ private:
 
     locale_t m_previous;
 };
+
+void printStyled(std::FILE *stream, const char *code, QByteArrayView bytes)
+{
+    if (!hasColours(stream)) {
+        platform::writeText(stream, bytes.toByteArray() + '\n');
+        return;
+    }
+    const QByteArray line = "\x1b[" + QByteArray(code) + 'm' + platform::terminalText(bytes) + "\x1b[0m\n";
+    std::fwrite(line.constData(), 1, size_t(line.size()), stream);
+    std::fflush(stream);
+}
 
 } // namespace
 
@@ -112,10 +124,24 @@ Stretch stretchAround(QStringView text, qsizetype position, qsizetype cells)
     return stretch;
 }
 
-OutputStyle::OutputStyle() : m_isTerminal(outputIsTerminal())
+bool hasColours(std::FILE *stream)
 {
     const char *const noColor = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): one thread
-    m_hasColours = m_isTerminal && !(noColor && *noColor);
+    return isatty(fileno(stream)) == 1 && !(noColor && *noColor);
+}
+
+void printHeading(QByteArrayView bytes)
+{
+    printStyled(stdout, "1", bytes);
+}
+
+void printFailure(QByteArrayView bytes)
+{
+    printStyled(stderr, "31", bytes);
+}
+
+OutputStyle::OutputStyle() : m_isTerminal(outputIsTerminal()), m_hasColours(hasColours(stdout))
+{
     winsize size{};
     constexpr int usualWidth = 80;
     m_width = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usualWidth;

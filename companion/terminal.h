@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
 #include <QStringView>
+
+#include <cstdio>
 
 namespace companion {
 
@@ -24,10 +27,19 @@ struct Stretch {
 /// stands at @p position can be seen with something before it.
 [[nodiscard]] Stretch stretchAround(QStringView text, qsizetype position, qsizetype cells);
 
+/// Whether @p stream is a terminal that is to have colours: not when NO_COLOR is set (no-color.org).
+[[nodiscard]] bool hasColours(std::FILE *stream);
+
+/// Writes a heading, or the sum of what was done, and a line feed to standard output: in bold where there are
+/// colours, else as printLine() does.
+void printHeading(QByteArrayView bytes);
+/// Writes what went wrong to standard error: in red where there are colours, else as printError() does.
+void printFailure(QByteArrayView bytes);
+
 /// What standard output leads to, and what helps reading there.
 class OutputStyle {
 public:
-    /// Of this process's standard output: colours on a terminal, unless NO_COLOR is set (no-color.org).
+    /// Of this process's standard output.
     OutputStyle();
 
     [[nodiscard]] bool isTerminal() const { return m_isTerminal; }

@@ -172,6 +172,8 @@ class Everyday(CompanionTest):
                  "1 failure since the count was last cleared.\nThe latest: a file could not be written.\n"),
                 ({"errorStatus": 9, "reportThis": "x", "emailFails": -2},
                  "No failure since the count was last cleared.\nThe latest: code 9 (x).\n"),
+                ({"emailFails": 1}, "1 failure since the count was last cleared.\nThe latest: an unknown failure.\n"),
+                ({"errorStatus": 0, "reportThis": "x"}, "No failure since the count was last cleared.\nThe latest: an unknown failure (x).\n"),
         ):
             self.preferences(**values)
             self.assertEqual(self.run_companion("status")[0], shown)
