@@ -108,7 +108,8 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path)
     return load(path, path.filename().native());
 }
 
-VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const std::string &fileName)
+VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const std::string &fileName,
+                                       const std::function<void(const QByteArray &)> &whenRead)
 {
     try {
         // What is no transcript by its name is not read.
@@ -116,6 +117,8 @@ VORAChatLog::Loading VORAChatLog::load(const std::filesystem::path &path, const 
             extensionOf(fileName) ? platform::readWholeFile(path) : QByteArray();
         if (!file)
             return tl::unexpected(file.error());
+        if (whenRead)
+            whenRead(*file);
         return loadWhole(*file, path, fileName);
     } catch (const std::bad_alloc &) {
         return doesNotFit(path);
@@ -161,9 +164,10 @@ VORAChatLog::Loading VORAChatLog::loadWhole(const QByteArray &bytes, const std::
         new VORAChatLog(std::move(root), platform::stringFromUtf8(fileName.substr(0, separator))));
 }
 
-VORAChatLog::Loading VORAChatLog::loadAndLog(const std::filesystem::path &path)
+VORAChatLog::Loading VORAChatLog::loadAndLog(const std::filesystem::path &path,
+                                             const std::function<void(const QByteArray &)> &whenRead)
 {
-    Loading loading = load(path);
+    Loading loading = load(path, path.filename().native(), whenRead);
     if (!loading && loading.error().kind != FailureKind::WrongName)
         platform::NSLogBytes(loading.error().line());
     if (loading && (*loading)->unreadableMessages() > 0) {

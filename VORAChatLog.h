@@ -16,6 +16,7 @@
 #include <QString>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -45,13 +46,16 @@ public:
     [[nodiscard]] static Loading load(const std::filesystem::path &path);
     /// The same for a file that is to be taken as if it bore the name @p fileName (bytes, extension
     /// included).
-    [[nodiscard]] static Loading load(const std::filesystem::path &path, const std::string &fileName);
+    /// @param whenRead is shown the bytes of the file, if it could be read, before they are decoded.
+    [[nodiscard]] static Loading load(const std::filesystem::path &path, const std::string &fileName,
+                                      const std::function<void(const QByteArray &)> &whenRead = {});
     /// The same for the contents of a file.
     [[nodiscard]] static Loading loadBytes(const QByteArray &bytes, const std::string &fileName);
 
     /// load() for a run over many files: an unreadable file is named in the console log with the reason, and
     /// so is one with unreadable messages.
-    [[nodiscard]] static Loading loadAndLog(const std::filesystem::path &path);
+    [[nodiscard]] static Loading loadAndLog(const std::filesystem::path &path,
+                                            const std::function<void(const QByteArray &)> &whenRead = {});
     /// The same; null when there is no chat log.
     [[nodiscard]] static std::unique_ptr<VORAChatLog> initWithFilePath(const std::filesystem::path &path);
 

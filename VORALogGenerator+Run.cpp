@@ -39,3 +39,21 @@ VORALogGenerator::Run::Run(std::function<Clock::time_point()> now)
 }
 
 VORALogGenerator::Run::~Run() = default;
+
+VORALogGenerator::WholeChat::WholeChat()
+{
+    if (!galleries::Session::open())
+        m_run.emplace();
+    m_session = galleries::Session::open();
+    m_session->beginChat();
+}
+
+VORALogGenerator::WholeChat::~WholeChat()
+{
+    m_session->takeBackChat();
+}
+
+void VORALogGenerator::WholeChat::keep()
+{
+    m_session->keepChat();
+}

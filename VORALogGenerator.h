@@ -8,6 +8,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace galleries {
 class Session;
@@ -42,6 +43,28 @@ public:
 
     private:
         std::unique_ptr<galleries::Session> m_session;
+    };
+
+    /// One chat of which all is folded in, or nothing: what GenerateLinkFiles(), GenerateImageFiles() and
+    /// UpdateStatistics() fold in while one exists waits in memory until keep(). Without that (an exception
+    /// has ended it) the stores stay as they were; files that were saved in `Images` stay there.
+    ///
+    /// Outside a run it is a run of one chat.
+    class WholeChat {
+    public:
+        WholeChat();
+        ~WholeChat();
+        WholeChat(const WholeChat &) = delete;
+        WholeChat &operator=(const WholeChat &) = delete;
+
+        /// Keeps the chat, and has the stores and pages written when the run would write them.
+        /// @throws std::bad_alloc when there is too little memory for that; what has not reached its file by
+        /// then is not kept.
+        void keep();
+
+    private:
+        std::optional<Run> m_run;      // where none was open
+        galleries::Session *m_session; // the open one
     };
 
     /// Folds the links of @p chatLog into the link store and writes all link pages anew. Without a chat log

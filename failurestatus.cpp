@@ -18,6 +18,7 @@ QString kindOf(qint64 code)
     case qint64(Code::MailServer): return QStringLiteral("the mail server");
     case qint64(Code::MailLogin): return QStringLiteral("the login at the mail server");
     case qint64(Code::Internal): return QStringLiteral("an internal failure");
+    case 0: return QStringLiteral("an unknown failure");
     default: return QStringLiteral("code %1").arg(code);
     }
 }

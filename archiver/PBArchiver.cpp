@@ -152,7 +152,9 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
         return;
     }
     const platform::ABAddressBook::Reading reading; // nobody has two names in one chat
-    const VORAChatLog::Loading loading = VORAChatLog::loadAndLog(path);
+    QByteArray digest;
+    const VORAChatLog::Loading loading = VORAChatLog::loadAndLog(
+        path, [&digest](const QByteArray &bytes) { digest = ChatLedger::digestOf(bytes); });
     const auto created = platform::creationTime(path);
     if (!loading && loading.error().kind == FailureKind::WrongName)
         ++m_outcome.notTranscripts;
@@ -163,10 +165,11 @@ void PBArchiver::processLog(const std::filesystem::path &path, NSFileHandle &int
     const VORAChatLog *chatLog = loading->get();
     platform::Result<> appended;
     try {
+        VORALogGenerator::WholeChat wholeChat;
         VORALogGenerator::GenerateLinkFiles(chatLog);
         VORALogGenerator::GenerateImageFiles(chatLog);
         VORALogGenerator::UpdateStatistics(*chatLog);
-        const QByteArray digest = ChatLedger::digestOf(path);
+        wholeChat.keep();
         m_outcome.countedBefore += m_before.holds(digest) ? 1 : 0;
         m_ledger.add(digest);
         ++m_folded;

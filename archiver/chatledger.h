@@ -9,7 +9,7 @@
 /// that a run has folded in, in `Library/Prattlebug/chats.ledger`. The stores themselves only ever grow, and
 /// do not tell.
 ///
-/// A text file: the digest of the stores that it goes with, then one line for each chat, all SHA-256 in
+/// A text file: the digest of the stores that it goes with, then one line for each chat, all BLAKE2b-256 in
 /// hexadecimal digits. It counts only while the stores are those that it was last written with.
 class ChatLedger {
 public:
@@ -23,11 +23,13 @@ public:
 
     /// Whether it holds the chat of the transcript of this digest.
     [[nodiscard]] bool holds(const QByteArray &digest) const { return m_digests.contains(digest); }
+    /// The same for the transcript at @p path; false when it cannot be read, or does not fit into memory.
+    [[nodiscard]] bool holdsFile(const std::filesystem::path &path) const;
     void add(const QByteArray &digest) { m_digests.insert(digest); }
     [[nodiscard]] bool isEmpty() const { return m_digests.isEmpty(); }
 
-    /// The digest of the transcript at @p path; empty when it cannot be read, or does not fit into memory.
-    [[nodiscard]] static QByteArray digestOf(const std::filesystem::path &path);
+    /// The digest of the transcript that these are the bytes of.
+    [[nodiscard]] static QByteArray digestOf(const QByteArray &transcript);
 
 private:
     QSet<QByteArray> m_digests;

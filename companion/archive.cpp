@@ -1,6 +1,7 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 #include "companion/interruption.h"
+#include "companion/terminal.h"
 
 #include "archiver/PBArchiver.h"
 #include "archiver/archivetarget.h"
@@ -50,7 +51,7 @@ Total countEntries(const std::filesystem::path &folder)
         if ((entry->extension() == ".chat" || entry->extension() == ".ichat") &&
             entry->filename().native().find(" on ") != std::string::npos) {
             ++total.transcripts;
-            if (!ledger.isEmpty() && ledger.holds(ChatLedger::digestOf(folder / *entry)))
+            if (!ledger.isEmpty() && ledger.holdsFile(folder / *entry))
                 ++total.countedBefore;
         }
     }
@@ -154,17 +155,17 @@ int archive(const Options &options)
     archiver.beginArchiving();
     const ArchiveOutcome &outcome = archiver.outcome();
     if (outcome.ending == Ending::NoTranscriptFolder)
-        printError(QStringLiteral("prattlebug setup does that here: see prattlebug setup --help."));
+        printError(QStringLiteral("Run prattlebug setup for that: see prattlebug setup --help."));
     if (outcome.mboxPath.empty())
         return exitFailed;
 
-    printLine(outcome.summary());
+    printHeading(platform::utf8FromString(outcome.summary()));
     if (outcome.countedBefore > 0)
         printLine(countedBefore(outcome.countedBefore));
     for (const QByteArray &line : outcome.failureLines())
-        printError(QByteArrayView(line));
+        printFailure(line);
     if (const auto failure = outcome.whyNotWhole())
-        printError(QByteArrayView("The mbox could not be written whole: " + failure->line()));
+        printFailure("The mbox could not be written whole: " + failure->line());
     if (outcome.ending == Ending::Interrupted) {
         printInterruption(outcome, desktop.total().transcripts);
         return exitSignalled + interruption.signal();
@@ -186,17 +187,19 @@ void addArchiveCommand(CLI::App &commands, Action &action)
         commands.add_subcommand("archive", "Write every chat of the transcript folder into one mbox file");
     command
         ->add_option("FOLDER", options->folder,
-                     "Folder to make for the mbox; an mbox in it is replaced, once the new one is whole")
+                     "Folder for the mbox, created if necessary; an earlier mbox in it is replaced once the "
+                     "new one is complete")
         ->required()
         ->check([](const std::string &folder) { return folder.empty() ? "it is empty" : ""; });
-    command->add_flag("--skip-new", options->skipNew,
-                      "Leave out chats created after the transcript folder was");
+    command->add_flag("--skip-new", options->skipNew, "Skip chats that are newer than the transcript folder");
     command->add_flag("--fresh", options->fresh,
-                      "Set stores and pages of earlier runs aside first, so that each chat is counted once");
-    command->footer("Example: prattlebug archive ~/\"Prattlebug Archive\"\n"
-                    "Exit code: 0 when done, 1 when there is no transcript folder, a folder in it cannot be "
-                    "read, FOLDER cannot be made,\nor the mbox could not be written whole; 128 and the "
-                    "signal's number when it was interrupted.");
+                      "First move the galleries and statistics of earlier runs to another folder, so that "
+                      "each chat is counted once");
+    command->footer(
+        "Example: prattlebug archive ~/\"Prattlebug Archive\"\n"
+        "Exit code: 1 when there is no transcript folder, when a folder in it cannot be read, when "
+        "FOLDER cannot be created,\nor when the mbox could not be written completely; 128 plus the "
+        "signal's number when interrupted.");
     command->callback([options, &action] { action = [options] { return archive(*options); }; });
 }
 

@@ -54,12 +54,16 @@ void tellWhatIsMissing(const ChatIndex &index)
         printError(QByteArrayView("This folder could not be read: " + QByteArray::fromStdString(folder)));
     if (verbosity() == Verbosity::Quiet)
         return;
-    for (const auto &transcript : index.unreadable()) {
-        if (transcript.isNew)
-            printError(
-                QByteArrayView("Cannot be read: " + QByteArray::fromStdString(transcript.path.native()) +
-                               ": " + QByteArray::fromStdString(transcript.reason)));
-    }
+    const auto tell = [](const std::vector<indexing::UnreadableTranscript> &transcripts,
+                         const QByteArray &what) {
+        for (const auto &transcript : transcripts) {
+            if (transcript.isNew)
+                printError(QByteArrayView(what + QByteArray::fromStdString(transcript.path.native()) + ": " +
+                                          QByteArray::fromStdString(transcript.reason)));
+        }
+    };
+    tell(index.unreadable(), "Cannot be read: ");
+    tell(index.partlyUnreadable(), "Cannot be read whole: ");
 }
 
 } // namespace
@@ -108,11 +112,15 @@ int bringIndexUpToDate(bool again)
         for (const indexing::Chat &chat : index.chats())
             messages += chat.messages;
         const auto unreadable = qsizetype(index.unreadable().size());
-        printLine(
-            QStringLiteral("%1 chats with %2 messages are in the index")
-                .arg(index.chats().size())
-                .arg(messages) +
-            (unreadable > 0 ? QStringLiteral("; %1 transcripts cannot be read").arg(unreadable) : QString()));
+        const auto partlyUnreadable = qsizetype(index.partlyUnreadable().size());
+        QString line = QStringLiteral("%1 chats with %2 messages are in the index")
+                           .arg(index.chats().size())
+                           .arg(messages);
+        if (unreadable > 0)
+            line += QStringLiteral("; %1 transcripts cannot be read").arg(unreadable);
+        if (partlyUnreadable > 0)
+            line += QStringLiteral("; %1 have unreadable messages").arg(partlyUnreadable);
+        printLine(line);
     }
     return index.unreadFolders().empty() ? exitDone : exitFailed;
 }

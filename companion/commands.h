@@ -33,6 +33,7 @@ void addPagesCommand(CLI::App &commands, Action &action);
 void addLinkLogCommand(CLI::App &commands, Action &action);
 void addImageLogCommand(CLI::App &commands, Action &action);
 void addStatusCommand(CLI::App &commands, Action &action);
-void addSendCommand(CLI::App &commands, Action &action); // built with PRATTLEBUG_MAIL alone
+/// Built with PRATTLEBUG_MAIL alone. @param commandLine as main() has it.
+void addSendCommand(CLI::App &commands, Action &action, char *const *commandLine);
 
 } // namespace companion

@@ -35,7 +35,8 @@ using exporting::Transcript;
 
 const std::map<std::string, Format> formats{{"html", Format::Html},         {"text", Format::Text},
                                             {"markdown", Format::Markdown}, {"json", Format::Json},
-                                            {"jsonl", Format::JsonLines},   {"csv", Format::Csv}};
+                                            {"jsonl", Format::JsonLines},   {"csv", Format::Csv},
+                                            {"eml", Format::Eml},           {"maildir", Format::Maildir}};
 const std::map<std::string, Grouping> groupings{{"chat", Grouping::Chat},
                                                 {"person", Grouping::Person},
                                                 {"month", Grouping::Month},
@@ -60,7 +61,8 @@ struct Options {
     /// Whether the chats' dates decide what stands where.
     [[nodiscard]] bool needsDates() const
     {
-        return chosen().grouping != Grouping::Chat || chosen().format == Format::JsonLines;
+        return chosen().grouping != Grouping::Chat || chosen().format == Format::JsonLines ||
+               exporting::isMail(chosen().format);
     }
 };
 
@@ -189,6 +191,18 @@ std::optional<Choice> chosenChats(const Options &options)
     return wholeFolder();
 }
 
+/// What mails are not to share a Message-ID with.
+/// @return nothing when that could not be found out, which has been told.
+std::optional<std::vector<Transcript>> keptChats(const Options &options)
+{
+    const bool areChosen = !options.files.empty() || !options.filters.question().isEmpty();
+    if (!exporting::isMail(options.chosen().format) || !areChosen ||
+        !platform::fileExists(PBArchiver::transcriptFolder()))
+        return std::vector<Transcript>();
+    auto kept = asIndexKnows({});
+    return kept ? std::optional(std::move(kept->transcripts)) : std::nullopt;
+}
+
 QString counted(qint64 count, const char *one, const char *many)
 {
     return QLocale(QLocale::English).toString(count) + u' ' + QLatin1String(count == 1 ? one : many);
@@ -262,10 +276,14 @@ int exportChats(const Options &options)
         printError(QStringLiteral("No chat is to be exported."));
         return exitFailed;
     }
+    const auto kept = keptChats(options);
+    if (!kept)
+        return exitFailed;
     const Interruption interruption;
     ConsoleHost host(verbosity() == Verbosity::Quiet);
     // Chats of a folder that could not be listed may well belong there.
-    const exporting::Manner manner{options.chosen(), options.mirror && choice->unreadFolders.empty()};
+    const exporting::Manner manner{options.chosen(), options.mirror && choice->unreadFolders.empty(), 0,
+                                   *kept};
     const Outcome outcome =
         exporting::exportChats(options.folder, choice->transcripts, manner, [&](size_t done, size_t total) {
             host.showProgress(qsizetype(done), qsizetype(total), "chats");
@@ -289,8 +307,8 @@ std::vector<std::string> wordsOf(const std::map<std::string, Value> &values)
 void addExportCommand(CLI::App &commands, Action &action)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        commands.add_subcommand("export", "Write chats as web pages, text, tables and more into a folder");
+    CLI::App *command = commands.add_subcommand(
+        "export", "Write chats as web pages, text, tables, mails and more into a folder");
     command
         ->add_option("FOLDER", options->folder,
                      "Folder for the export, which is made; again in the same one "
@@ -307,7 +325,8 @@ void addExportCommand(CLI::App &commands, Action &action)
         ->capture_default_str();
     command
         ->add_option("--attachments", options->attachments,
-                     "Where attached files go; without it, pictures inside web pages and all else beside")
+                     "Where attached files go; without it, all inside mails, pictures inside web pages and "
+                     "all else beside")
         ->check(CLI::IsMember(wordsOf(attachmentPlaces)));
     command->add_flag("--mirror", options->mirror,
                       "Remove files of earlier exports of this format that this one does not write");
@@ -323,6 +342,11 @@ void addExportCommand(CLI::App &commands, Action &action)
         if (options->attachments == "inside" && !exporting::holdsFiles(options->chosen().format))
             throw CLI::ValidationError("--attachments",
                                        options->format + " cannot hold files: beside or none");
+        const bool isMail = exporting::isMail(options->chosen().format);
+        if (isMail && options->attachments == "beside")
+            throw CLI::ValidationError("--attachments", "mails hold their files: inside or none");
+        if (isMail && options->grouping != "chat")
+            throw CLI::ValidationError("--by", "a mail holds one chat");
         action = [options] { return exportChats(*options); };
     });
 }

@@ -13,9 +13,9 @@ void addIndexCommand(CLI::App &commands, Action &action)
     command->add_flag("--rebuild", *again, "Read all transcripts again");
     command->footer(
         "Example: prattlebug index\n"
-        "The other commands do this by themselves; do it beforehand to have their first answer at once. "
+        "The other commands do this themselves; run it beforehand to get their first answer at once. "
         "The index is kept in Library/Caches/Prattlebug and may be deleted at any time.\n"
-        "Exit code: 1 when it cannot be kept, or a folder could not be read.");
+        "Exit code: 1 when the index cannot be written, or a folder cannot be read.");
     command->callback([again, &action] { action = [again] { return bringIndexUpToDate(*again); }; });
 }
 

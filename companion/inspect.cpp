@@ -206,8 +206,8 @@ void addInspectCommand(CLI::App &commands, Action &action)
 {
     const auto file = std::make_shared<std::string>();
     CLI::App *command =
-        commands.add_subcommand("inspect", "Print what an archive of either kind holds, as JSON");
-    command->add_option("FILE", *file, "Typed stream or keyed archive, told apart by the first bytes")
+        commands.add_subcommand("inspect", "Print the contents of a transcript's archive as JSON");
+    command->add_option("FILE", *file, "Typed stream or keyed archive; the first bytes tell which")
         ->required();
     command->footer("Example: prattlebug inspect \"Kim on 2005-03-01.chat\" | less\n"
                     "Exit code: 1 when the file is malformed, or the output would be larger than 64 MiB.");

@@ -54,17 +54,15 @@ void printChat(const Chat &chat, const OutputStyle &style)
                              ? platform::descriptionWithCalendarFormat(dateOf(*chat.first), u"%Y-%m-%d %H:%M")
                              : QStringLiteral("no date         ");
     const QString name = style.onOneLine(chat.otherParty);
-    const QString before = date + QStringLiteral("  ") + style.bold(name.leftJustified(nameWidth)) + u' ' +
+    const QString before = date + QStringLiteral("  ") + style.bold(paddedTo(name, nameWidth)) + u' ' +
                            QString::number(chat.messages).rightJustified(numberWidth) +
                            QStringLiteral(" messages ") + lengthOf(chat).rightJustified(lengthWidth) +
                            QStringLiteral("  ");
     QString beginning = style.onOneLine(chat.beginning);
     if (style.isTerminal()) {
-        const qsizetype used = date.size() + 2 + std::max<qsizetype>(nameWidth, name.size()) + 1 +
+        const qsizetype used = date.size() + 2 + std::max<qsizetype>(nameWidth, cellsOf(name)) + 1 +
                                numberWidth + 10 + lengthWidth + 2;
-        const qsizetype room = std::max<qsizetype>(style.width() - used, 0);
-        if (beginning.size() > room)
-            beginning = beginning.left(room - 1) + (room > 0 ? QStringLiteral("…") : QString());
+        beginning = cutTo(beginning, std::max<qsizetype>(style.width() - used, 0));
     }
     OutputStyle::printLine(before + beginning);
 }
@@ -124,11 +122,12 @@ void addListCommand(CLI::App &commands, Action &action)
         ->type_name("N")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
     command->add_flag("--newest", options->newestFirst, "Start with the newest chats");
-    command->add_flag("--json", options->json, "One JSON object for each chat, a line each, with its path");
+    command->add_flag("--json", options->json,
+                      "Print one JSON object per chat and line, with the chat's path");
     command->footer("Example: prattlebug list --newest --limit 20\n"
                     "         prattlebug list ferry --with kim --since 2005\n"
-                    "Filters that are about messages list the chats that have such a message.\n"
-                    "Exit code: 1 when there is no such chat, or no transcript folder.");
+                    "A chat is listed if any of its messages matches.\n"
+                    "Exit code: 1 when no chat matches, or there is no transcript folder.");
     command->callback([options, &action] { action = [options] { return list(*options); }; });
 }
 

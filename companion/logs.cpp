@@ -111,7 +111,7 @@ void addCommand(CLI::App &commands, const LogKind &kind, const char *name, const
     const auto paths = std::make_shared<std::pair<std::string, std::string>>();
     CLI::App *command = commands.add_subcommand(name, description);
     command->add_option("FILE", paths->first, "Transcript, *.chat or *.ichat")->required();
-    command->add_option("LOG", paths->second, "Text file that is added to; it must exist")->required();
+    command->add_option("LOG", paths->second, "Text file to append to; it must exist")->required();
     command->footer(footer);
     command->callback([paths, &kind, &action] {
         action = [paths, &kind] { return extend(kind, paths->first, paths->second); };

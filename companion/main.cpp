@@ -78,8 +78,8 @@ int exitAfterParsing(const CLI::App &program, const CLI::ParseError &error)
 void addHelpCommand(CLI::App &program, companion::Action &action)
 {
     const auto name = std::make_shared<std::string>();
-    CLI::App *command = program.add_subcommand("help", "Tell more of a command, with an example");
-    command->add_option("COMMAND", *name, "Without one, all commands are listed");
+    CLI::App *command = program.add_subcommand("help", "Explain a command and give an example");
+    command->add_option("COMMAND", *name, "Command to explain; without it, all commands are listed");
     command->footer("Example: prattlebug help archive");
     command->callback([name, &program, &action] {
         action = [name, &program = std::as_const(program)] {
@@ -106,21 +106,21 @@ int run(int argc, char **argv)
                      "prattlebug");
     program.set_version_flag("--version", PRATTLEBUG_VERSION);
     program.require_subcommand(1);
-    program.footer(
-        "Example: prattlebug setup --email sam@example.org /media/sam/Backup\n"
-        "         prattlebug archive ~/\"Prattlebug Archive\"\n"
-        "The options stand before or behind the command; --help behind it tells more of it, with an "
-        "example.\n"
-        "Exit code: 0 done, 1 failed, 2 wrong usage.");
+    program.footer("Example: prattlebug setup --email sam@example.org /media/sam/Backup\n"
+                   "         prattlebug archive ~/\"Prattlebug Archive\"\n"
+                   "Options can be given before or after the command. `prattlebug COMMAND --help` explains a "
+                   "command and "
+                   "gives an example.\n"
+                   "Exit code: 0 when done, 1 when something failed, 2 for wrong usage.");
     program.fallthrough();
     std::string home;
-    program.add_option("--home", home, "Home folder to work in, instead of the user's own")->type_name("DIR");
+    program.add_option("--home", home, "Use another home folder than your own")->type_name("DIR");
 
     bool quiet = false;
     bool verbose = false;
-    CLI::Option *quietFlag =
-        program.add_flag("--quiet,-q", quiet, "Only results and failures: no console log, no progress bar");
-    program.add_flag("--verbose,-v", verbose, "Also what is done on the way")->excludes(quietFlag);
+    CLI::Option *quietFlag = program.add_flag(
+        "--quiet,-q", quiet, "Print results and failures only: no console log, no progress bar");
+    program.add_flag("--verbose,-v", verbose, "Report every step on standard error")->excludes(quietFlag);
 
     companion::Action action;
     companion::addSetupCommand(program, action);
@@ -141,7 +141,7 @@ int run(int argc, char **argv)
     companion::addStatusCommand(program, action);
     addHelpCommand(program, action);
 #ifdef PRATTLEBUG_MAIL
-    companion::addSendCommand(program, action);
+    companion::addSendCommand(program, action, argv);
 #endif
 
     try {

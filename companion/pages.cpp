@@ -81,11 +81,11 @@ int pages()
 void addPagesCommand(CLI::App &commands, Action &action)
 {
     CLI::App *command =
-        commands.add_subcommand("pages", "Make the pages of links, images and statistics anew from what is "
-                                         "stored, after a change of a template");
+        commands.add_subcommand("pages", "Make the pages of links, images and statistics again, for example "
+                                         "after a template was changed");
     command->footer(
         "Example: prattlebug pages\n"
-        "Exit code: 1 when a template is missing, a store cannot be read, or a page not written.");
+        "Exit code: 1 when a template is missing, a store cannot be read, or a page cannot be written.");
     command->callback([&action] { action = pages; });
 }
 

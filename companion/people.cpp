@@ -4,6 +4,7 @@
 #include "companion/jsonlines.h"
 #include "companion/terminal.h"
 
+#include "platform/addressbook/addressbook.h"
 #include "platform/date/calendar.h"
 
 #include <QJsonArray>
@@ -70,17 +71,21 @@ std::vector<Somebody> everybody(const std::vector<KnownPerson> &people)
 void print(const Somebody &somebody, const OutputStyle &style)
 {
     constexpr int nameWidth = 24;
-    constexpr int numberWidth = 7;
+    const auto counted = [](qint64 number, QStringView ofOne, QStringView ofMany) {
+        constexpr int numberWidth = 7;
+        return QString::number(number).rightJustified(numberWidth) +
+               (number == 1 ? ofOne : ofMany).toString();
+    };
     const auto day = [](const std::optional<qint64> &milliseconds) {
         return milliseconds ? platform::descriptionWithCalendarFormat(dateOf(*milliseconds), u"%Y-%m-%d")
                             : QStringLiteral("no date   ");
     };
     QStringList others = somebody.screenNames();
     others.removeAll(somebody.name);
-    printLine(style.bold(style.onOneLine(somebody.name).leftJustified(nameWidth)) +
-              QString::number(somebody.chats).rightJustified(numberWidth) + QStringLiteral(" chats ") +
-              QString::number(somebody.messages).rightJustified(numberWidth) + QStringLiteral(" messages  ") +
-              day(somebody.first) + QStringLiteral(" to ") + day(somebody.last) +
+    printLine(style.bold(paddedTo(style.onOneLine(somebody.name), nameWidth)) +
+              counted(somebody.chats, u" chat  ", u" chats ") +
+              counted(somebody.messages, u" message   ", u" messages  ") + day(somebody.first) +
+              QStringLiteral(" to ") + day(somebody.last) +
               (others.isEmpty()
                    ? QString()
                    : style.dim(QStringLiteral("  ") + style.onOneLine(others.join(QStringLiteral(", "))))));
@@ -98,6 +103,28 @@ void printJson(const Somebody &somebody)
                    {QStringLiteral("messages"), somebody.messages},
                    {QStringLiteral("first"), jsonTime(somebody.first)},
                    {QStringLiteral("last"), jsonTime(somebody.last)}});
+}
+
+/// Prints every name and screen name that the index knows, for shells to complete.
+int printNames()
+{
+    const platform::ABAddressBook::Reading oneReading;
+    QStringList names;
+    for (const KnownPerson &person : indexing::ChatIndex::peopleIn(indexing::ChatIndex::fileInHome())) {
+        if (person.chats > 0)
+            names << person.displayName << person.person.screenName.value_or(QString());
+    }
+    names.removeDuplicates();
+    names.sort(Qt::CaseInsensitive);
+    for (const QString &name : names) {
+        // What begins or ends with a blank, or would not stay on its line, is no name that anybody types.
+        if (!name.isEmpty() && name == name.trimmed() && std::none_of(name.begin(), name.end(), [](QChar c) {
+                return c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line ||
+                       c.category() == QChar::Separator_Paragraph;
+            }))
+            printLine(name);
+    }
+    return exitDone;
 }
 
 int people(bool json)
@@ -121,13 +148,21 @@ int people(bool json)
 void addPeopleCommand(CLI::App &commands, Action &action)
 {
     const auto json = std::make_shared<bool>(false);
+    const auto namesOnly = std::make_shared<bool>(false);
     CLI::App *command =
         commands.add_subcommand("people", "List everybody who wrote anything, most messages first");
-    command->add_flag("--json", *json, "One JSON object for each person, a line each");
+    CLI::Option *asJson = command->add_flag("--json", *json, "One JSON object for each person, a line each");
+    command
+        ->add_flag("--names", *namesOnly,
+                   "Only names and screen names, as the index has them without a look at the transcripts: "
+                   "what shells complete")
+        ->excludes(asJson);
     command->footer("Example: prattlebug people\n"
                     "Screen names that the address book gives one name are one person.\n"
                     "Exit code: 1 when there is nobody, or no transcript folder.");
-    command->callback([json, &action] { action = [json] { return people(*json); }; });
+    command->callback([json, namesOnly, &action] {
+        action = [json, namesOnly] { return *namesOnly ? printNames() : people(*json); };
+    });
 }
 
 } // namespace companion

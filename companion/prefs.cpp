@@ -60,10 +60,27 @@ const Preference *preferenceNamed(const QString &key)
     return found == preferences.end() ? nullptr : found;
 }
 
-int refuse(const QString &reason)
+/// What @p preference takes, in one line.
+QString whatItTakes(const Preference &preference)
 {
-    printError(reason);
-    printError(QStringLiteral("Keys:"));
+    switch (preference.type) {
+    case Type::String: return QStringLiteral("%1 takes any text.").arg(preference.key);
+    case Type::Boolean: return QStringLiteral("%1 takes YES or NO.").arg(preference.key);
+    case Type::Integer: return QStringLiteral("%1 takes an integer.").arg(preference.key);
+    case Type::Address:
+        return QStringLiteral("%1 takes a mail address without a name, such as kim@example.org.")
+            .arg(preference.key);
+    case Type::Password:
+        return QStringLiteral(
+                   "%1 takes no password on the command line: leave it out, and you are asked for it.")
+            .arg(preference.key);
+    }
+    return {};
+}
+
+int refuseKey(const QString &key)
+{
+    printError(QStringLiteral("There is no preference called %1. There are:").arg(key));
     for (const Preference &preference : preferences)
         printError(QStringLiteral("  %1 (%2)").arg(preference.key, typeName(preference.type)));
     return exitWrongUsage;
@@ -88,7 +105,7 @@ std::optional<QString> shownValue(const Preference &preference)
     return QStringLiteral("(a value of another type)");
 }
 
-/// @p text as a value for @p preference; Null when it is not of its type.
+/// @p text from the command line as a value for @p preference; Null when it cannot be one.
 PropertyList valueFor(const Preference &preference, const QString &text)
 {
     PropertyList string = PropertyList::fromString(text);
@@ -102,8 +119,8 @@ PropertyList valueFor(const Preference &preference, const QString &text)
         return number ? PropertyList::fromInteger(*number) : PropertyList();
     }
     case Type::Address: return platform::isBareAddress(text) ? string : PropertyList();
-    case Type::String:
-    case Type::Password: return string;
+    case Type::String: return string;
+    case Type::Password: break; // it would be seen on the command line
     }
     return {};
 }
@@ -157,18 +174,16 @@ int prefs(const Options &options)
         return listAll();
     const Preference *preference = preferenceNamed(key);
     if (!preference)
-        return refuse(QStringLiteral("There is no preference called %1.").arg(key));
+        return refuseKey(key);
     if (!options.deleted.empty())
         return store(*preference, PropertyList());
     if (!options.hasValue)
         return showOrAsk(*preference);
-    if (preference->type == Type::Password)
-        return refuse(QStringLiteral(
-            "A password does not belong on a command line: leave it out, and it is asked for."));
     const PropertyList value = valueFor(*preference, platform::stringFromUtf8(options.value));
-    if (value.isNull())
-        return refuse(
-            QStringLiteral("%1 takes another kind of value: %2.").arg(key, typeName(preference->type)));
+    if (value.isNull()) {
+        printError(whatItTakes(*preference));
+        return exitWrongUsage;
+    }
     return store(*preference, value);
 }
 
@@ -179,13 +194,13 @@ void addPrefsCommand(CLI::App &commands, Action &action)
     const auto options = std::make_shared<Options>();
     CLI::App *command = commands.add_subcommand("prefs", "Show or change the preferences");
     CLI::Option *key =
-        command->add_option("KEY", options->key, "Preference to show, or to set; without it, all are listed");
-    CLI::Option *value = command->add_option("VALUE", options->value, "Its new value");
+        command->add_option("KEY", options->key, "Preference to show or change; by default all are listed");
+    CLI::Option *value = command->add_option("VALUE", options->value, "New value");
     command->add_option("--delete", options->deleted, "Preference to remove")
         ->type_name("KEY")
         ->excludes(key)
         ->excludes(value);
-    command->footer("A password is asked for: prattlebug prefs emailPassword\n"
+    command->footer("To be asked for the password: prattlebug prefs emailPassword\n"
                     "Example: prattlebug prefs emailAddress kim@example.org\n"
                     "Exit code: 1 when a preference is not set or cannot be written, 2 for an unknown key or "
                     "a wrong value.");

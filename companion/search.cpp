@@ -3,9 +3,9 @@
 #include "companion/console.h"
 #include "companion/filters.h"
 #include "companion/jsonlines.h"
+#include "companion/localtime.h"
 #include "companion/terminal.h"
 
-#include "platform/date/calendar.h"
 #include "platform/text/encoding.h"
 
 #include <CLI/Validators.hpp>
@@ -32,12 +32,6 @@ struct Options {
     bool json = false;
     bool withoutIndex = false;
 };
-
-QString dayOf(const std::optional<qint64> &milliseconds)
-{
-    return milliseconds ? platform::descriptionWithCalendarFormat(dateOf(*milliseconds), u"%a %Y-%m-%d")
-                        : QStringLiteral("without a date");
-}
 
 /// What is printed of the answers, for people.
 class Listing {
@@ -117,15 +111,11 @@ private:
         if (match.milliseconds && day != m_day)
             OutputStyle::printLine(m_style.dim(QStringLiteral("  ") + day));
         m_day = match.milliseconds ? day : m_day;
-        const QString time =
-            match.milliseconds
-                ? platform::descriptionWithCalendarFormat(dateOf(*match.milliseconds), u"%H:%M")
-                : QStringLiteral("--:--");
         const QString before =
-            QStringLiteral("  ") + time +
+            QStringLiteral("  ") + timeOfDay(match.milliseconds) +
             (m_options.context > 0 && isMatch ? QStringLiteral(" > ") : QStringLiteral("   ")) +
             m_style.onOneLine(m_index.people()[match.person].displayName) + QStringLiteral(": ");
-        const QString text = before + shown(match, isMatch, m_style.width() - before.size());
+        const QString text = before + shown(match, isMatch, m_style.width() - cellsOf(before));
         OutputStyle::printLine(isMatch ? text : m_style.dim(text));
     }
 
@@ -133,23 +123,16 @@ private:
     /// found, with the words marked.
     [[nodiscard]] QString shown(const Match &match, bool isMatch, qsizetype room) const
     {
-        QString text = m_style.onOneLine(match.text);
+        const QString readable = indexing::readableText(match.text, match.fileNames);
+        QString text = m_style.onOneLine(readable);
         if (!m_style.isTerminal())
             return text;
         std::vector<indexing::FoldedText::Range> words;
         if (isMatch)
-            words = indexing::wordsIn(match.text, m_question).value_or(words);
+            words = indexing::wordsIn(readable, m_question).value_or(words);
         constexpr qsizetype leastRoom = 30;
-        room = std::max(room, leastRoom);
-        qsizetype start = 0;
-        qsizetype end = text.size();
-        if (end > room) {
-            const qsizetype first = words.empty() ? 0 : words.front().position;
-            start = std::clamp<qsizetype>(first - room / 3, 0, text.size() - room + 1);
-            end = std::min(start + room - (start > 0 ? 2 : 1), text.size());
-            start += start > 0 && text[start].isLowSurrogate() ? 1 : 0;
-            end -= end < text.size() && text[end].isLowSurrogate() ? 1 : 0;
-        }
+        const auto [start, end] =
+            stretchAround(text, words.empty() ? 0 : words.front().position, std::max(room, leastRoom));
         QString result = start > 0 ? QStringLiteral("…") : QString();
         qsizetype position = start;
         for (const auto &word : words) {
@@ -186,11 +169,13 @@ void printJson(const ChatIndex &index, const Match &match)
 
 int search(const Options &options)
 {
-    const auto start = std::chrono::steady_clock::now();
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
     const Question question = options.filters.question();
     const auto index = upToDateIndex(&question, options.withoutIndex);
     if (!index)
         return exitFailed;
+    const auto upToDate = Clock::now();
     Listing listing(*index, question, options);
     qint64 found = 0;
     const auto failure = index->find(
@@ -212,11 +197,13 @@ int search(const Options &options)
     if (options.countOnly)
         printLine(QString::number(found));
     if (verbosity() == Verbosity::Verbose) {
-        const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-        printError(QStringLiteral("%1 found in %2 chats in %3 s")
+        const std::chrono::duration<double> asking = Clock::now() - upToDate;
+        const std::chrono::duration<double> updating = upToDate - start;
+        printError(QStringLiteral("%1 found in %2 chats in %3 s, after %4 s to bring the index up to date")
                        .arg(found)
                        .arg(index->chats().size())
-                       .arg(seconds.count(), 0, 'f', 3));
+                       .arg(asking.count(), 0, 'f', 4)
+                       .arg(updating.count(), 0, 'f', 3));
     }
     return found > 0 && index->unreadFolders().empty() ? exitDone : exitFailed;
 }
@@ -245,11 +232,13 @@ void addSearchCommand(CLI::App &commands, Action &action)
         "Example: prattlebug search ferry\n"
         "         prattlebug search \"see you\" --from kim --since 2005-03 --context 3\n"
         "         prattlebug search --with kim --since 2005 --until 2005 --has picture\n"
-        "Without words, any of the filters is enough. Messages are grouped by chat; the path in the "
+        "Without words, any other option is enough. Messages are grouped by chat; the path in the "
         "heading is one that \"prattlebug show\" takes. Times are local.\n"
         "Exit code: 1 when nothing is found, or there is no transcript folder.");
     command->callback([options, &action] {
-        if (options->filters.words.empty() && options->filters.question().isEmpty())
+        const bool isAnyGiven = options->context > 0 || options->limit > 0 || options->newestFirst ||
+                                options->countOnly || options->json;
+        if (options->filters.words.empty() && options->filters.question().isEmpty() && !isAnyGiven)
             throw CLI::ValidationError("search",
                                        "say what to search for: words, or a filter such as --with kim");
         action = [options] { return search(*options); };

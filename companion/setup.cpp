@@ -242,10 +242,11 @@ void addSetupCommand(CLI::App &commands, Action &action)
     const auto options = std::make_shared<Options>();
     CLI::App *command = commands.add_subcommand(
         "setup",
-        "Make the folders, put templates in place, copy transcripts: everything before the first archive");
-    command->add_option("CHATS", options->chats,
-                        "Folders with transcripts at any depth: a whole disk, a home folder on it, a backup; "
-                        "without any, where iChat keeps them in this home");
+        "Create the folders and templates and copy the transcripts: everything before the first archive");
+    command->add_option(
+        "CHATS", options->chats,
+        "Folders with transcripts at any depth, such as a whole disk, a home folder or a backup; "
+        "by default where iChat keeps them in this home folder");
     command->add_option("--email", options->email, "Address that the mails are from and to")
         ->type_name("ADDRESS");
     command
@@ -255,21 +256,22 @@ void addSetupCommand(CLI::App &commands, Action &action)
         ->add_option("--contacts", options->contacts,
                      "vCard file with everybody else, or an address book of a Mac")
         ->type_name("CARDS");
-    command->add_flag("--dry-run,-n", options->dryRun, "Only tell what would be done");
-    command->add_flag("--json", options->asJson, "Tell it, and how far it is, as JSON objects, one a line");
+    command->add_flag("--dry-run,-n", options->dryRun, "Only print what would be done");
+    command->add_flag("--json", options->asJson,
+                      "Print the report and the progress as JSON, one object per line");
     command->add_flag("--reset-templates", options->resetTemplates,
                       "Also replace templates and word lists that you have changed");
     command->footer(R"(Example: prattlebug setup --email sam@example.org /media/sam/Backup
-Each chat is copied once: not again where the same bytes lie elsewhere too, nor the beginning of a chat whose
-whole is there. A copy is dated like its file, or like the last message where the file has lost its date, and
-gets a name that the archiver takes. Setup can be stopped with ^C and repeated at any time: it goes on where it
-was. Nothing of yours is overwritten, and cards that are replaced are kept beside the new ones.
-Without --me and --contacts the address book in the homes of the chats is taken, if there are no cards yet.
-Without cards names stay screen names, and in the statistics the words of people who are shown under another
-name than the one in the transcript's file name count as yours.
-With --verbose every transcript that is copied is named.
-Exit code: 1 when something is wrong with what was given, or when files or folders could not be read; they are
-named. Damaged transcripts are copied, and named too. 128 and the signal's number when it was stopped.)");
+Each chat is copied once: files with the same bytes are not copied again, and neither is the beginning of a
+longer transcript. A copy has the date of its file, or of the last message if the file has lost its date, and a
+name that the archiver accepts. You can stop setup with ^C and run it again at any time: it continues where it
+stopped. None of your files are overwritten, and replaced cards are kept beside the new ones.
+Without --me and --contacts, the address book in the home folders of the chats is used, if there are no cards yet.
+Without cards, people are shown by their screen names, and the statistics count the words of everybody as yours
+whose name differs from the one in the transcript's file name.
+With --verbose, every transcript that is copied is named.
+Exit code: 1 when an argument is wrong, or when a file or folder cannot be read; all of these are named. Damaged
+transcripts are copied, and named too. 128 plus the signal's number when interrupted.)");
     command->callback([options, &action] { action = [options] { return setup(*options); }; });
 }
 

@@ -1,6 +1,7 @@
 #include "companion/setupreport.h"
 
 #include "companion/console.h"
+#include "companion/terminal.h"
 
 #include "platform/files/files.h"
 #include "platform/text/encoding.h"
@@ -8,6 +9,7 @@
 #include <QJsonDocument>
 
 #include <array>
+#include <utility>
 
 namespace companion {
 
@@ -38,13 +40,13 @@ void SetupReport::line(QLatin1StringView event, const QByteArray &text, QJsonObj
         fields.insert(QStringLiteral("event"), event);
         fields.insert(QStringLiteral("text"), platform::stringFromUtf8(text));
     }
-    m_lines += (m_asJson ? jsonLine(fields) : text) + '\n';
+    m_lines.push_back({m_asJson ? jsonLine(fields) : text});
 }
 
 void SetupReport::list(QLatin1StringView event, const QByteArray &title, const std::vector<Entry> &entries)
 {
     if (!m_asJson && !entries.empty())
-        m_lines += title + '\n';
+        m_lines.push_back({title, true});
     for (const Entry &entry : entries) {
         QJsonObject fields = entry.fields;
         fields.insert(QStringLiteral("title"), platform::stringFromUtf8(title));
@@ -58,14 +60,19 @@ void SetupReport::error(const QByteArray &text)
     if (m_asJson)
         line(QLatin1StringView("error"), text);
     print();
-    printError(QByteArrayView(text));
+    printFailure(text);
 }
 
 void SetupReport::print()
 {
-    if (!m_lines.isEmpty() && (m_asJson || verbosity() != Verbosity::Quiet))
-        printLine(QByteArrayView(m_lines).chopped(1));
-    m_lines.clear();
+    if (!m_asJson && verbosity() == Verbosity::Quiet)
+        m_lines.clear();
+    for (const Line &line : std::exchange(m_lines, {})) {
+        if (line.isTitle)
+            printHeading(line.text);
+        else
+            printLine(QByteArrayView(line.text));
+    }
 }
 
 SetupProgress::SetupProgress(ConsoleHost &host, bool asJson) : m_host(host), m_asJson(asJson) {}

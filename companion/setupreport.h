@@ -39,8 +39,13 @@ public:
     void print();
 
 private:
+    struct Line {
+        QByteArray text;
+        bool isTitle = false;
+    };
+
     bool m_asJson;
-    QByteArray m_lines;
+    std::vector<Line> m_lines;
 };
 
 /// Shows how far an import is: as a bar on the console, or as events for programs. Stops it when a signal has

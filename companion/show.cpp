@@ -1,11 +1,16 @@
 #include "companion/commands.h"
 #include "companion/console.h"
 #include "companion/jsonwriter.h"
+#include "companion/localtime.h"
+#include "companion/terminal.h"
 
 #include "archiver/transcript.h"
 
+#include "index/chatrecord.h"
+
 #include "VORAChatLog.h"
 
+#include "platform/addressbook/addressbook.h"
 #include "platform/date/calendar.h"
 #include "platform/text/encoding.h"
 
@@ -106,9 +111,47 @@ QByteArray render(const VORAChatLog &chatLog, const std::string &form)
     return text.isNull() ? QByteArray() : platform::utf8FromString(text) + '\n';
 }
 
-int show(const std::string &given, const std::string &form)
+/// Prints the messages of the plain form with a time before each, under headings of days, and with attached
+/// files as people can read them.
+/// @param plain that form; its credit stands here, too.
+void printWithTimes(const VORAChatLog &chatLog, const QByteArray &plain)
 {
-    const std::filesystem::path file = transcriptPath(given);
+    const OutputStyle style;
+    const platform::ABAddressBook::Reading oneReading;
+    QString dayAtHand;
+    for (const auto &message : chatLog.messages()) {
+        if (message->isStatusMessage())
+            continue;
+        const auto &time = message->TimeStamp();
+        const auto milliseconds = time ? std::optional(time->unixMilliseconds()) : std::nullopt;
+        if (const QString day = dayOf(milliseconds); milliseconds && day != dayAtHand) {
+            OutputStyle::printLine(style.bold(day));
+            dayAtHand = day;
+        }
+        const QString text =
+            indexing::readableText(message->PlainString(), indexing::fileNamesIn(*message->string()));
+        QString before = timeOfDay(milliseconds) + QStringLiteral("  ");
+        for (const QStringView line : QStringView(text).chopped(1).split(u'\n')) {
+            printLine(before + line.toString());
+            before.fill(u' ');
+        }
+    }
+    print(plain.sliced(plain.lastIndexOf('\n', plain.size() - 2) + 1));
+}
+
+struct Options {
+    std::string file;
+    std::string form = "plain";
+    bool withTimes = false;
+};
+
+int show(const Options &options)
+{
+    if (options.withTimes && options.form != "plain") {
+        printError(QStringLiteral("--times is for the plain form; json has the times anyway."));
+        return exitWrongUsage;
+    }
+    const std::filesystem::path file = transcriptPath(options.file);
     const VORAChatLog::Loading loading = loadTranscript(file);
     if (!loading) {
         printError(loading.error());
@@ -116,14 +159,17 @@ int show(const std::string &given, const std::string &form)
     }
     QByteArray output;
     try {
-        output = render(**loading, form);
+        output = render(**loading, options.form);
     } catch (const JsonWriter::TooLarge &error) {
         printError({.kind = platform::FailureKind::TooLarge, .path = file, .reason = error.what()});
         return exitFailed;
     }
     if (output.isNull()) // the console log has the reason
         return exitFailed;
-    print(output);
+    if (options.withTimes) // of what is not too large for the plain form
+        printWithTimes(**loading, output);
+    else
+        print(output);
     return exitDone;
 }
 
@@ -131,10 +177,6 @@ int show(const std::string &given, const std::string &form)
 
 void addShowCommand(CLI::App &commands, Action &action)
 {
-    struct Options {
-        std::string file;
-        std::string form = "plain";
-    };
     const auto options = std::make_shared<Options>();
     CLI::App *command = commands.add_subcommand("show", "Print one chat");
     command
@@ -145,10 +187,12 @@ void addShowCommand(CLI::App &commands, Action &action)
     command->add_option("--as", options->form, "Form of the output")
         ->check(CLI::IsMember({"plain", "html", "subject", "json"}))
         ->capture_default_str();
+    command->add_flag("--times", options->withTimes,
+                      "In the plain form, a local time before each message and a heading for each day");
     command->footer("Example: prattlebug show --as html \"Kim on 2005-03-01.ichat\" > kim.html\n"
+                    "         prattlebug show --times \"Kim on 2005-03-01.ichat\"\n"
                     "Exit code: 1 when the file is no readable transcript.");
-    command->callback(
-        [options, &action] { action = [options] { return show(options->file, options->form); }; });
+    command->callback([options, &action] { action = [options] { return show(*options); }; });
 }
 
 } // namespace companion

@@ -127,12 +127,12 @@ void addStatsCommand(CLI::App &commands, Action &action)
     CLI::App *command =
         commands.add_subcommand("stats", "Show how much was said and sent in all archived chats");
     command->add_flag("--json", *asJson,
-                      "As JSON, under the names that the store has for them; dates in UTC");
-    command->footer(
-        "Example: prattlebug stats --json\n"
-        "The words of people who are shown under another name than the one in the transcript's file\n"
-        "name count as yours; and names stay screen names without cards: see prattlebug setup --help.\n"
-        "Exit code: 1 when there are no statistics.");
+                      "Print JSON, with the names that are used in the store, and dates in UTC");
+    command->footer("Example: prattlebug stats --json\n"
+                    "The words of everybody whose name differs from the one in the transcript's file name "
+                    "count as yours.\n"
+                    "Without cards, people are shown by their screen names: see prattlebug setup --help.\n"
+                    "Exit code: 1 when there are no statistics.");
     command->callback([asJson, &action] { action = [asJson] { return stats(*asJson); }; });
 }
 

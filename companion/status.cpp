@@ -1,7 +1,10 @@
 #include "companion/commands.h"
 #include "companion/console.h"
+#include "companion/terminal.h"
 
 #include "failurestatus.h"
+
+#include "platform/text/encoding.h"
 
 #include <memory>
 
@@ -17,7 +20,7 @@ int status(bool clear)
     }
     const FailureStatus status = FailureStatus::current();
     if (verbosity() != Verbosity::Quiet || status.sinceCleared > 0)
-        printLine(status.description());
+        printHeading(platform::utf8FromString(status.description()));
     return exitDone;
 }
 
@@ -27,10 +30,10 @@ void addStatusCommand(CLI::App &commands, Action &action)
 {
     const auto clear = std::make_shared<bool>(false);
     CLI::App *command = commands.add_subcommand("status", "Show the latest failure and how many there were");
-    command->add_flag("--clear", *clear, "Start the count of failures anew");
+    command->add_flag("--clear", *clear, "Reset the count of failures");
     command->footer("Example: prattlebug status --clear\n"
-                    "With --quiet nothing is shown unless there were failures.\n"
-                    "Exit code: 1 when the count cannot be cleared.");
+                    "With --quiet, nothing is printed unless there were failures.\n"
+                    "Exit code: 1 when the count cannot be reset.");
     command->callback([clear, &action] { action = [clear] { return status(*clear); }; });
 }
 

@@ -44,8 +44,8 @@ bool standsInside(const AttachedFiles::File &file, const Options &options)
         return false;
     if (options.attachments == Attachments::Inside)
         return holdsFiles(options.format);
-    return options.attachments == Attachments::Usual && options.format == Format::Html &&
-           !file.image.isEmpty();
+    return options.attachments == Attachments::Usual &&
+           (isMail(options.format) || (options.format == Format::Html && !file.image.isEmpty()));
 }
 
 } // namespace
@@ -66,7 +66,7 @@ AttachedFiles::AttachedFiles(const conversation::Conversation &conversation, con
             continue;
         file.image = imageType(wrapper->regularFileContents());
         file.isInside = standsInside(file, options);
-        if (file.isInside || options.attachments == Attachments::None ||
+        if (file.isInside || options.attachments == Attachments::None || isMail(options.format) ||
             (options.attachments == Attachments::Inside && holdsFiles(options.format)))
             continue;
         const qint64 cost = costOf(*wrapper);

@@ -1,6 +1,7 @@
 #include "export/chatreport.h"
 
 #include "export/ledger.h"
+#include "export/mailidentity.h"
 #include "export/moments.h"
 #include "export/reading.h"
 
@@ -63,6 +64,13 @@ bool writeBeside(ChatReport &report, const AttachedFiles &attached, const QStrin
     return true;
 }
 
+QByteArray mailIdentityFor(const ChatJob &job, const Options &options, const Conversation &conversation)
+{
+    if (!isMail(options.format))
+        return {};
+    return job.beginsLikeLonger ? wholeMailIdentity(conversation) : mailIdentity(conversation);
+}
+
 } // namespace
 
 ChatReport exportChat(const ChatJob &job, const Options &options, const Writer &writer, const OwnFiles &files)
@@ -91,7 +99,8 @@ ChatReport exportChat(const ChatJob &job, const Options &options, const Writer &
         if (job.hasOwnDocument())
             writer.begin(output, title);
         writer.add(output,
-                   {conversation, attached, platform::stringFromUtf8(QByteArrayView(job.transcript.name))});
+                   {conversation, attached, platform::stringFromUtf8(QByteArrayView(job.transcript.name)),
+                    mailIdentityFor(job, options, conversation)});
         if (job.hasOwnDocument())
             writer.end(output);
         if (!writeBeside(report, attached, job.document.path, files))

@@ -55,6 +55,7 @@ struct ChatJob {
     const Transcript &transcript;
     const PlannedDocument &document;
     const PlannedDocument::Chat &chat;
+    bool beginsLikeLonger = false; ///< see chatsThatBeginLikeLonger()
 
     [[nodiscard]] bool hasOwnDocument() const { return document.title.isEmpty(); }
 };

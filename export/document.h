@@ -49,6 +49,7 @@ public:
 
     /// For what appends by itself; check() is to be called after it.
     [[nodiscard]] QByteArray &bytes() { return m_bytes; }
+    [[nodiscard]] qsizetype limit() const { return m_limit; }
     void check() const
     {
         if (m_bytes.size() > m_limit)
@@ -65,6 +66,7 @@ struct Chat {
     const conversation::Conversation &conversation;
     const AttachedFiles &files; ///< where they stand
     QString transcript;         ///< path of the transcript, relative to its folder where it is in there
+    QByteArray mailIdentity;    ///< in mails: what it is known by
 };
 
 /// Makes documents of one format: pure functions, whose results depend on what they are given, and on the
@@ -93,5 +95,6 @@ public:
 [[nodiscard]] std::unique_ptr<const Writer> markdownWriter();
 [[nodiscard]] std::unique_ptr<const Writer> jsonWriter(const Options &options);
 [[nodiscard]] std::unique_ptr<const Writer> csvWriter();
+[[nodiscard]] std::unique_ptr<const Writer> mailWriter(const Options &options);
 
 } // namespace exporting

@@ -1,9 +1,12 @@
 #include "export/exporting.h"
 
+#include "export/assembly.h"
 #include "export/chatreport.h"
 #include "export/document.h"
 #include "export/ledger.h"
+#include "export/maildir.h"
 #include "export/ownfiles.h"
+#include "export/sharedbeginnings.h"
 
 #include "index/workerprocesses.h"
 
@@ -23,7 +26,6 @@
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
-#include <limits>
 #include <memory>
 #include <set>
 #include <sys/mman.h>
@@ -92,26 +94,6 @@ QByteArray digestOfCircumstances(const Options &options)
     return digestOf(bytes);
 }
 
-platform::Failure failureOf(const std::filesystem::path &path, const std::string &reason)
-{
-    return {platform::FailureKind::System, path, reason};
-}
-
-void add(Summary &whole, const Summary &chat)
-{
-    for (const QString &person : chat.people) {
-        if (std::find(whole.people.begin(), whole.people.end(), person) == whole.people.end())
-            whole.people.push_back(person);
-    }
-    if (chat.first)
-        whole.first = std::min(whole.first.value_or(*chat.first), *chat.first);
-    if (chat.last)
-        whole.last = std::max(whole.last.value_or(*chat.last), *chat.last);
-    whole.chats += chat.chats;
-    whole.messages += chat.messages;
-    whole.files += chat.files;
-}
-
 /// One export.
 class Export {
 public:
@@ -130,7 +112,12 @@ public:
         m_circumstances = digestOfCircumstances(m_manner.options);
         const OwnFiles files(m_folder, m_ledger.files());
         removeTemporaries();
-        findUnchanged();
+        if (isMail(m_manner.options.format))
+            m_beginLikeLonger =
+                chatsThatBeginLikeLonger(m_transcripts, m_manner.kept, m_manner.workers,
+                                         [this](size_t done, size_t total) { return goesOn(done, total); });
+        if (!m_outcome.isInterrupted)
+            findUnchanged();
         make(files);
         if (m_manner.mirror && !m_outcome.failure && !m_outcome.isInterrupted)
             removeOthers(files);
@@ -162,6 +149,7 @@ private:
             return false;
         }
         m_ledger = std::move(*ledger);
+        findMovedMails(m_folder, m_ledger);
         return true;
     }
 
@@ -173,6 +161,17 @@ private:
         };
         return isFile(document.path) && std::all_of(document.beside.begin(), document.beside.end(),
                                                     [&](const auto &file) { return isFile(file.first); });
+    }
+
+    [[nodiscard]] bool beginsLikeLonger(const PlannedDocument &document) const
+    {
+        return m_beginLikeLonger.contains(m_transcripts[document.chats.front().transcript].name);
+    }
+
+    /// Digest of all that the document depends on beside its transcripts.
+    [[nodiscard]] QByteArray madeWith(const PlannedDocument &document) const
+    {
+        return beginsLikeLonger(document) ? digestOf(m_circumstances + "whole") : m_circumstances;
     }
 
     /// Removes what exports have left in their folders that were killed.
@@ -192,7 +191,8 @@ private:
         std::vector<Job> jobs;
         for (size_t position = 0; position < m_documents.size(); ++position) {
             const auto known = m_ledger.documents.find(m_documents[position].key);
-            if (known == m_ledger.documents.end() || known->second.madeWith != m_circumstances ||
+            if (known == m_ledger.documents.end() ||
+                known->second.madeWith != madeWith(m_documents[position]) ||
                 known->second.sources.size() != m_documents[position].chats.size() || !isThere(known->second))
                 continue;
             m_isUnchanged[position] = true;
@@ -240,6 +240,7 @@ private:
                  ++chat)
                 jobs.push_back({document, chat});
         }
+        Assembly assembly(*m_writer, files, m_ledger, m_outcome);
         StopSign stop; // workers finish the chat at hand, so that all that was written is known
         indexing::runInWorkers(
             jobs.size(),
@@ -247,9 +248,9 @@ private:
                 if (stop.isSet())
                     return serialized(ChatReport());
                 const PlannedDocument &document = m_documents[jobs[job].document];
-                return serialized(
-                    exportChat({transcriptOf(jobs[job]), document, document.chats[jobs[job].chat]},
-                               m_manner.options, *m_writer, files));
+                return serialized(exportChat({transcriptOf(jobs[job]), document,
+                                              document.chats[jobs[job].chat], beginsLikeLonger(document)},
+                                             m_manner.options, *m_writer, files));
             },
             [&](size_t job, const indexing::JobResult &result) {
                 ChatReport report;
@@ -259,111 +260,15 @@ private:
                     report.result = ChatReport::Unreadable;
                     report.reason = QString::fromStdString(result.failure);
                 }
-                take(jobs[job], report, files);
+                const PlannedDocument &document = m_documents[jobs[job].document];
+                assembly.take({document, jobs[job].chat, transcriptOf(jobs[job]).name, madeWith(document)},
+                              report);
                 if (!goesOn(job + 1, jobs.size()) || m_outcome.failure)
                     stop.set();
                 return true;
             },
             m_manner.workers);
-    }
-
-    void take(const Job &job, ChatReport &report, const OwnFiles &files)
-    {
-        const PlannedDocument &document = m_documents[job.document];
-        if (job.chat == 0) {
-            m_growing.reset();
-            m_made = {};
-            m_made.path = document.path;
-            m_made.madeWith = m_circumstances;
-            m_hasChanged = false;
-            m_isHalf = false;
-        }
-        const std::string &name = transcriptOf(job).name;
-        const std::string reason = platform::utf8FromString(report.reason).toStdString();
-        for (const ChatReport::File &file : report.beside)
-            m_made.beside[file.path] = file.digest;
-        switch (report.result) {
-        case ChatReport::Done: takeDone(job, report, files); break;
-        case ChatReport::Unreadable: m_outcome.unreadable.push_back(failureOf(name, reason)); break;
-        case ChatReport::NotWritten: m_outcome.notWritten.push_back(failureOf(name, reason)); break;
-        case ChatReport::Full:
-            m_isHalf = true;
-            m_outcome.failure = failureOf({}, reason);
-            break;
-        default: m_isHalf = true; // stopped
-        }
-        if (job.chat + 1 == document.chats.size())
-            finishDocument(document);
-    }
-
-    void takeDone(const Job &job, ChatReport &report, const OwnFiles &files)
-    {
-        const PlannedDocument &document = m_documents[job.document];
-        m_outcome.unreadableMessages += report.unreadableMessages;
-        m_outcome.filesLeftOut += report.filesLeftOut;
-        m_made.sources.push_back({transcriptOf(job).name, report.digest});
-        m_hasChanged = m_hasChanged || report.isWritten;
-        if (document.title.isEmpty()) {
-            m_made.summary = std::move(report.summary);
-            m_made.digest = report.documentDigest;
-            return;
-        }
-        if (m_isHalf)
-            return;
-        Output before(std::numeric_limits<qsizetype>::max());
-        if (!m_growing) {
-            m_growing = std::make_unique<GrowingFile>(files, document.path);
-            m_made.summary.title = document.title;
-            m_writer->begin(before, document.title);
-        } else {
-            before << m_writer->separator();
-        }
-        m_growing->append(before.bytes());
-        m_growing->append(report.part);
-        add(m_made.summary, report.summary);
-    }
-
-    /// All chats of it have been taken.
-    void finishDocument(const PlannedDocument &document)
-    {
-        if (m_growing && !m_isHalf) {
-            Output end(std::numeric_limits<qsizetype>::max());
-            m_writer->end(end);
-            m_growing->append(end.bytes());
-            const OwnFiles::Result result = m_growing->finish();
-            m_made.digest = result.digest;
-            m_hasChanged = m_hasChanged || result.isWritten;
-            if (result.isFull)
-                m_outcome.failure = failureOf(platform::pathFromString(document.path), *result.failure);
-            else if (result.failure)
-                m_outcome.notWritten.push_back(
-                    failureOf(platform::pathFromString(document.path), *result.failure));
-            m_isHalf = result.failure.has_value();
-        }
-        m_growing.reset();
-        if (m_isHalf || m_made.sources.empty()) {
-            keepFilesBeside(document);
-            return;
-        }
-        ++(m_hasChanged ? m_outcome.written : m_outcome.unchanged);
-        WrittenDocument &known = m_ledger.documents[document.key];
-        std::swap(known, m_made);
-        for (const auto &[path, digest] : m_made.beside) { // of the document before
-            if (!known.beside.contains(path))
-                m_toRemove.insert(path);
-        }
-    }
-
-    /// Files that were written for a document that was not are ours all the same.
-    void keepFilesBeside(const PlannedDocument &document)
-    {
-        if (m_made.beside.empty())
-            return;
-        WrittenDocument &known = m_ledger.documents[document.key];
-        if (known.path.isEmpty())
-            known.path = document.path;
-        known.madeWith.clear();
-        known.beside.merge(m_made.beside);
+        m_toRemove = assembly.orphans();
     }
 
     void removeOthers(const OwnFiles &files)
@@ -414,6 +319,10 @@ private:
             if (!wanted.contains(path))
                 static_cast<void>(files.remove(path));
         }
+        if (m_manner.options.format == Format::Maildir) {
+            if (const auto making = makeMaildir(m_folder); !making && !m_outcome.failure)
+                m_outcome.failure = making.error();
+        }
         if (const auto saving = m_ledger.save(m_folder); !saving && !m_outcome.failure)
             m_outcome.failure = saving.error();
         const platform::Descriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -428,16 +337,11 @@ private:
     std::unique_ptr<const Writer> m_writer;
     Ledger m_ledger;
     QByteArray m_circumstances;
+    std::set<std::string> m_beginLikeLonger; // names of chats
     std::vector<PlannedDocument> m_documents;
     std::vector<bool> m_isUnchanged; // of each document
     std::set<QString> m_toRemove;    // unless something else has them
     Outcome m_outcome;
-
-    // The document whose chats are being taken.
-    WrittenDocument m_made;
-    std::unique_ptr<GrowingFile> m_growing;
-    bool m_hasChanged = false;
-    bool m_isHalf = false; // it cannot become whole
 };
 
 } // namespace

@@ -19,6 +19,9 @@ struct Manner {
     Options options;
     bool mirror = false;  ///< whether documents of ours that no longer belong there are removed
     unsigned workers = 0; ///< processes at a time; 0 for one a processor
+    /// For mails: all chats of the transcript folder, which are not to share a Message-ID with those that are
+    /// exported. May be empty where these are all.
+    std::vector<Transcript> kept;
 };
 
 /// What became of an export.

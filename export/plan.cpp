@@ -1,5 +1,6 @@
 #include "export/plan.h"
 
+#include "export/maildir.h"
 #include "export/moments.h"
 #include "export/names.h"
 
@@ -106,6 +107,8 @@ const char *nameOf(Format format)
     case Format::Json: return "json";
     case Format::JsonLines: return "jsonl";
     case Format::Csv: return "csv";
+    case Format::Eml: return "eml";
+    case Format::Maildir: return "maildir";
     case Format::Html: break;
     }
     return "html";
@@ -122,8 +125,10 @@ std::vector<PlannedDocument> planDocuments(const std::vector<Transcript> &transc
             const Transcript &transcript = transcripts[position];
             PlannedDocument &document = documents.emplace_back();
             document.key = beginning + transcript.name;
-            document.path = naming.pathFor(document.key, portableName(otherPartyOf(transcript)) + u'/' +
-                                                             stemOf(transcript));
+            document.path = naming.pathFor(document.key, options.format == Format::Maildir
+                                                             ? maildirPath(document.key, transcript.first)
+                                                             : portableName(otherPartyOf(transcript)) + u'/' +
+                                                                   stemOf(transcript));
             document.chats.push_back({position, naming.filesFolder(document.path)});
         }
         return documents;

@@ -19,7 +19,7 @@ struct Transcript {
     /// there, else its whole path.
     std::string name;
     std::string fileName;        ///< that VORAChatLog::loadBytes() takes it by
-    std::optional<qint64> first; ///< Unix, milliseconds; wanted where chats share documents
+    std::optional<qint64> first; ///< Unix, milliseconds; wanted where chats share documents, and in mails
 };
 
 /// A document, and the chats that are to stand in it.
@@ -42,7 +42,8 @@ struct PlannedDocument {
 /// - `Kim Lee/Kim Lee on 2005-03-01 at 21.07.html` for a chat: the names of the other party and of the
 ///   transcript;
 /// - `Kim Lee.html`, `2005-03.html` and `2005.html` for a person, a month and a year;
-/// - `chats.jsonl` for JSON lines, unless they are grouped.
+/// - `chats.jsonl` for JSON lines, unless they are grouped;
+/// - those of a Maildir: see maildirPath().
 ///
 /// Files that belong to a document stand in a folder beside it: `Kim Lee files`.
 [[nodiscard]] std::vector<PlannedDocument> planDocuments(const std::vector<Transcript> &transcripts,

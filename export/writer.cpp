@@ -10,6 +10,8 @@ std::unique_ptr<const Writer> writerFor(const Options &options)
     case Format::Json:
     case Format::JsonLines: return jsonWriter(options);
     case Format::Csv: return csvWriter();
+    case Format::Eml:
+    case Format::Maildir: return mailWriter(options);
     case Format::Html: break;
     }
     return htmlWriter(options);

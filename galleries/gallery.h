@@ -21,7 +21,8 @@ namespace galleries {
 /// folded in, the file and the pages written. A file that someone else has replaced meanwhile is read again,
 /// and what was folded in since the last writing is folded in anew.
 ///
-/// An exception (there is too little memory) leaves the gallery as it was before the last fold().
+/// An exception (there is too little memory) leaves the gallery as it was before the last fold(). What has
+/// been folded in and not been saved can be taken back with takeBack().
 /// @tparam Store LinkStore, ImageStore or Statistics: load(path), fold(), settle() and save(path).
 template <class Store>
 class Gallery {
@@ -48,8 +49,9 @@ public:
             m_store->settle();
             return true;
         }
-        m_identity = identity;
+        m_store.reset();
         m_store = Store::load(path);
+        m_identity = identity;
         if (!m_store) {
             m_isPending = false; // it is not replaced, nor are pages made that would show none of it
             return false;
@@ -77,6 +79,23 @@ public:
             throw;
         }
         m_isPending = true;
+    }
+
+    /// What has been folded in and not been saved, for takeBack().
+    struct Mark {
+        size_t unsaved = 0;
+        bool isPending = false;
+    };
+    [[nodiscard]] Mark mark() const { return {m_unsaved.size(), m_isPending}; }
+
+    /// Gives up what has been folded in since @p mark, unless it has been saved.
+    void takeBack(const Mark &mark)
+    {
+        m_isPending = m_isPending && mark.isPending;
+        if (m_unsaved.size() <= mark.unsaved)
+            return;
+        m_unsaved.erase(m_unsaved.begin() + std::ptrdiff_t(mark.unsaved), m_unsaved.end());
+        m_store.reset();
     }
 
     /// Has write() make the pages also when nothing has been folded in.

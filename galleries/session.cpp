@@ -99,9 +99,38 @@ void Session::makeImagePages()
     write(m_images, Urgency::AtOnce);
 }
 
+void Session::keepChat()
+{
+    const auto before = std::exchange(m_beforeChat, std::nullopt);
+    try {
+        write(m_links);
+        write(m_images);
+        write(m_statistics);
+    } catch (...) {
+        if (before)
+            takeBack(*before);
+        throw;
+    }
+}
+
+void Session::takeBackChat()
+{
+    if (const auto before = std::exchange(m_beforeChat, std::nullopt))
+        takeBack(*before);
+}
+
+void Session::takeBack(const Marks &marks)
+{
+    m_links.takeBack(marks.links);
+    m_images.takeBack(marks.images);
+    m_statistics.takeBack(marks.statistics);
+}
+
 template <class Store>
 void Session::write(Gallery<Store> &gallery, Urgency urgency)
 {
+    if (m_beforeChat && urgency == Urgency::CanWait)
+        return;
     const bool hasFailed = m_links.hasFailed() || m_images.hasFailed() || m_statistics.hasFailed();
     if (urgency == Urgency::AtOnce || !gallery.wasWritten() || hasFailed)
         m_schedule.writeOne([&gallery] { gallery.write(); });

@@ -47,6 +47,16 @@ public:
     void addFiles(ImageStore::Contribution files);
     void addStatistics(const ChatStatistics &chat);
 
+    /// Begins a chat of which all is folded in, or nothing: until it is kept or taken back, what is added
+    /// waits in memory.
+    void beginChat() { m_beforeChat = Marks{m_links.mark(), m_images.mark(), m_statistics.mark()}; }
+    /// Keeps what was added since beginChat(), and writes what is due.
+    /// @throws std::bad_alloc when there is too little memory to write it; what has not reached its file by
+    /// then is taken back.
+    void keepChat();
+    /// Makes the galleries what they were at beginChat(); nothing when that chat has been kept.
+    void takeBackChat();
+
     /// Makes the pages of a gallery anew at once, and saves what has not been saved yet; otherwise its store
     /// file stays untouched. A store that cannot be read counts as an empty one.
     void makeLinkPages();
@@ -62,6 +72,15 @@ private:
     void write(Gallery<Store> &gallery, Urgency urgency = Urgency::CanWait);
     void writeAll();
 
+    /// What the galleries held before a chat.
+    struct Marks {
+        Gallery<LinkStore>::Mark links;
+        Gallery<ImageStore>::Mark images;
+        Gallery<Statistics>::Mark statistics;
+    };
+
+    void takeBack(const Marks &marks);
+
     Reporter &m_reporter;
     Gallery<LinkStore> m_links;
     Gallery<ImageStore> m_images;
@@ -69,6 +88,7 @@ private:
     WordList m_curses;
     WordList m_netspeak;
     WriteSchedule m_schedule;
+    std::optional<Marks> m_beforeChat; ///< from beginChat() until it is kept or taken back
     Session *m_previous;
 };
 

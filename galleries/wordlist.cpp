@@ -24,11 +24,16 @@ platform::StringSet wordsOf(const platform::PropertyList &list)
 
 const platform::StringSet &WordList::read(const std::filesystem::path &path)
 {
-    if (m_file.hasChanged(path)) {
+    if (!m_file.hasChanged(path))
+        return m_words;
+    try {
         const platform::PropertyList list = readPropertyListFile(path);
         if (list.kind() == platform::PropertyListKind::Null)
             m_file.forget();
         m_words = wordsOf(list);
+    } catch (...) {
+        m_file.forget(); // there may be enough memory next time
+        throw;
     }
     return m_words;
 }

@@ -15,7 +15,8 @@ namespace {
 
 constexpr size_t messagesInBlock = 16;
 constexpr qsizetype textInBlock = 4000;     // UTF-16 units, after which a new block begins
-constexpr qsizetype shortestKeptOnce = 100; // UTF-16 units: shorter texts are simply repeated
+constexpr qsizetype shortestKeptOnce = 100; // UTF-16 units, names of files included: less is simply repeated
+constexpr quint8 hasFileNames = 8;          // beside the flags of its contents
 constexpr auto noTime = std::numeric_limits<qint64>::min();
 constexpr auto noPlace = std::numeric_limits<quint32>::max();
 
@@ -42,15 +43,18 @@ std::vector<Block> blocksOf(const ChatRecord &record, const std::vector<quint32>
             size = 0;
         }
         StoredMessage stored{
-            message.place, message.milliseconds, persons.at(message.person), message.contents, {}, {}};
+            message.place, message.milliseconds, persons.at(message.person), message.contents, {}, {}, {}};
         const QString &text = record.texts.at(message.text);
+        const QStringList fileNames = record.fileNames.value(message.text);
+        const qsizetype textSize = text.size() + fileNames.join(QString()).size();
         auto &firstPlace = firstPlaces.at(message.text);
-        if (firstPlace && text.size() >= shortestKeptOnce) {
+        if (firstPlace && textSize >= shortestKeptOnce) {
             stored.textOfPlace = firstPlace;
         } else {
             firstPlace = message.place;
             stored.text = text;
-            size += text.size();
+            stored.fileNames = fileNames;
+            size += textSize;
         }
         blocks.back().push_back(std::move(stored));
     }
@@ -62,9 +66,12 @@ QByteArray serialized(const Block &block)
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     for (const StoredMessage &message : block) {
+        const bool hasNames = !message.fileNames.isEmpty();
         stream << message.place << message.milliseconds.value_or(noTime) << message.person
-               << flagsOf(message.contents) << message.textOfPlace.value_or(noPlace)
-               << platform::utf8FromString(message.text);
+               << quint8(flagsOf(message.contents) | (hasNames ? hasFileNames : 0U))
+               << message.textOfPlace.value_or(noPlace) << platform::utf8FromString(message.text);
+        if (hasNames)
+            stream << message.fileNames;
     }
     return bytes;
 }
@@ -80,6 +87,8 @@ Block blockFrom(const QByteArray &bytes)
         quint8 flags = 0;
         QByteArray text;
         stream >> message.place >> time >> message.person >> flags >> textOfPlace >> text;
+        if ((flags & hasFileNames) != 0)
+            stream >> message.fileNames;
         if (stream.status() != QDataStream::Ok)
             break;
         if (time != noTime)

@@ -22,6 +22,7 @@ struct StoredMessage {
     Contents contents;
     QString text;                       ///< empty when it is that of an earlier message:
     std::optional<quint32> textOfPlace; ///< the place of that message in the chat
+    QStringList fileNames;              ///< of the attached files in the text: see readableText()
 };
 using Block = std::vector<StoredMessage>;
 

@@ -44,6 +44,24 @@ bool isDamage(const DatabaseError &error)
     return error.code() == SQLITE_CORRUPT || error.code() == SQLITE_NOTADB || error.code() == SQLITE_ERROR;
 }
 
+/// Calls @p take with everybody and their number, in rising order.
+template <class Take>
+void takePeople(const Database &database, Take take)
+{
+    Statement rows(database,
+                   "SELECT id, service, screenName, chats, messages, first, last FROM person ORDER BY id");
+    while (rows.step()) {
+        KnownPerson person{{rows.optionalText(1), rows.optionalText(2)},
+                           {},
+                           rows.integer(3),
+                           rows.integer(4),
+                           rows.optionalInteger(5),
+                           rows.optionalInteger(6)};
+        person.displayName = person.person.displayName();
+        take(rows.integer(0), std::move(person));
+    }
+}
+
 } // namespace
 
 ChatIndex::ChatIndex(std::filesystem::path folder, std::filesystem::path file)
@@ -127,38 +145,42 @@ std::optional<std::string> ChatIndex::takeKept()
     }
 }
 
+std::vector<KnownPerson> ChatIndex::peopleIn(const std::filesystem::path &file)
+{
+    try {
+        const Database database(file, Database::Mode::ReadOnly);
+        std::vector<KnownPerson> people;
+        if (hasTables(database))
+            takePeople(database,
+                       [&people](qint64, KnownPerson person) { people.push_back(std::move(person)); });
+        return people;
+    } catch (const DatabaseError &) {
+        return {};
+    }
+}
+
 void ChatIndex::load(bool tells)
 {
     m_people.clear();
     m_positions.clear();
-    Statement people(*m_database,
-                     "SELECT id, service, screenName, ifnull(chats, 0), total, earliest, latest FROM person "
-                     "LEFT JOIN (SELECT person, count(*) AS chats, sum(messages) AS total, "
-                     "min(first) AS earliest, max(last) AS latest FROM speaker GROUP BY person) "
-                     "ON person = id ORDER BY id");
-    while (people.step()) {
-        KnownPerson person{{people.optionalText(1), people.optionalText(2)},
-                           {},
-                           people.integer(3),
-                           people.integer(4),
-                           people.optionalInteger(5),
-                           people.optionalInteger(6)};
-        person.displayName = person.person.displayName();
-        m_positions.resize(size_t(people.integer(0)) + 1);
+    takePeople(*m_database, [this](qint64 id, KnownPerson person) {
+        m_positions.resize(size_t(id) + 1);
         m_positions.back() = quint32(m_people.size());
         m_people.push_back(std::move(person));
-    }
+    });
 
     std::vector<std::pair<Chat, Place>> chats;
-    Statement rows(
-        *m_database,
-        "SELECT chat.id, path, otherParty, participants, first, last, messages, words, links, files, "
-        "pictures, beginning, hasRepeats, blocks, firstDocument FROM chat JOIN transcript USING(id)");
+    Statement rows(*m_database,
+                   "SELECT id, otherParty, participants, first, last, messages, words, links, files, "
+                   "pictures, beginning, hasRepeats, blocks, firstDocument FROM chat ORDER BY id");
+    Statement paths(*m_database, "SELECT id, path FROM transcript ORDER BY id"); // quicker than a join
     while (rows.step()) {
         Chat chat;
         int column = 0;
         chat.id = rows.integer(column++);
-        chat.path = rows.bytes(column++).toStdString();
+        while (paths.step() && paths.integer(0) != chat.id) {
+        }
+        chat.path = paths.bytes(1).toStdString();
         chat.otherParty = rows.text(column++);
         QDataStream participants(rows.bytes(column++));
         while (!participants.atEnd()) {
@@ -193,13 +215,17 @@ void ChatIndex::load(bool tells)
     }
 
     m_unreadable.clear();
-    Statement reasons(*m_database,
-                      "SELECT path, reason, isTold FROM transcript WHERE reason IS NOT NULL ORDER BY path");
-    while (reasons.step())
-        m_unreadable.push_back(
-            {reasons.bytes(0).toStdString(), reasons.bytes(1).toStdString(), reasons.integer(2) == 0});
-    if (tells &&
-        std::any_of(m_unreadable.begin(), m_unreadable.end(), [](const auto &entry) { return entry.isNew; }))
+    m_partlyUnreadable.clear();
+    Statement reasons(*m_database, "SELECT path, reason, isTold, isReadable FROM transcript "
+                                   "WHERE reason IS NOT NULL ORDER BY path");
+    bool isAnyNew = false;
+    while (reasons.step()) {
+        const bool isNew = reasons.integer(2) == 0;
+        (reasons.integer(3) != 0 ? m_partlyUnreadable : m_unreadable)
+            .push_back({reasons.bytes(0).toStdString(), reasons.bytes(1).toStdString(), isNew});
+        isAnyNew = isAnyNew || isNew;
+    }
+    if (tells && isAnyNew)
         m_database->run("UPDATE transcript SET isTold = 1 WHERE reason IS NOT NULL");
 }
 

@@ -30,7 +30,7 @@ struct Chat {
     qint64 links = 0;
     qint64 files = 0;    ///< pictures included
     qint64 pictures = 0; ///< by their names
-    QString beginning;   ///< the first words, on one line; may be empty
+    QString beginning;   ///< the first words, as readableText(), on one line; may be empty
 };
 
 /// Somebody who is in any chat.
@@ -46,7 +46,7 @@ struct KnownPerson {
 struct UnreadableTranscript {
     std::filesystem::path path; ///< relative to the transcript folder
     std::string reason;         ///< in English
-    bool isNew = false;         ///< whether this update has found it out
+    bool isNew = false;         ///< whether nobody has been told yet
 };
 
 /// A message that answers a question.
@@ -56,7 +56,8 @@ struct Match {
     std::optional<qint64> milliseconds;
     quint32 person = 0; ///< position in ChatIndex::people()
     Contents contents;
-    QString text;
+    QString text;          ///< as it is in the transcript: readableText() shows it
+    QStringList fileNames; ///< for readableText()
 };
 
 class Search;
@@ -103,8 +104,19 @@ public:
     [[nodiscard]] const std::vector<KnownPerson> &people() const { return m_people; }
     /// In the order of their paths.
     [[nodiscard]] const std::vector<UnreadableTranscript> &unreadable() const { return m_unreadable; }
+    /// Transcripts among chats() with messages that could not be read, or not whole, and how many these are.
+    /// What could be read of such a message is found like any other; without a sender or a text it is
+    /// nowhere.
+    [[nodiscard]] const std::vector<UnreadableTranscript> &partlyUnreadable() const
+    {
+        return m_partlyUnreadable;
+    }
     /// Folders that could not be listed, so that chats may be missing: what and why, in English.
     [[nodiscard]] const std::vector<std::string> &unreadFolders() const { return m_unreadFolders; }
+
+    /// Everybody whom the index in @p file holds, as it is now: nothing is brought up to date, waited for,
+    /// made or told; where there is no index that can be read, nobody.
+    [[nodiscard]] static std::vector<KnownPerson> peopleIn(const std::filesystem::path &file);
 
     enum class Order : quint8 { OldestFirst, NewestFirst };
     /// Calls @p take with each message that answers @p question: chats in the order of their first messages,
@@ -142,6 +154,7 @@ private:
     std::vector<KnownPerson> m_people;
     std::vector<quint32> m_positions; // of people, by the number the database has for them
     std::vector<UnreadableTranscript> m_unreadable;
+    std::vector<UnreadableTranscript> m_partlyUnreadable;
     std::vector<std::string> m_unreadFolders;
 };
 

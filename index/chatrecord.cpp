@@ -67,6 +67,7 @@ bool isPicture(const platform::NSFileWrapper &file)
 /// What a text brings to every message that has it.
 struct TextContents {
     Contents contents;
+    QStringList fileNames; ///< of the attached files in it: see readableText()
     qint64 words = 0;
     qint64 links = 0;
     qint64 files = 0;
@@ -86,6 +87,8 @@ TextContents contentsOf(const VORAInstantMessage &message)
         result.pictures =
             std::count_if(files.begin(), files.end(), [](const auto &file) { return isPicture(*file); });
     }
+    if (text.string().contains(QChar::ObjectReplacementCharacter))
+        result.fileNames = fileNamesIn(text);
     result.contents = {result.links > 0, result.files > 0, result.pictures > 0};
     return result;
 }
@@ -140,8 +143,11 @@ ChatRecord recordOf(const VORAChatLog &chatLog)
             entry.milliseconds = message.TimeStamp()->unixMilliseconds();
         entry.person = numbers.person(*message.sender());
         entry.text = numbers.text(*message.string());
-        if (entry.text == texts.size()) // each text is looked at once, however many messages have it
+        if (entry.text == texts.size()) { // each text is looked at once, however many messages have it
             texts.push_back(contentsOf(message));
+            if (!texts.back().fileNames.isEmpty())
+                record.fileNames.insert(entry.text, texts.back().fileNames);
+        }
         const TextContents &contents = texts[entry.text];
         entry.contents = contents.contents;
         record.words += contents.words;
@@ -153,11 +159,56 @@ ChatRecord recordOf(const VORAChatLog &chatLog)
     return record;
 }
 
+QStringList fileNamesIn(const platform::NSAttributedString &text)
+{
+    constexpr qsizetype mostNames = 64;
+    constexpr qsizetype longestName = 120; // UTF-16 units
+    QStringList names;
+    qsizetype position = 0;
+    for (const platform::NSAttributedString::Run &run : text.runs()) {
+        const QStringView characters = QStringView(text.string()).sliced(position, run.length);
+        position += run.length;
+        const qsizetype count = characters.count(QChar::ObjectReplacementCharacter);
+        if (count == 0)
+            continue;
+        const auto value =
+            run.attributes ? run.attributes->objectForKey(platform::NSAttachmentAttributeName) : nullptr;
+        const auto *const attachment = dynamic_cast<const platform::NSTextAttachment *>(value.get());
+        const QString name = attachment && attachment->fileWrapper()
+                                 ? attachment->fileWrapper()->preferredFilename().value_or(QString())
+                                 : QString();
+        for (qsizetype i = 0; i < count; ++i) {
+            names += name.size() > longestName ? name.left(longestName - 1) + u'…' : name;
+            if (names.size() == mostNames)
+                return names;
+        }
+    }
+    return names;
+}
+
+QString readableText(const QString &text, const QStringList &fileNames)
+{
+    if (!text.contains(QChar::ObjectReplacementCharacter))
+        return text;
+    QString result;
+    qsizetype file = 0;
+    for (const QChar character : text) {
+        if (character != QChar::ObjectReplacementCharacter) {
+            result += character;
+            continue;
+        }
+        const QString name = fileNames.value(file++);
+        result += u'[' + (name.isEmpty() ? QStringLiteral("file") : name) + u']';
+    }
+    return result;
+}
+
 QByteArray serialized(const ChatRecord &record)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     platform::writeValue(stream, record);
+    stream << record.fileNames;
     return bytes;
 }
 
@@ -166,6 +217,7 @@ ChatRecord chatRecordFrom(const QByteArray &bytes)
     ChatRecord record;
     QDataStream stream(bytes);
     platform::readValue(stream, record);
+    stream >> record.fileNames;
     return record;
 }
 

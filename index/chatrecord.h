@@ -3,7 +3,9 @@
 #include "VORAChatLog.h"
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
+#include <QStringList>
 
 #include <compare>
 #include <optional>
@@ -44,11 +46,12 @@ struct ChatMessage {
 
 /// What is kept of one chat to list it and to find things in it.
 struct ChatRecord {
-    QString otherParty;                ///< as the file's name has it
-    std::vector<Person> people;        ///< everybody in it, each once: the participants first
-    quint32 participants = 0;          ///< how many of them are participants
-    std::vector<QString> texts;        ///< each text object once, however many messages name it
-    std::vector<ChatMessage> messages; ///< in order
+    QString otherParty;                   ///< as the file's name has it
+    std::vector<Person> people;           ///< everybody in it, each once: the participants first
+    quint32 participants = 0;             ///< how many of them are participants
+    std::vector<QString> texts;           ///< each text object once, however many messages name it
+    QMap<quint32, QStringList> fileNames; ///< of texts with attached files: see readableText()
+    std::vector<ChatMessage> messages;    ///< in order
     qint64 words = 0;
     qint64 links = 0;
     qint64 files = 0;
@@ -56,6 +59,15 @@ struct ChatRecord {
 };
 
 [[nodiscard]] ChatRecord recordOf(const VORAChatLog &chatLog);
+
+/// The names of the attached files in @p text, in order, for readableText(): no more of them, nor longer
+/// ones, than anybody would read.
+[[nodiscard]] QStringList fileNamesIn(const platform::NSAttributedString &text);
+
+/// @p text for people: each attached file, which is a U+FFFC in it, as its name in brackets, "[garden.jpg]".
+/// @param fileNames of these files, in order; empty where a file has none, and then, or when there are fewer
+/// of them, it is "[file]".
+[[nodiscard]] QString readableText(const QString &text, const QStringList &fileNames);
 
 /// A record as bytes, to be handed from one process of ours to another, and back.
 [[nodiscard]] QByteArray serialized(const ChatRecord &record);

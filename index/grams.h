@@ -12,7 +12,7 @@ namespace indexing {
 // group which documents hold it.
 
 /// Makes the tokenizer `grams` known to @p database, for tables `fts5(…, tokenize = 'grams', detail = none)`.
-/// It takes folded text (folding.h) and gives all its groups of one, two and three characters; as part of a
+/// It takes folded text (folding.h) and gives its groups of one, two and three characters; as part of a
 /// query a quoted string is one group. Characters are Unicode's code points.
 /// @throws platform::DatabaseError when this SQLite has no FTS5.
 void addGramTokenizer(platform::Database &database);

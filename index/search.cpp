@@ -3,7 +3,7 @@
 #include "index/grams.h"
 #include "index/tables.h"
 
-#include <QSet>
+#include <QHash>
 #include <QStringList>
 
 #include <algorithm>
@@ -52,10 +52,10 @@ Search::Search(ChatIndex &index, const Question &question)
     m_isWith = whoIs(question.with);
     for (const Chat &chat : m_index.m_chats)
         m_mayHold.push_back(mayHold(chat));
-    noteChatsOfSpeakers();
+    lookForPeople();
 }
 
-/// By what a list knows of it; the speakers aside.
+/// By what a list knows of it; the people aside.
 bool Search::mayHold(const Chat &chat) const
 {
     const Contents &has = m_question.has;
@@ -66,31 +66,46 @@ bool Search::mayHold(const Chat &chat) const
     return !m_question.until || (chat.first && *chat.first <= m_question.until->latest());
 }
 
-void Search::noteChatsOfSpeakers()
+/// Leaves out the chats without the people that the question asks for.
+void Search::lookForPeople()
 {
     if (m_question.from.isEmpty() && m_question.with.isEmpty())
         return;
-    QHash<qint64, size_t> positions;
-    for (size_t chat = 0; chat < m_index.m_chats.size(); ++chat)
-        positions.insert(m_index.m_chats[chat].id, chat);
-    std::vector<bool> hasSpeaker(m_mayHold.size(), m_question.from.isEmpty());
-    std::vector<bool> isWith(m_mayHold.size(), m_question.with.isEmpty());
-    Statement rows(*m_index.m_database, "SELECT chat, person FROM speaker");
-    while (rows.step()) {
-        const auto chat = positions.constFind(rows.integer(0));
-        const auto person = size_t(rows.integer(1));
-        if (chat == positions.cend() || person >= m_index.m_positions.size())
-            continue;
-        const quint32 position = m_index.m_positions[person];
-        hasSpeaker[*chat] = hasSpeaker[*chat] || m_isSpeaker[position];
-        isWith[*chat] = isWith[*chat] || m_isWith[position];
+    const std::vector<Chat> &chats = m_index.m_chats;
+    std::vector<size_t> positions; // of chats, by their ids
+    for (size_t chat = 0; chat < chats.size(); ++chat) {
+        positions.resize(std::max(positions.size(), size_t(chats[chat].id) + 1), chats.size());
+        positions[size_t(chats[chat].id)] = chat;
     }
-    for (size_t chat = 0; chat < m_mayHold.size(); ++chat) {
-        const Chat &known = m_index.m_chats[chat];
-        if (!isWith[chat])
-            isWith[chat] = isCalled(m_question.with, known.otherParty, std::nullopt) ||
-                           std::any_of(known.participants.begin(), known.participants.end(),
-                                       [this](quint32 person) { return m_isWith[person]; });
+    std::vector<bool> hasSpeaker(chats.size(), m_question.from.isEmpty());
+    std::vector<bool> isWith(chats.size(), m_question.with.isEmpty());
+    Statement rows(*m_index.m_database, "SELECT chat FROM speaker WHERE person = ?");
+    for (size_t person = 0; person < m_index.m_positions.size(); ++person) {
+        const quint32 position = m_index.m_positions[person];
+        if ((m_question.from.isEmpty() || !m_isSpeaker[position]) &&
+            (m_question.with.isEmpty() || !m_isWith[position]))
+            continue;
+        rows.bind(qint64(person));
+        while (rows.step()) {
+            const auto id = size_t(rows.integer(0));
+            const size_t chat = id < positions.size() ? positions[id] : chats.size();
+            if (chat == chats.size())
+                continue;
+            hasSpeaker[chat] = hasSpeaker[chat] || m_isSpeaker[position];
+            isWith[chat] = isWith[chat] || m_isWith[position];
+        }
+    }
+    QHash<QString, bool> isOtherParty;
+    for (size_t chat = 0; chat < chats.size(); ++chat) {
+        const Chat &known = chats[chat];
+        if (!isWith[chat]) {
+            auto otherParty = isOtherParty.constFind(known.otherParty);
+            if (otherParty == isOtherParty.cend())
+                otherParty = isOtherParty.insert(known.otherParty,
+                                                 isCalled(m_question.with, known.otherParty, std::nullopt));
+            isWith[chat] = *otherParty || std::any_of(known.participants.begin(), known.participants.end(),
+                                                      [this](quint32 person) { return m_isWith[person]; });
+        }
         m_mayHold[chat] = m_mayHold[chat] && hasSpeaker[chat] && isWith[chat];
     }
 }
@@ -190,22 +205,20 @@ bool Search::matchesIn(size_t chat, const Blocks &blocks, ChatIndex::Order order
 {
     const Chat &known = m_index.m_chats[chat];
     const ChatIndex::Place &place = m_index.m_places[chat];
-    const auto takeMessage = [&](const StoredMessage &message, const QString &text) {
+    const auto takeMessage = [&](const StoredMessage &message, const StoredMessage &withText) {
         return take({&known, message.place, message.milliseconds, m_index.m_positions[message.person],
-                     message.contents, text});
+                     message.contents, withText.text, withText.fileNames});
     };
 
     if (place.hasRepeats) { // each text is looked at once, however many messages have it
-        QHash<quint32, QString> found;
+        QHash<quint32, StoredMessage> found;
         std::vector<StoredMessage> messages;
         for (qint64 position = 0; position < place.blocks; ++position) {
             for (StoredMessage &message : block(known.id, position)) {
                 if (!message.textOfPlace && hasWords(message.text, m_question))
-                    found.insert(message.place, message.text);
-                if (holds(message) && found.contains(message.textOfPlace.value_or(message.place))) {
-                    message.text.clear();
+                    found.insert(message.place, message);
+                if (holds(message) && found.contains(message.textOfPlace.value_or(message.place)))
                     messages.push_back(std::move(message));
-                }
             }
         }
         return inOrder(messages, order, [&](const StoredMessage &message) {
@@ -215,8 +228,7 @@ bool Search::matchesIn(size_t chat, const Blocks &blocks, ChatIndex::Order order
 
     const auto takeBlock = [&](qint64 position) {
         return inOrder(block(known.id, position), order, [&](const StoredMessage &message) {
-            return !holds(message) || !hasWords(message.text, m_question) ||
-                   takeMessage(message, message.text);
+            return !holds(message) || !hasWords(message.text, m_question) || takeMessage(message, message);
         });
     };
     if (!blocks.empty())

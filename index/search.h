@@ -3,8 +3,6 @@
 #include "index/blocks.h"
 #include "index/chatindex.h"
 
-#include <QHash>
-
 namespace indexing {
 
 /// One question, asked of an index that is up to date.
@@ -24,7 +22,7 @@ private:
     using Blocks = std::vector<qint64>; // positions of blocks in their chat, in rising order
 
     [[nodiscard]] bool mayHold(const Chat &chat) const;
-    void noteChatsOfSpeakers();
+    void lookForPeople();
     /// Calls @p take with each chat that may hold an answer, and the blocks of it that may (none: all of
     /// them).
     void candidates(ChatIndex::Order order, const std::function<bool(size_t chat, const Blocks &)> &take);

@@ -5,21 +5,25 @@ namespace indexing {
 namespace {
 
 // To be raised whenever the tables, the folding or what is kept of a chat change.
-constexpr int version = 1;
+constexpr int version = 2;
 
 constexpr char tables[] = R"(
     CREATE TABLE transcript(
         id INTEGER PRIMARY KEY, path BLOB NOT NULL UNIQUE,
         device INTEGER, inode INTEGER, size INTEGER, seconds INTEGER, nanoseconds INTEGER,
-        reason BLOB, isTold INTEGER);
+        isReadable INTEGER, reason BLOB, isTold INTEGER);
     CREATE TABLE chat(
         id INTEGER PRIMARY KEY, otherParty TEXT, participants BLOB, first INTEGER, last INTEGER,
         messages INTEGER, words INTEGER, links INTEGER, files INTEGER, pictures INTEGER, beginning TEXT,
         hasRepeats INTEGER, blocks INTEGER, firstDocument INTEGER);
-    CREATE TABLE person(id INTEGER PRIMARY KEY, service TEXT, screenName TEXT);
+    CREATE INDEX unlisted ON chat(blocks) WHERE firstDocument = 0;
+    CREATE TABLE person(
+        id INTEGER PRIMARY KEY, service TEXT, screenName TEXT,
+        chats INTEGER DEFAULT 0, messages INTEGER DEFAULT 0, first INTEGER, last INTEGER);
     CREATE TABLE speaker(
         chat INTEGER, person INTEGER, messages INTEGER, first INTEGER, last INTEGER,
-        PRIMARY KEY(chat, person)) WITHOUT ROWID;
+        PRIMARY KEY(person, chat)) WITHOUT ROWID;
+    CREATE INDEX speakersOfChat ON speaker(chat);
     CREATE TABLE block(id INTEGER PRIMARY KEY, data BLOB NOT NULL);
 )";
 constexpr char textTable[] =

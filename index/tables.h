@@ -6,16 +6,17 @@
 
 // The tables of the index, which chatindex.cpp makes, updating.cpp fills and search.cpp asks:
 //
-// - transcript: every file that is named as one, with what tells that it has changed, and the reason when it
-//   cannot be read;
+// - transcript: every file that is named as one, with what tells that it has changed, and the reason when it,
+//   or messages in it, cannot be read;
 // - chat: those that can be read (the same id), with all that lists show, and where its texts are;
-// - person: everybody, each once; speaker: who has written how much in which chat;
+// - speaker: who has written how much in which chat;
+// - person: everybody, each once, with the sums of these;
 // - block: the messages (blocks.h); the id holds the chat's in its upper bits;
 // - text: which groups of characters the blocks hold. Its documents are numbered in the order of the chats,
-// oldest
-//   first, so that the oldest and the newest answers come first without any sorting. A chat that comes out of
-//   this order, and has a later one before it, is left out of the table and looked at for every question,
-//   until there are so many of them that the table is worth being made anew.
+// the
+//   oldest first, so that the oldest and the newest answers come first without any sorting. A chat that comes
+//   out of this order, and has a later one before it, is left out of the table and looked at for every
+//   question, until there are so many of them that the table is worth being made anew.
 
 namespace indexing {
 

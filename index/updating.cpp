@@ -6,6 +6,7 @@
 #include "index/workerprocesses.h"
 
 #include "platform/files/directorywalk.h"
+#include "platform/foundation/valuestream.h"
 #include "platform/text/encoding.h"
 
 #include <QDataStream>
@@ -16,14 +17,27 @@
 #include <limits>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 
 namespace indexing {
-
-namespace {
 
 using platform::Statement;
 using platform::Transaction;
 using Clock = std::chrono::steady_clock;
+
+/// What a worker has found out about a transcript.
+struct Answer {
+    bool isReadable = false;
+    QByteArray reason; ///< why it, or messages in it, cannot be read; empty when all can
+    QByteArray record; ///< empty when the chat is not kept
+};
+
+static constexpr auto membersOf(const Answer * /*unused*/)
+{
+    return std::tuple(&Answer::isReadable, &Answer::reason, &Answer::record);
+}
+
+namespace {
 
 constexpr auto longestStep = std::chrono::seconds(3);
 constexpr qsizetype longestBeginning = 100; // UTF-16 units
@@ -34,17 +48,24 @@ bool isTakenByItsName(const std::filesystem::path &path)
     return (name.ends_with(".chat") || name.ends_with(".ichat")) && name.find(" on ") != std::string::npos;
 }
 
-/// What a worker answers: 'c' and a record, 'u' and a reason, or 'n' for what is not kept.
+/// What a worker answers, in bytes.
 QByteArray answerFor(const std::filesystem::path &path, const std::function<bool(const ChatRecord &)> &keeps)
 {
     const VORAChatLog::Loading loading = VORAChatLog::load(path);
+    Answer answer;
     if (loading) {
         const ChatRecord record = recordOf(**loading);
-        return keeps && !keeps(record) ? QByteArrayLiteral("n") : 'c' + serialized(record);
+        answer.isReadable = true;
+        if (!keeps || keeps(record))
+            answer.record = serialized(record);
+        answer.reason = platform::utf8FromString((*loading)->unreadableMessagesNote());
+    } else if (loading.error().kind != platform::FailureKind::WrongName) {
+        answer.reason = QByteArray::fromStdString(loading.error().reason);
     }
-    if (loading.error().kind != platform::FailureKind::WrongName)
-        return 'u' + QByteArray::fromStdString(loading.error().reason);
-    return QByteArrayLiteral("n");
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    platform::writeValue(stream, answer);
+    return bytes;
 }
 
 /// The first words of a chat on one line.
@@ -52,7 +73,10 @@ QString beginningOf(const ChatRecord &record)
 {
     if (record.messages.empty())
         return {};
-    QString line = record.texts.at(record.messages.front().text).left(4 * longestBeginning).simplified();
+    const quint32 text = record.messages.front().text;
+    QString line =
+        readableText(record.texts.at(text).left(4 * longestBeginning), record.fileNames.value(text))
+            .simplified();
     if (line.size() > longestBeginning) {
         line.truncate(longestBeginning - 1);
         if (line.back().isHighSurrogate())
@@ -60,6 +84,18 @@ QString beginningOf(const ChatRecord &record)
         line += u'…';
     }
     return line;
+}
+
+Answer answerFrom(const JobResult &result)
+{
+    Answer answer;
+    if (result.bytes) {
+        QDataStream stream(*result.bytes);
+        platform::readValue(stream, answer);
+    } else {
+        answer.reason = QByteArray::fromStdString(result.failure);
+    }
+    return answer;
 }
 
 /// How much somebody has written in one chat, and when.
@@ -99,66 +135,85 @@ void Updating::forgetAll()
 std::vector<std::string> Updating::run(const std::function<bool(size_t, size_t)> &progress)
 {
     m_progress = progress;
+    Changes found;
+    size_t next = 0; // of those to be read
+    std::optional<qint64> version;
     for (bool isMore = true; isMore;) {
         Transaction transaction(m_database);
-        m_people.clear(); // another program may have added some between two steps
-        const Changes found = changes();
-        for (const qint64 id : found.gone)
-            forget(id);
-        m_total = m_done + found.toRead.size() * (m_withTexts ? 2 : 1); // each is read, then listed
-        isMore = !read(found.toRead) || (m_withTexts && listTexts());
+        if (version != versionByOthers()) {
+            version = versionByOthers();
+            m_people.clear();
+            found = changes();
+            next = 0;
+            for (const qint64 id : found.gone)
+                forget(id);
+            m_total = m_done + found.toRead.size() * (m_withTexts ? 2 : 1); // each is read, then listed
+        }
+        if (!found.gone.empty() || next < found.toRead.size()) {
+            found.gone.clear();
+            read(found.toRead, next);
+            sumUpPeople();
+        }
+        isMore = next < found.toRead.size() || (m_withTexts && listTexts());
         transaction.keep();
         isMore = isMore && !m_isStopped;
     }
     return m_unreadFolders;
 }
 
+qint64 Updating::versionByOthers()
+{
+    Statement row(m_database, "PRAGMA data_version");
+    row.step();
+    return row.integer(0);
+}
+
+void Updating::sumUpPeople()
+{
+    m_database.run("UPDATE person SET chats = 0, messages = 0, first = NULL, last = NULL;"
+                   "UPDATE person SET chats = sums.chats, messages = sums.messages, first = sums.first, "
+                   "last = sums.last FROM (SELECT person, count(*) AS chats, sum(messages) AS messages, "
+                   "min(first) AS first, max(last) AS last FROM speaker GROUP BY person) AS sums "
+                   "WHERE sums.person = person.id");
+}
+
 Updating::Changes Updating::changes()
 {
-    struct Known {
-        qint64 id;
-        platform::FileIdentity identity;
-        bool isThere = false;
-    };
-    std::map<std::string, Known> known;
-    Statement rows(
-        m_database,
-        "SELECT id, path, device, inode, size, seconds, nanoseconds FROM transcript ORDER BY path");
-    while (rows.step()) {
-        known.emplace_hint(known.end(), rows.bytes(1).toStdString(),
-                           Known{rows.integer(0),
-                                 {quint64(rows.integer(2)), quint64(rows.integer(3)), rows.integer(4),
-                                  rows.integer(5), long(rows.integer(6))}});
-    }
-
-    Changes result;
+    std::vector<Transcript> there;
     platform::DirectoryWalk walk(m_folder);
     while (auto entry = walk.next()) {
-        if (!isTakenByItsName(*entry))
-            continue;
-        const auto identity = platform::fileIdentity(m_folder / *entry);
-        const auto old = known.find(entry->native());
-        if (old != known.end() && identity == old->second.identity)
-            old->second.isThere = true;
-        else
-            result.toRead.push_back({std::move(*entry), identity.value_or(platform::FileIdentity())});
+        if (isTakenByItsName(*entry))
+            there.push_back({std::move(*entry), walk.identity().value_or(platform::FileIdentity())});
     }
     m_unreadFolders.clear();
     for (const auto &unread : walk.unreadFolders())
         m_unreadFolders.push_back((m_folder / unread.folder).native() + ": " + unread.reason);
-    const auto isInUnreadFolder = [&](const std::string &path) {
+    const auto isInUnreadFolder = [&walk](std::string_view path) {
         return std::any_of(walk.unreadFolders().begin(), walk.unreadFolders().end(), [&](const auto &unread) {
             return unread.folder.empty() || path.starts_with(unread.folder.native() + '/');
         });
     };
-    for (const auto &[path, transcript] : known) {
-        if (!transcript.isThere && !isInUnreadFolder(path))
-            result.gone.push_back(transcript.id);
+
+    std::unordered_map<std::string_view, size_t> positions;
+    positions.reserve(there.size());
+    std::vector<bool> isKnown(there.size());
+    for (size_t position = 0; position < there.size(); ++position) // some file systems list a name twice
+        isKnown[position] = !positions.emplace(there[position].path.native(), position).second;
+    Changes result;
+    Statement rows(m_database, "SELECT id, path, device, inode, size, seconds, nanoseconds FROM transcript");
+    while (rows.step()) {
+        const QByteArrayView path = rows.bytesView(1);
+        const auto found = positions.find(std::string_view(path.data(), size_t(path.size())));
+        const platform::FileIdentity identity{quint64(rows.integer(2)), quint64(rows.integer(3)),
+                                              rows.integer(4), rows.integer(5), long(rows.integer(6))};
+        if (found != positions.end() && there[found->second].identity == identity)
+            isKnown[found->second] = true;
+        else if (found != positions.end() || !isInUnreadFolder({path.data(), size_t(path.size())}))
+            result.gone.push_back(rows.integer(0));
     }
-    for (const Transcript &transcript : result.toRead) { // what has changed is forgotten wherever it is
-        const auto old = known.find(transcript.path.native());
-        if (old != known.end() && isInUnreadFolder(old->first))
-            result.gone.push_back(old->second.id);
+    for (size_t position = 0; position < there.size(); ++position) {
+        if (!isKnown[position])
+            result.toRead.push_back(std::move(there[position]));
     }
     // Roughly in the order of their dates, so that the first ones to be listed are of one time.
     std::sort(result.toRead.begin(), result.toRead.end(), [](const Transcript &a, const Transcript &b) {
@@ -203,42 +258,38 @@ void Updating::countOne()
     m_isStopped = m_progress && !m_progress(m_done, m_total);
 }
 
-bool Updating::read(const std::vector<Transcript> &transcripts)
+void Updating::read(const std::vector<Transcript> &transcripts, size_t &next)
 {
     const auto start = Clock::now();
-    size_t read = 0;
+    const size_t first = next;
     runInWorkers(
-        transcripts.size(), [&](size_t job) { return answerFor(m_folder / transcripts[job].path, m_keeps); },
-        [&](size_t job, const JobResult &result) {
-            insert(transcripts[job],
-                   result.bytes ? *result.bytes : 'u' + QByteArray::fromStdString(result.failure));
-            ++read;
+        transcripts.size() - first,
+        [&](size_t job) { return answerFor(m_folder / transcripts[first + job].path, m_keeps); },
+        [&](size_t, const JobResult &result) {
+            insert(transcripts[next++], answerFrom(result));
             countOne();
             return !m_isStopped && Clock::now() - start < longestStep;
         });
-    return read == transcripts.size();
 }
 
-void Updating::insert(const Transcript &transcript, const QByteArray &answer)
+void Updating::insert(const Transcript &transcript, const Answer &answer)
 {
-    const bool isChat = answer.startsWith('c');
-    const bool isUnreadable = answer.startsWith('u');
-    Statement row(m_database,
-                  "INSERT INTO transcript(path, device, inode, size, seconds, nanoseconds, reason, isTold) "
-                  "VALUES(?, ?, ?, ?, ?, ?, ?, 0)");
+    Statement row(m_database, "INSERT INTO transcript(path, device, inode, size, seconds, nanoseconds, "
+                              "isReadable, reason, isTold) VALUES(?, ?, ?, ?, ?, ?, ?, ?, 0)");
     const platform::FileIdentity &identity = transcript.identity;
     row.bind(QByteArrayView(transcript.path.native()))
         .bind(qint64(identity.device))
         .bind(qint64(identity.inode))
         .bind(identity.size)
         .bind(identity.seconds)
-        .bind(qint64(identity.nanoseconds));
-    if (isUnreadable)
-        row.bind(QByteArrayView(answer).sliced(1)).run();
-    else
+        .bind(qint64(identity.nanoseconds))
+        .bind(qint64(answer.isReadable ? 1 : 0));
+    if (answer.reason.isEmpty())
         row.bindNull().run();
-    if (isChat)
-        insertChat(m_database.lastInsertedRow(), chatRecordFrom(answer.sliced(1)));
+    else
+        row.bind(QByteArrayView(answer.reason)).run();
+    if (!answer.record.isEmpty())
+        insertChat(m_database.lastInsertedRow(), chatRecordFrom(answer.record));
 }
 
 void Updating::insertChat(qint64 id, const ChatRecord &record)
@@ -323,11 +374,14 @@ quint32 Updating::idOf(const Person &person)
 
 std::vector<Updating::Unlisted> Updating::nextToList(qint64 &outOfOrder)
 {
+    outOfOrder = 0;
+    Statement isAny(m_database, "SELECT 1 FROM chat WHERE firstDocument = 0 AND blocks > 0");
+    if (!isAny.step())
+        return {};
     // In the order of ChatIndex::chats(): by the first message, chats without a time last.
     Statement rows(m_database, "SELECT chat.id, blocks, firstDocument FROM chat JOIN transcript USING(id) "
                                "ORDER BY first IS NULL, first, path");
     std::vector<Unlisted> next;
-    outOfOrder = 0;
     while (rows.step()) {
         if (rows.integer(1) == 0)
             continue; // nobody says anything in it
@@ -348,6 +402,8 @@ bool Updating::listTexts()
     constexpr qint64 shareOutOfOrder = 32;  // or one of so many
     qint64 outOfOrder = 0;
     std::vector<Unlisted> next = nextToList(outOfOrder);
+    if (next.empty() && outOfOrder == 0)
+        return false;
     Statement counts(m_database,
                      "SELECT ifnull(sum(blocks), 0), ifnull(max(firstDocument + blocks), 1) FROM chat "
                      "WHERE firstDocument != 0");

@@ -11,14 +11,16 @@
 
 namespace indexing {
 
+struct Answer;
 struct ChatRecord;
 struct Person;
 
 /// Brings the tables of the index up to date with a transcript folder: reads what is new or has changed, in
 /// worker processes, and forgets what is gone.
 ///
-/// Works in steps of a few seconds, each one transaction that begins with a look at the folder: what has been
-/// found out is kept when the program is killed, and several programs that do this at once share the work.
+/// Works in steps of a few seconds, each one transaction: what has been found out is kept when the program is
+/// killed. The first step begins with a look at the folder, and so does each one before which another program
+/// has changed the tables: several that do this at once share the work.
 class Updating {
 public:
     /// @param database lent, with the tables of tables.h.
@@ -51,11 +53,14 @@ private:
     };
 
     [[nodiscard]] Changes changes();
+    /// A number that is another one when somebody else has changed the database.
+    [[nodiscard]] qint64 versionByOthers();
     void forget(qint64 id);
+    void sumUpPeople();
     void countOne();
-    /// @return whether all of them have been read; else there was no time for more in this step.
-    bool read(const std::vector<Transcript> &transcripts);
-    void insert(const Transcript &transcript, const QByteArray &answer);
+    /// Reads those from @p next on, and sets it to the first one that there was no time for in this step.
+    void read(const std::vector<Transcript> &transcripts, size_t &next);
+    void insert(const Transcript &transcript, const Answer &answer);
     void insertChat(qint64 id, const ChatRecord &record);
     [[nodiscard]] quint32 idOf(const Person &person);
     /// Takes the next chats into the table of texts. @return whether there are more.

@@ -1,6 +1,7 @@
 #!/bin/sh
 # Measures: the stages that a chat goes through, and whole runs over folders of chats, with what is aimed at beside it.
 #     scripts/bench.sh [COUNTS]    with so many chats of fifty messages each, "1000,2000,4000,8000" if not given
+# The index is measured with 8000 chats, and with 50000 when COUNTS names them.
 # build/release/bench-chats/growth.svg shows how the time for a chat depends on their number.
 set -eu
 cd "$(dirname "$0")/.."
@@ -24,4 +25,9 @@ echo
 gnuplot -e "table='$work/growth.tsv'; drawing='$work/growth.svg'" bench/growth.gnuplot
 
 /usr/bin/python3 bench/search.py $build/companion/prattlebug "$work/home-${counts##*,}"
+for count in 8000 50000; do
+    case ",8000,$counts," in
+        *,$count,*) /usr/bin/python3 bench/index.py $build/companion/prattlebug $build/bench/prattlebug_archive_bench "$work" $count ;;
+    esac
+done
 /usr/bin/python3 bench/importing.py $build/companion/prattlebug "$work/home-${counts##*,}/Documents/iChats (Prattlebugged)"

@@ -8,19 +8,19 @@ packages_to() {
     case $1 in
         # The programs and what they load. gnustep-config runs make. A build folder that finds ccache later starts anew.
         build) echo "
-            ccache cmake g++ ninja-build
-            qt6-base-dev qt6-image-formats-plugins libqt6svg6 tzdata libcli11-dev libexpected-dev libmimalloc-dev libsqlite3-dev
+            ccache cmake g++ ninja-build pkg-config
+            qt6-base-dev qt6-image-formats-plugins libqt6svg6 tzdata libcli11-dev libexpected-dev libgmime-3.0-dev libmimalloc-dev libsqlite3-dev
             gobjc++ libpantomime-dev libgnutls28-dev gnustep-make make" ;;
         # The test library; witnesses that share no code with ours; a mail server and client, shells, a browser, a desktop.
         test) echo "
-            pkg-config libgtest-dev libgmock-dev libplist-dev python3
+            libgtest-dev libgmock-dev libplist-dev python3
             gobjc libgnustep-gui-dev gnustep-back0.29-cairo
-            appstream desktop-file-utils mutt openssl python3-aiosmtpd fish zsh
+            appstream desktop-file-utils mutt notmuch openssl python3-aiosmtpd fish zsh
             chromium chromium-driver firefox-esr python3-selenium python3-jsonschema
             at-spi2-core dbus-daemon gir1.2-atspi-2.0 openbox python3-gi xauth xdotool xvfb" ;;
         lint) echo "clang-format-19 clang-tidy-19 git python3 python3-flake8 shellcheck" ;;
         fuzz) echo "clang-19 libclang-rt-19-dev python3" ;;
-        bench) echo "libbenchmark-dev gnuplot-nox python3 time" ;;
+        bench) echo "libbenchmark-dev gnuplot-nox notmuch python3 time" ;;
         package) echo "dpkg-dev" ;;
         coverage) echo "gcovr" ;;
         *) echo "install-deps.sh: unknown task \"$1\"" >&2; exit 2 ;;

@@ -4,7 +4,9 @@
 
 #include <cerrno>
 #include <dirent.h>
+#include <fcntl.h>
 #include <memory>
+#include <string_view>
 #include <sys/stat.h>
 #include <utility>
 
@@ -12,36 +14,32 @@ namespace platform {
 
 namespace {
 
-struct FolderContents {
-    std::vector<std::string> names;
-    int error = 0; ///< an errno value, when these are not all
-};
-
-FolderContents readFolder(const std::filesystem::path &folder)
+/// Calls @p take with the directory and each name in it. @return an errno value when these are not all, else
+/// 0.
+template <class Take>
+int readFolder(const std::filesystem::path &folder, Take take)
 {
-    FolderContents contents;
     const auto close = [](DIR *directory) { ::closedir(directory); };
     const std::unique_ptr<DIR, decltype(close)> directory(::opendir(folder.c_str()), close);
-    if (!directory) {
-        contents.error = errno;
-        return contents;
-    }
+    if (!directory)
+        return errno;
     errno = 0;                                                 // the end of the folder leaves it as it is
     while (const dirent *entry = ::readdir(directory.get())) { // its own stream
-        std::string name = entry->d_name;
+        const std::string_view name = entry->d_name;
         if (name != "." && name != "..")
-            contents.names.push_back(std::move(name));
+            take(::dirfd(directory.get()), entry->d_name);
         errno = 0;
     }
-    contents.error = errno;
-    return contents;
+    return errno;
 }
 
 } // namespace
 
 std::vector<std::string> contentsOfDirectory(const std::filesystem::path &folder)
 {
-    return readFolder(folder).names;
+    std::vector<std::string> names;
+    (void)readFolder(folder, [&names](int, const char *name) { names.emplace_back(name); });
+    return names;
 }
 
 DirectoryWalk::DirectoryWalk(std::filesystem::path folder) : m_root(std::move(folder))
@@ -51,11 +49,25 @@ DirectoryWalk::DirectoryWalk(std::filesystem::path folder) : m_root(std::move(fo
 
 void DirectoryWalk::open(const std::filesystem::path &folder)
 {
-    FolderContents contents = readFolder(folder.empty() ? m_root : m_root / folder);
-    Listing &listing = m_open.emplace_back(Listing{.folder = folder, .names = std::move(contents.names)});
-    const bool isGone = contents.error == ENOENT && !folder.empty();
-    if (contents.error != 0 && !isGone)
-        noteUnread(listing, contents.error);
+    Listing listing;
+    listing.folder = folder;
+    const int error =
+        readFolder(folder.empty() ? m_root : m_root / folder, [&listing](int directory, const char *name) {
+            Entry &entry = listing.entries.emplace_back();
+            entry.name = name;
+            struct stat status{};
+            if (::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+                entry.error = errno;
+                return;
+            }
+            entry.isFolder = S_ISDIR(status.st_mode);
+            entry.isLink = S_ISLNK(status.st_mode);
+            entry.identity = identityOf(status);
+        });
+    m_open.push_back(std::move(listing));
+    const bool isGone = error == ENOENT && !folder.empty();
+    if (error != 0 && !isGone)
+        noteUnread(m_open.back(), error);
 }
 
 void DirectoryWalk::noteUnread(Listing &listing, int error)
@@ -66,20 +78,26 @@ void DirectoryWalk::noteUnread(Listing &listing, int error)
 
 std::optional<std::filesystem::path> DirectoryWalk::next()
 {
-    while (!m_open.empty() && m_open.back().next == m_open.back().names.size())
+    while (!m_open.empty() && m_open.back().next == m_open.back().entries.size())
         m_open.pop_back();
     if (m_open.empty())
         return std::nullopt;
     Listing &listing = m_open.back();
-    std::filesystem::path entry = listing.folder / listing.names[listing.next++];
-    struct stat status{};
-    if (::lstat((m_root / entry).c_str(), &status) != 0) {
-        if (errno != ENOENT) // it might have been a folder
-            noteUnread(listing, errno);
-    } else if (S_ISDIR(status.st_mode)) {
-        open(entry);
-    }
-    return entry;
+    m_last = std::move(listing.entries[listing.next++]);
+    std::filesystem::path path = listing.folder / m_last.name;
+    m_last.name = path.native();
+    if (m_last.error != 0 && m_last.error != ENOENT) // it might have been a folder
+        noteUnread(listing, m_last.error);
+    else if (m_last.isFolder)
+        open(path);
+    return path;
+}
+
+std::optional<FileIdentity> DirectoryWalk::identity() const
+{
+    if (m_last.isLink)
+        return fileIdentity(m_root / m_last.name);
+    return m_last.error == 0 ? std::optional(m_last.identity) : std::nullopt;
 }
 
 double DirectoryWalk::part() const
@@ -87,9 +105,9 @@ double DirectoryWalk::part() const
     double walked = 0;
     double share = 1; // of the folder at hand in the whole
     for (const Listing &listing : m_open) {
-        if (listing.names.empty())
+        if (listing.entries.empty())
             break;
-        share /= double(listing.names.size());
+        share /= double(listing.entries.size());
         const bool isInside = &listing != &m_open.back(); // the entry that came last is still being walked
         walked += share * double(listing.next - (isInside ? 1 : 0));
     }

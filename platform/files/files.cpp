@@ -64,17 +64,17 @@ std::optional<CreationTime> creationTime(const std::filesystem::path &path)
     return hasBirth ? std::min(born, modified) : modified;
 }
 
+FileIdentity identityOf(const struct stat &status)
+{
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
 std::optional<FileIdentity> fileIdentity(const std::filesystem::path &path)
 {
     struct stat status{};
     if (::stat(path.c_str(), &status) != 0)
         return std::nullopt;
     return identityOf(status);
-}
-
-FileIdentity identityOf(const struct stat &status)
-{
-    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
 Result<QByteArray> readWholeFile(const std::filesystem::path &path)

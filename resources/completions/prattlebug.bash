@@ -1,5 +1,16 @@
 # Completion of prattlebug's commands, options and values for bash.
 
+# Offers the people in the index of a home folder ("" for the user's own) whose names begin as what is typed does.
+_prattlebug_names() {
+    local program=${COMP_WORDS[0]/#\~/$HOME} home=${1//[\\\"\']/} begun=${2//[\\\"\']/} name
+    local -a names
+    mapfile -t names < <("$program" ${home:+--home "${home/#\~/$HOME}"} people --names 2>/dev/null)
+    for name in "${names[@]}"; do
+        [[ ${name,,} == "${begun,,}"* ]] && COMPREPLY+=("$name")
+    done
+    compopt -o filenames # so that blanks are quoted
+}
+
 _prattlebug() {
     local current=$2 previous=$3
     local everywhere="--help --home --quiet --verbose"
@@ -10,15 +21,15 @@ _prattlebug() {
     local filters="--from --with --since --until --has --word"
     local keys="emailAddress forceUniqueSubjects subjectNumber emailNeedsUsername emailUsername emailPassword imageEntry
         bookmarkEntry errorStatus reportThis emailFails"
-    local command= word skip=
+    local command= home= word skip=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         if [[ $skip ]]; then
+            home=$word
             skip=
         elif [[ $word == --home ]]; then
             skip=yes
-        elif [[ $word != -* ]]; then
+        elif [[ $word != -* && ! $command ]]; then
             command=$word
-            break
         fi
     done
     COMPREPLY=()
@@ -34,7 +45,7 @@ _prattlebug() {
         return ;;
     --as)
         local forms="plain html subject json"
-        [[ $command == export ]] && forms="html text markdown json jsonl csv"
+        [[ $command == export ]] && forms="html text markdown json jsonl csv eml maildir"
         mapfile -t COMPREPLY < <(compgen -W "$forms" -- "$current")
         return ;;
     --by)
@@ -49,7 +60,10 @@ _prattlebug() {
     --has)
         mapfile -t COMPREPLY < <(compgen -W "link file picture" -- "$current")
         return ;;
-    --email | --words | --from | --with | --limit | --context | --to | --since | --until | --server | --timeout)
+    --from | --with)
+        [[ $command == search || $command == list || $command == export ]] && _prattlebug_names "$home" "$current"
+        return ;;
+    --email | --words | --limit | --context | --to | --since | --until | --server | --timeout)
         return ;;
     esac
 
@@ -61,9 +75,9 @@ _prattlebug() {
     export) options="$filters --words --as --by --attachments --mirror" files=yes ;;
     search) options="$filters --context --limit --newest --count --json --no-index" ;;
     list) options="$filters --limit --newest --json" ;;
-    people) options="--json" ;;
+    people) options="--json --names" ;;
     index) options="--rebuild" ;;
-    show) options="--as" files=yes ;;
+    show) options="--as --times" files=yes ;;
     help) options=$commands ;;
     stats) options="--json" ;;
     status) options="--clear" ;;

@@ -1,5 +1,15 @@
 # Completion of prattlebug's commands, options and values for fish.
 
+# The people in the index of the home folder that is worked in.
+function __prattlebug_names
+    set -l words (string replace -r '^~(?=/|$)' -- $HOME (commandline -opc))
+    set -l home
+    if set -l option (contains -i -- --home $words)
+        set home --home $words[(math $option + 1)]
+    end
+    $words[1] $home people --names 2>/dev/null
+end
+
 set -l commands setup archive export search list people index show stats pages link-log image-log check inspect prefs status help
 # Only with send.
 set -a commands send
@@ -45,14 +55,14 @@ complete -c prattlebug -n '__fish_seen_subcommand_from setup' -l reset-templates
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l skip-new -d 'Leave out newer chats'
 complete -c prattlebug -n '__fish_seen_subcommand_from archive' -l fresh -d 'Set the stores of earlier runs aside'
 complete -c prattlebug -n '__fish_seen_subcommand_from export' -l words -x -d 'What a message must contain'
-complete -c prattlebug -n '__fish_seen_subcommand_from export' -l as -x -a 'html text markdown json jsonl csv' -d 'Format'
+complete -c prattlebug -n '__fish_seen_subcommand_from export' -l as -x -a 'html text markdown json jsonl csv eml maildir' -d 'Format'
 complete -c prattlebug -n '__fish_seen_subcommand_from export' -l by -x -a 'chat person month year' -d 'What shares a file'
 complete -c prattlebug -n '__fish_seen_subcommand_from export' -l attachments -x -a 'inside beside none' -d 'Where attached files go'
 complete -c prattlebug -n '__fish_seen_subcommand_from export' -l mirror -d 'Remove what no longer belongs'
 complete -c prattlebug -n '__fish_seen_subcommand_from help' -f -a "$commands"
 complete -c prattlebug -n '__fish_seen_subcommand_from search list people index' -f
-complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l from -x -d 'Only messages by this person'
-complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l with -x -d 'Only chats with this person'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l from -x -a '(__prattlebug_names)' -d 'Only messages by this person'
+complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l with -x -a '(__prattlebug_names)' -d 'Only chats with this person'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l since -x -d 'From this date on'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l until -x -d 'Up to this date'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l has -x -a 'link file picture' -d 'Only messages with this'
@@ -60,10 +70,12 @@ complete -c prattlebug -n '__fish_seen_subcommand_from search list export' -l wo
 complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l limit -x -d 'Stop after this many'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list' -l newest -d 'Start with the newest'
 complete -c prattlebug -n '__fish_seen_subcommand_from search list people' -l json -d 'A JSON object a line'
+complete -c prattlebug -n '__fish_seen_subcommand_from people' -l names -d 'Only the names that the index has'
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -l context -x -d 'Messages around each'
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -l count -d 'Only how many there are'
 complete -c prattlebug -n '__fish_seen_subcommand_from search' -l no-index -d 'Read all transcripts'
 complete -c prattlebug -n '__fish_seen_subcommand_from index' -l rebuild -d 'Read all transcripts again'
+complete -c prattlebug -n '__fish_seen_subcommand_from show' -l times -d 'A time before each message'
 complete -c prattlebug -n '__fish_seen_subcommand_from show' -l as -x -a 'plain html subject json' -d 'Form of the output'
 complete -c prattlebug -n '__fish_seen_subcommand_from stats' -f
 complete -c prattlebug -n '__fish_seen_subcommand_from stats' -l json -d 'As JSON'

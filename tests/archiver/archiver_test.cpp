@@ -174,10 +174,22 @@ TEST_F(Archiver, ArchivesEverythingAtEveryDepthAndCountsIt)
 #if !defined(__SANITIZE_ADDRESS__) // which takes more memory than there is
 TEST_F(Archiver, LeavesOutAChatThatDoesNotFitIntoMemory)
 {
+    constexpr auto tooLarge = (std::uintmax_t(1) << 31U) - 1;
     addChat("A on x.ichat");
+    const auto words = write("Library/Prattlebug/curses.plist", "");
+    std::filesystem::resize_file(words, tooLarge); // which the statistics need, after the links
+    {
+        const MemoryLimit limit(200 << 20);
+        archiver.beginArchiving();
+    }
+    EXPECT_EQ(archiver.outcome().notWritten.size(), 1U);
+    EXPECT_FALSE(std::filesystem::exists(home() / "Library/Prattlebug/gatheredURLs.plist"))
+        << "it was not folded in at all";
+    std::filesystem::remove(words);
+
     addChat("Large on x.ichat", 0, QByteArray(30'000'000, 'x'));
     write(std::filesystem::path(folderName) / "Hole on x.chat", "");
-    std::filesystem::resize_file(home() / folderName / "Hole on x.chat", (std::uintmax_t(1) << 31U) - 1);
+    std::filesystem::resize_file(home() / folderName / "Hole on x.chat", tooLarge);
     addChat("Z on x.ichat");
     {
         const MemoryLimit limit(200 << 20);

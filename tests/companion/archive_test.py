@@ -66,7 +66,7 @@ class Archive(CompanionTest):
         self.assertEqual(output, "")
         self.assertEqual(errors, "You must have Prattlebug set up in order to use this program. Please go to the Prattlebug "
                                  "preferences and click Start to finish setup.\n"
-                                 "prattlebug setup does that here: see prattlebug setup --help.\n")
+                                 "Run prattlebug setup for that: see prattlebug setup --help.\n")
         self.assertEqual(os.listdir(self.home), [])
 
         self.add_samples()
@@ -93,6 +93,18 @@ class Archive(CompanionTest):
             output, errors = self.archive("--quiet", code=1, prefix=limited)
             self.assertIn(f"The mbox could not be written whole: {self.mbox_path()}: File too large\n", errors)
             self.assertLessEqual(os.path.getsize(self.mbox_path()), size)
+
+    def test_a_disk_with_less_room_than_the_earlier_mbox_takes_is_told_of_before_the_run(self):
+        self.add_samples()
+        warning = "The disk may fill: the earlier mbox, of 8.8 TB, stays until the new one is whole, and "
+        for name in (self.mbox_path(), self.mbox_path() + ".previous"):
+            self.archive("--quiet")
+            with open(name, "ab") as mbox:
+                mbox.truncate(2**43)  # takes no room
+            _, told = self.archive("--quiet")
+            self.assertIn(warning, told)
+            self.assertEqual(os.listdir(self.path("Out")), [os.path.basename(self.mbox_path())])
+        self.assertEqual(self.archive("--quiet")[1], "")
 
     def test_streams_that_are_closed_let_nothing_into_the_mbox(self):
         self.add_samples()
@@ -121,9 +133,12 @@ class Archive(CompanionTest):
             self.assertIn(b"] 23 of 23 entries", shown)
             self.assertIn(f"{broken}: ".encode(), shown, "that one cannot be read is told at once")
             self.assertRegex(shown, rb"\r\x1b\[KThe archive file is ready")
-        _, quiet = self.run_in_terminal(PRATTLEBUG, "archive", "--quiet", self.path("Out"))
-        self.assertNotIn(b"\x1b", quiet)
-        self.assertEqual(quiet.count(b"\n"), 5)
+        for colours in (True, False):
+            self.environment["NO_COLOR"] = "" if colours else "1"
+            _, quiet = self.run_in_terminal(PRATTLEBUG, "archive", "--quiet", self.path("Out"))
+            self.assertEqual(re.findall(rb"\x1b\[(\d+)m(\w+)", quiet), [(b"1", b"18"), (b"31", b"Could")] if colours else [])
+            self.assertEqual(quiet.count(b"\x1b"), 4 if colours else 0)
+            self.assertEqual(quiet.count(b"\n"), 5)
 
     def test_what_could_not_be_archived_is_listed(self):
         self.add_samples()

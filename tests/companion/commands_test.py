@@ -27,6 +27,7 @@ def keyed(*objects):
 class Commands(CompanionTest):
     def test_wrong_usage_exits_with_2(self):
         for arguments in ([], ["nonsense"], ["archive"], ["archive", "a", "b"], ["show"], ["show", "--as", "pdf", KIM],
+                          ["show", "--times", "--as", "json", KIM],
                           ["inspect"], ["--home"], ["prefs", "--delete"], ["prefs", "emailAddress", "a@b", "c"]):
             output, errors = self.run_companion(*arguments, code=2)
             self.assertEqual(output, "")
@@ -52,6 +53,9 @@ class Commands(CompanionTest):
         spoken = [message for message in chat["messages"] if not message["status"]]
         self.assertEqual(plain, "".join(f"{message['speaker']}: {message['text']}\n" for message in spoken)
                          + "Sent by Prattlebug ( https://prattlebug.example/ )\n")
+        timed = self.run_companion("show", "--times", KIM)[0]
+        self.assertRegex(timed, r"^Sat 2003-07-12\n18:41  .*\n(.*\n)*18:51  ")
+        self.assertEqual(re.sub(r"(?m)^(\d\d:\d\d  | {7}|Sat .*\n)", "", timed).replace("[poster.png]", "\ufffc"), plain)
 
     def test_transcripts_may_have_any_name_and_be_named_as_search_names_them(self):
         for name, party in (("Kim.chat", "Kim"), ("Kim Lee #7.CHAT", "Kim Lee #7"), ("Kim on 2003.Chat", "Kim"), (".hidden.chat", ".hidden")):
@@ -125,6 +129,12 @@ class Commands(CompanionTest):
         output, _ = self.run_companion("check", odd, code=1)
         self.assertRegex(output, "^" + re.escape(odd) + r": 2 unreadable messages, the first: a date without its seconds "
                          r"\(offset \d+\)\n1 can be read, with 2 unreadable messages, 0 cannot\.\n$")
+        os.rename(odd, self.path(TRANSCRIPTS, "Kim on y.ichat"))
+        os.remove(broken)
+        told = "Cannot be read whole: Kim on y.ichat: 2 unreadable messages"
+        self.assertIn(told, self.run_companion("search", "photo")[1])
+        self.assertEqual(self.run_companion("search", "photo")[1], "")
+        self.assertIn(told, self.run_companion("search", "photo", "--no-index")[1])
         self.assertIn("0 can be read, 1 cannot.", self.run_companion("check", self.write("Notes.txt", b""), code=1)[0])
 
     def test_inspect_tells_the_kind_by_the_first_bytes(self):

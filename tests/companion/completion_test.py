@@ -5,7 +5,7 @@ import re
 import shlex
 import sys
 
-from companion import CompanionTest, main
+from companion import PRATTLEBUG, CompanionTest, main
 
 FOLDER = sys.argv[3]  # of the completions and the manual page, as they are installed
 EVERYWHERE = {"--help", "--home", "--quiet", "--verbose"}
@@ -53,6 +53,9 @@ class Completion(CompanionTest):
     def setUp(self):
         super().setUp()
         listed = self.run_companion("--help")[0].split("Subcommands:\n")[1].split("\n\n")[0]
+        self.add_samples()
+        self.run_companion("index")
+        self.environment["PATH"] = os.path.dirname(os.path.abspath(PRATTLEBUG)) + ":" + os.environ["PATH"]
         self.commands = re.findall(r"(?m)^  ([a-z-]+)", listed)
         self.options = {command: set(re.findall(r"(?m)^  (?:-\w,)?(--[a-z-]+)", self.run_companion(command, "--help")[0])) - {"--help"}
                         for command in self.commands}
@@ -66,6 +69,8 @@ class Completion(CompanionTest):
             "prattlebug ": set(self.commands), "prattlebug prefs ": keys,
             "prattlebug prefs email": mail_keys, "prattlebug prefs --delete email": mail_keys,
             "prattlebug help sh": {"show"}, "prattlebug show --as h": {"html"},
+            "prattlebug search --from Tom": {"Tomás Novák"}, "prattlebug -q list --with KIML": {"kimlee77"},
+            f"prattlebug --home {self.path('none')} search --from ": set(),
             f"prattlebug setup --me {self.path('cards')}/": {"a b.vcf"},
         }
         for command, options in self.options.items():

@@ -57,6 +57,7 @@ class Everyday(CompanionTest):
             self.assertCountEqual([match["text"] for match in found("--no-index", *arguments)], expected, arguments)
             self.assertEqual(self.run_companion("search", "--count", *arguments)[0], f"{len(expected)}\n")
         self.assertEqual(found("the", "--newest", "--limit", "3"), found("the")[:-4:-1])
+        self.assertEqual(found("--newest", "--limit", "3"), every[:-4:-1])
         # 02:12 UTC on the 21st; a message before it and one after.
         output = self.run_companion("search", "300", "photos", "--context", "1")[0].splitlines()
         self.assertRegex(output[0], r"^Kim Lee  Sat 2005-08-20  Kim Lee on 2005-08-20 at 21\.07.*chat$")
@@ -171,6 +172,8 @@ class Everyday(CompanionTest):
                  "1 failure since the count was last cleared.\nThe latest: a file could not be written.\n"),
                 ({"errorStatus": 9, "reportThis": "x", "emailFails": -2},
                  "No failure since the count was last cleared.\nThe latest: code 9 (x).\n"),
+                ({"emailFails": 1}, "1 failure since the count was last cleared.\nThe latest: an unknown failure.\n"),
+                ({"errorStatus": 0, "reportThis": "x"}, "No failure since the count was last cleared.\nThe latest: an unknown failure (x).\n"),
         ):
             self.preferences(**values)
             self.assertEqual(self.run_companion("status")[0], shown)

@@ -37,16 +37,20 @@ class Prefs(CompanionTest):
             self.assertEqual(self.run_companion("prefs", key)[0], shown + "\n")
         self.assertEqual(stat.S_IMODE(os.stat(self.path(FILE)).st_mode), 0o600)
 
-    def test_wrong_keys_and_values_are_refused_with_the_list(self):
-        for arguments in (["colour"], ["colour", "red"], ["--delete", "colour"], ["subjectNumber", "many"],
-                          ["subjectNumber", "1.5"], ["subjectNumber", "99999999999999999999"], ["forceUniqueSubjects", "maybe"],
-                          ["emailAddress", "Sam <sam@example.org>"], ["emailAddress", "sam @example.org"],
-                          ["emailAddress", "sam"], ["emailAddress", "@"], ["emailAddress", ""],
-                          ["emailAddress", "a@b\nBcc: c@d"], ["emailAddress", "sam@example,org"],
-                          ["emailAddress", "sam@example..org"], ["emailAddress", "sam@kim@example.org"], ["emailPassword", "hunter2"]):
+    def test_wrong_keys_and_values_are_refused_with_what_is_taken(self):
+        keys, integer, truth = "There is no preference called colour. There are:\n", "subjectNumber takes an integer.\n", "takes YES or NO.\n"
+        address, password = "emailAddress takes a mail address without a name, ", "leave it out, and you are asked for it.\n"
+        for arguments, told in ((["colour"], keys), (["colour", "red"], keys), (["--delete", "colour"], keys), (["subjectNumber", "many"], integer),
+                                (["subjectNumber", "1.5"], integer), (["subjectNumber", "99999999999999999999"], integer),
+                                (["forceUniqueSubjects", "maybe"], truth), (["emailAddress", "Sam <sam@example.org>"], address),
+                                (["emailAddress", "sam @example.org"], address), (["emailAddress", "sam"], address), (["emailAddress", "@"], address),
+                                (["emailAddress", ""], address), (["emailAddress", "a@b\nBcc: c@d"], address),
+                                (["emailAddress", "sam@example,org"], address), (["emailAddress", "sam@example..org"], address),
+                                (["emailAddress", "sam@kim@example.org"], address), (["emailPassword", "hunter2"], password)):
             output, errors = self.run_companion("prefs", *arguments, code=2)
             self.assertEqual(output, "")
-            self.assertIn("  emailAddress (mail address)\n", errors, arguments)
+            self.assertIn(told, errors, arguments)
+            self.assertEqual(errors.count("\n"), 12 if told == keys else 1, arguments)
             self.assertNotIn("hunter2", errors)
         self.assertFalse(os.path.exists(self.path(FILE)))
 

@@ -3,11 +3,12 @@
 import os
 import plistlib
 import sys
+import unicodedata
 
 from companion import PRATTLEBUG, SAMPLES, TRANSCRIPTS, CompanionTest, main
 
 sys.path.append(os.path.join(SAMPLES, "make"))
-from transcript import Speaker, Transcript, Typed  # noqa: E402
+from transcript import Keyed, Speaker, Transcript, Typed  # noqa: E402
 
 ESCAPE = "\x1b]0;title\x07\x1b[2J\x9b1m"
 SHOWN = "\ufffd]0;title\ufffd\ufffd[2J\ufffd1m"
@@ -59,6 +60,28 @@ class Terminal(CompanionTest):
         for line in lines:
             self.assertRegex(line, "^  04:00   mallory.{1,40}: ….{1,40}needle .{1,80}…$")
         self.assertIn(text, self.run_companion("search", "needle")[0])
+
+    def test_search_finds_what_stands_beside_a_nul_or_half_a_character(self):
+        self.write(os.path.join(TRANSCRIPTS, "Ann on 1.chat"), chat("a\0needle b"))
+        self.write(os.path.join(TRANSCRIPTS, "Ann on 1.ichat"), chat("a\0needle b\ue000c", Keyed).replace(b"\xe0\0", b"\xdc\0"))
+        for word, count in (("needle", 2), ("a\ufffdneedle", 2), ("b\ufffdc", 1), ("\ufffd", 2)):
+            for how in ((), ("--no-index",)):
+                self.assertEqual(self.run_companion("search", "--count", word, *how)[0], f"{count}\n", word)
+
+    def test_columns_are_cells_in_any_script(self):
+        self.environment["NO_COLOR"] = "1"
+        for name in ("Ann", "李明", "Zoe\u0308"):
+            self.write(os.path.join(TRANSCRIPTS, f"{name} on 1.chat"), chat("漢字" * 500 + "needle" + "字" * 500))
+
+        def cells(line):
+            return sum(0 if unicodedata.combining(letter) else 2 if unicodedata.east_asian_width(letter) == "W" else 1 for letter in line)
+
+        listed = self.run_in_terminal(PRATTLEBUG, "list")[1].decode().splitlines()[-3:]
+        self.assertEqual(len({cells(line[:line.index(" messages")]) for line in listed}), 1, listed)
+        found = [line for line in self.run_in_terminal(PRATTLEBUG, "search", "needle")[1].decode().splitlines() if "needle" in line]
+        for line in listed + found:
+            self.assertIn(cells(line), (79, 80), line)
+        self.assertEqual(len(found), 3)
 
 
 main()

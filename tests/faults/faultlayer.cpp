@@ -3,6 +3,7 @@
 //
 // - count:FILE: at the end, writes into FILE how many such calls there were, and how many bytes were written.
 // - kill:N: kills the program (SIGKILL) instead of call N, counted from 1; of a write, half is done before.
+// - interrupt:N: has the program get SIGINT at call N, and goes on.
 // - full:N:ERRNO: the disk takes N bytes; a write beyond is done in part, and every one after that fails.
 // - locked:FOLDER: everything in FOLDER and below it is read-only.
 // - listed:FOLDER: the listing of FOLDER ends after one entry, with EIO.
@@ -33,12 +34,12 @@ Function *original(const char *name)
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-enum class Fault { None, Count, Kill, Full, Locked, Listed };
+enum class Fault { None, Count, Kill, Interrupt, Full, Locked, Listed };
 
 struct State {
     Fault fault = Fault::None;
     std::string path; // of Count, Locked and Listed
-    long number = 0;  // of Kill and Full
+    long number = 0;  // of Kill, Interrupt and Full
     int error = ENOSPC;
     long calls = 0;
     long bytes = 0;
@@ -50,11 +51,12 @@ struct State {
         if (!colon)
             return;
         const std::string kind(text, colon);
-        fault = kind == "count"    ? Fault::Count
-                : kind == "kill"   ? Fault::Kill
-                : kind == "full"   ? Fault::Full
-                : kind == "locked" ? Fault::Locked
-                                   : Fault::Listed;
+        fault = kind == "count"       ? Fault::Count
+                : kind == "kill"      ? Fault::Kill
+                : kind == "interrupt" ? Fault::Interrupt
+                : kind == "full"      ? Fault::Full
+                : kind == "locked"    ? Fault::Locked
+                                      : Fault::Listed;
         path = colon + 1;
         char *end = nullptr;
         number = std::strtol(colon + 1, &end, 10);
@@ -83,7 +85,11 @@ State &state()
 
 bool isToBeKilled()
 {
-    return ++state().calls == state().number && state().fault == Fault::Kill;
+    if (++state().calls != state().number)
+        return false;
+    if (state().fault == Fault::Interrupt)
+        raise(SIGINT);
+    return state().fault == Fault::Kill;
 }
 
 [[noreturn]] void die()

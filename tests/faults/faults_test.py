@@ -157,8 +157,8 @@ class Faults(FaultTest):
             plistlib.dump(values, file)
         os.chmod(self.path(PREFERENCES), 0o600)
 
-    def archive(self, fault=None, output="Out"):
-        code, printed = self.run_with(fault, "archive", "--quiet", self.path(output))
+    def archive(self, fault=None, *options):
+        code, printed = self.run_with(fault, "archive", "--quiet", *options, self.path("Out"))
         self.assertNotIn(b"s3cret", printed)
         return code
 
@@ -239,6 +239,97 @@ class Faults(FaultTest):
                 self.assertEqual(code, 0 if self.messages() == self.mbox else 1)
                 self.assertTrue(self.messages() == b"" or self.messages().endswith(b"--\n\n"))
                 self.assertTrue(all(message in self.mbox for message in self.messages().split(b"From sam")))
+
+    def counts_in(self, folder):
+        """How many chats, files and links the stores in a folder hold."""
+        held = []
+        for name in reversed(STORES):
+            if not os.path.exists(os.path.join(folder, name)):
+                held.append(0)
+                continue
+            with open(os.path.join(folder, name), "rb") as file:
+                store = plistlib.load(file)
+            lists = [value for speaker in store for value in speaker.values() if isinstance(value, list)] if name != STORES[2] else []
+            held.append(sum(map(len, lists)) if name != STORES[2] else store["chatcount"])
+        return held
+
+    def chats_in(self, path):
+        return len(re.findall(rb"(?m)^From sam@", self.messages(path))) if os.path.exists(self.path(path)) else None
+
+    def pages_in(self, folder):
+        """The names of the pages in a folder, which are whole."""
+        names = {name for name in os.listdir(folder) if name.endswith(".html") and not temporaries([name])}
+        for name in names:
+            with open(os.path.join(folder, name), "rb") as file:
+                self.assertTrue(file.read().endswith(ENDS), name)
+        return names
+
+    def test_archiving_again(self):
+        """What a second run leaves, however it ends, and what a third one then makes of that."""
+        calls, size = self.counted()
+        support, pristine = self.path(SUPPORT), self.path("pristine")
+        once, pages, images = self.counts_in(pristine), self.pages_in(pristine), tree(os.path.join(pristine, "Images"))
+        images = {name: value for name, value in images.items() if not name.startswith("topimages")}
+        added = self.path(TRANSCRIPTS, "Gus on 2005-04-02 at 09.12.chat")
+        endings = ["whole", "added", *(f"{kind}:{1 + number * calls // 12}" for kind in ("kill", "interrupt") for number in range(12)),
+                   *(f"full:{number * size // 8}" for number in range(8))]
+        reached = {}
+        for options in ([], ["--fresh"]):
+            for ending in endings:
+                what = (ending, *options)
+                self.restore()
+                if ending == "added":
+                    shutil.copy2(os.path.join(SAMPLES, "chats", os.path.basename(added)), added)
+                total = len(os.listdir(self.path(TRANSCRIPTS)))
+                code, printed = self.run_with(ending if ":" in ending else None, "archive", *options, self.path("Out"))
+                archived, previous = self.chats_in(MBOX), self.chats_in(PREVIOUS)
+
+                # The mbox: the new one, or else the one before.
+                if ending.startswith("kill"):
+                    self.assertEqual(code, -signal.SIGKILL, what)
+                    self.assertIn((previous, archived == total), ((len(CHATS), False), (len(CHATS), True), (None, True)), what)
+                elif ending.startswith("full"):
+                    self.assertEqual((code, previous), (0, None) if archived == total else (1, len(CHATS)), what)
+                else:
+                    self.assertEqual((code, previous), (0, None) if archived == total else (128 + signal.SIGINT, len(CHATS)), what)
+                if code == 128 + signal.SIGINT:
+                    self.assertIn(f"Interrupted: {archived} of {total} chats are in ".encode(), printed, what)
+
+                # The stores: the earlier ones, here or aside, and what was folded in.
+                asides = [os.path.join(support, name) for name in os.listdir(support) if name.startswith("Set aside")]
+                moved = {name for aside in asides for name in os.listdir(aside) if name in STORES}
+                for aside in asides:
+                    self.assertLessEqual({name: value for name, value in tree(aside).items() if name in STORES}.items(),
+                                         tree(pristine).items(), what)
+                    self.pages_in(aside)
+                counts = self.counts_in(support)
+                before = [0 if name in moved else count for name, count in zip(reversed(STORES), once)]
+                self.assertTrue(all(low <= count for low, count in zip(before, counts)), what)
+                if ending.split(":")[0] not in ("kill", "full"):
+                    self.assertEqual(bool(asides), bool(options), what)
+                    self.assertEqual(counts[0], before[0] + archived, what)
+                if ending == "whole":
+                    self.assertEqual(counts, [low + count for low, count in zip(before, once)], what)
+                if ending in ("whole", "added"):
+                    self.assertEqual(b"4 of these chats were counted before" in printed, not options, what)
+
+                # The pages and the saved files.
+                if code == 0 and not ending.startswith("full"):
+                    self.assertLessEqual(pages, self.pages_in(support), what)
+                self.assertLessEqual(images.items(), tree(os.path.join(support, "Images")).items(), what)
+                for aside in asides if code != -signal.SIGKILL else ():
+                    self.assertTrue(os.path.samefile(os.path.join(aside, "Images"), os.path.join(support, "Images")), what)
+
+                self.assertEqual(self.archive(None, *options), 0, what)
+                self.assertEqual((self.chats_in(MBOX), self.chats_in(PREVIOUS)), (total, None), what)
+                self.assertEqual(self.counts_in(support)[0], total if options else counts[0] + total, what)
+                self.assertEqual(temporaries(tree(support)), [], what)
+                reached.setdefault((ending.split(":")[0], code), set()).add(archived)
+                if ending == "added":
+                    os.unlink(added)
+                    self.assertEqual(self.archive(), 0)
+        self.assertGreater(len(reached["interrupt", 130]), 1)
+        self.assertGreater(len(reached["kill", -signal.SIGKILL]), 2)
 
     def test_a_support_folder_that_is_locked_stays_as_it_is(self):
         before = tree(self.path(SUPPORT))

@@ -299,6 +299,45 @@ TEST_F(GalleryRuns, GiveUpTheChatForWhichThereIsTooLittleMemory)
     EXPECT_EQ(read(NumberStore::path()), "1 2 3 ");
 }
 
+TEST_F(GalleryRuns, FoldInAllOfAChatOrNothing)
+{
+    const Chats chats = randomChats(4, 3);
+    const auto stores = [this] {
+        auto found = files();
+        std::erase_if(found,
+                      [](const auto &file) { return file.first.find("Images/") != std::string::npos; });
+        return found;
+    };
+    setUp();
+    call(*chats[0]);
+    call(*chats[2]);
+    const auto expected = stores();
+    for (const int between : {0, 10'000}) { // minutes: what is due is not written in the middle of a chat
+        for (const bool hasFiles : {false, true}) {
+            SCOPED_TRACE(std::to_string(between) +
+                         (hasFiles ? ", fails in the statistics" : ", in the files"));
+            setUp();
+            TestClock clock;
+            {
+                const VORALogGenerator::Run run(clock.now());
+                for (size_t i = 0; i < chats.size(); ++i) {
+                    clock.add(std::chrono::minutes(between));
+                    VORALogGenerator::WholeChat chat;
+                    VORALogGenerator::GenerateLinkFiles(chats[i].get());
+                    if (i == 1 && !hasFiles)
+                        continue; // as an exception leaves it
+                    VORALogGenerator::GenerateImageFiles(chats[i].get());
+                    if (i == 1)
+                        continue;
+                    VORALogGenerator::UpdateStatistics(*chats[i]);
+                    chat.keep();
+                }
+            }
+            EXPECT_EQ(stores(), expected);
+        }
+    }
+}
+
 TEST_F(GalleryRuns, TakeInWhatOthersHaveWrittenMeanwhile)
 {
     setUp();

@@ -10,7 +10,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using indexing::Chat;
 using indexing::ChatIndex;
 using indexing::folded;
 using indexing::Match;
@@ -114,6 +113,13 @@ TEST_F(ChatIndexTest, IsUpToDateWithWhateverHappensToTheTranscripts)
               (std::vector<QString>{QStringLiteral("first ferry"), QStringLiteral("the Ferry leaves"),
                                     QStringLiteral("ferry gone")}));
     EXPECT_EQ(find(ferry, Order::NewestFirst).front(), QStringLiteral("ferry gone"));
+    // One that lies elsewhere, and changes there.
+    write("elsewhere", keyedTranscript({{"AIM", "kimlee", "ferry here", startOf2005 + 20}}));
+    std::filesystem::create_symlink(home() / "elsewhere", folder() / "Sam on 4.ichat");
+    EXPECT_EQ(find(ferry).back(), QStringLiteral("ferry here"));
+    write("elsewhere", keyedTranscript({{"AIM", "kimlee", "the ferry is there", startOf2005 + 20}}));
+    EXPECT_EQ(find(ferry).back(), QStringLiteral("the ferry is there"));
+    std::filesystem::remove(folder() / "Sam on 4.ichat");
     std::filesystem::rename(folder() / "Zoe on 0.ichat", folder() / "Zoe on Sunday.ichat");
     std::filesystem::remove(folder() / "Kim on 1.ichat");
     ChatIndex index(folder(), file());
@@ -206,7 +212,7 @@ TEST_F(ChatIndexTest, MakesTheTableAnewWhenTooMuchComesOutOfOrder)
     add("Kim on 1.ichat", many);
     EXPECT_EQ(find(ferry),
               (std::vector<QString>{QStringLiteral("an old ferry"), QStringLiteral("the last ferry")}));
-    platform::Database database(file(), platform::Database::Mode::ReadOnly);
+    const platform::Database database(file(), platform::Database::Mode::ReadOnly);
     platform::Statement unlisted(database, "SELECT count(*) FROM chat WHERE firstDocument = 0");
     ASSERT_TRUE(unlisted.step());
     EXPECT_EQ(unlisted.integer(0), 0);

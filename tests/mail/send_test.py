@@ -14,7 +14,7 @@ import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../companion"))
 
-from companion import CompanionTest, SAMPLES, main
+from companion import CompanionTest, PRATTLEBUG, SAMPLES, main
 from mailservers import bare_server, hang_up, last_words, mail_server, say_nothing, unused_port
 
 KIM = os.path.join(SAMPLES, "chats", "Kim Lee on 2003-07-12 at 20.41.chat")
@@ -146,6 +146,14 @@ class Send(CompanionTest):
                     self.assertEqual(errors, "")
                     self.assert_message(server.received[0], KIM, "[IM] Kim Lee")
                     self.assert_nothing_reported()
+
+    def test_what_a_terminal_would_obey_in_a_reply_is_shown(self):
+        self.prefer()
+        with mail_server({"RCPT": "550 no \x1b]0;title\x07\x1b[2J user"}) as server:
+            code, shown = self.run_in_terminal(PRATTLEBUG, "send", "--server", f"127.0.0.1:{server.port}", "--to", "kim@example.org", KIM)
+        self.assertEqual(code, 1)
+        self.assertIn("550 no \ufffd]0;title\ufffd\ufffd[2J user".encode(), shown)
+        self.assertNotRegex(shown, b"\x1b\\]|\x1b\\[2J|\a")
 
     def test_servers_that_turn_clients_away_or_make_no_sense(self):
         login = (b"220 hi\r\n", b"250-hi\r\n250 AUTH LOGIN\r\n", b"334 VXNlcm5hbWU6\r\n", b"334 UGFzc3dvcmQ6\r\n")

@@ -187,10 +187,10 @@ class Desktop:
 class Application:
     """The program, started in a home folder."""
 
-    def __init__(self, desktop, program, home, arguments=(), title="Prattlebug Archiver", stderr=subprocess.DEVNULL,
+    def __init__(self, desktop, program, home, arguments=(), title="Prattlebug Archiver", stderr=subprocess.DEVNULL, prefix=(),
                  **environment):
         self.desktop = desktop
-        self.process = subprocess.Popen([program, *arguments], env={**os.environ, "HOME": str(home), **environment},
+        self.process = subprocess.Popen([*prefix, program, *arguments], env={**os.environ, "HOME": str(home), **environment},
                                         stderr=stderr)
         self.window = self.wait_for_window(title)
 

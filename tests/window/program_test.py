@@ -182,6 +182,21 @@ class ArchivingTest(WindowTest):
             self.mbox.write_bytes(b"left over\n" * 100_000)
             (self.transcripts / "Gus on 2005-04-02 at 09.12.chat").unlink(missing_ok=True)
 
+    def test_with_closed_streams_and_a_chat_that_does_not_fit_into_memory(self):
+        self.set_up_samples()
+        (self.transcripts / "hole on x.chat").touch()
+        is_sanitized = b"__asan_init" in Path(archiver).read_bytes()  # which takes more memory than there is
+        os.truncate(self.transcripts / "hole on x.chat", 0 if is_sanitized else 2**31 - 1)
+        limit = "" if is_sanitized else "ulimit -v 2000000; "  # kB
+        application = self.start(prefix=("sh", "-c", limit + "exec \"$@\" <&- >&- 2>&-", "sh"))
+        self.desktop.press("Return")
+        application.wait_for_window(PANEL)
+        self.desktop.press("Return")
+        self.assertRegex(self.dismiss_completion(application), "^19 chats archived, .* 1 chat could not be read")
+        self.desktop.next_shown()
+        (self.transcripts / "hole on x.chat").unlink()
+        self.check_mbox()
+
     def test_another_name_in_another_folder(self):
         self.set_up_samples()
         (self.home / "Mail").mkdir()
