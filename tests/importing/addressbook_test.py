@@ -138,9 +138,9 @@ class AddressBook(CompanionTest):
                 self.assertRegex(self.run_companion("setup", "--contacts", path, code=1)[1], f"cannot be read: .*({reason})")
                 self.assertEqual(self.contacts.read_bytes(), kept)
         for name, *texts in (("triggers", "CREATE TRIGGER t AFTER UPDATE ON ZABCDRECORD BEGIN DELETE FROM ZABCDRECORD; END;"),
-                            ("UTF-16", "", "PRAGMA encoding = 'UTF-16';"),
-                            ("fewer columns", "ALTER TABLE ZABCDRECORD DROP COLUMN ZNICKNAME; "
-                                              "DROP TABLE ZABCDEMAILADDRESS; DROP TABLE Z_PRIMARYKEY;")):
+                             ("UTF-16", "", "PRAGMA encoding = 'UTF-16';"),
+                             ("fewer columns", "ALTER TABLE ZABCDRECORD DROP COLUMN ZNICKNAME; "
+                                               "DROP TABLE ZABCDEMAILADDRESS; DROP TABLE Z_PRIMARYKEY;")):
             with self.subTest(name):
                 shutil.rmtree(self.mac / BOOK)
                 path = self.mac / BOOK / DATABASE
