@@ -165,7 +165,7 @@ TEST(ManualTest, everyPageThatALinkNamesIsThere)
             }
         }
     }
-    EXPECT_EQ(seen.size(), 5);
+    EXPECT_EQ(seen.size(), 6);
     manual->close();
 }
 
