@@ -43,7 +43,7 @@ VORALogGenerator::Run::~Run() = default;
 VORALogGenerator::WholeChat::WholeChat()
 {
     if (!galleries::Session::open())
-        m_run.emplace();
+        m_run = std::make_unique<Run>();
     m_session = galleries::Session::open();
     m_session->beginChat();
 }

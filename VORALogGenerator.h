@@ -8,7 +8,6 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <optional>
 
 namespace galleries {
 class Session;
@@ -63,7 +62,7 @@ public:
         void keep();
 
     private:
-        std::optional<Run> m_run;      // where none was open
+        std::unique_ptr<Run> m_run;    // where none was open
         galleries::Session *m_session; // the open one
     };
 
