@@ -36,21 +36,6 @@ struct ResultHead {
     bool isFailure = false; ///< the bytes are the reason
 };
 
-bool readAll(int descriptor, void *buffer, size_t size)
-{
-    auto *bytes = static_cast<char *>(buffer);
-    while (size > 0) {
-        const ssize_t got = ::read(descriptor, bytes, size);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            return false;
-        bytes += got;
-        size -= size_t(got);
-    }
-    return true;
-}
-
 /// The life of a worker: answers jobs until its parent closes the connection.
 [[noreturn]] void work(int connection, const std::function<QByteArray(size_t)> &work)
 {
@@ -58,7 +43,7 @@ bool readAll(int descriptor, void *buffer, size_t size)
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     std::signal(SIGINT, SIG_IGN); // ^C goes to the parent, who ends this one
     quint64 job = 0;
-    while (readAll(connection, &job, sizeof job)) {
+    while (platform::readAll(connection, &job, sizeof job)) {
         ResultHead head;
         QByteArray bytes;
         try {

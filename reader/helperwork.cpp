@@ -15,7 +15,6 @@
 #include <QImage>
 #include <QImageReader>
 
-#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <functional>
@@ -29,28 +28,12 @@ namespace reader {
 
 namespace {
 
-/// @return false at the end of the input.
-bool readWhole(void *buffer, size_t size)
-{
-    auto *bytes = static_cast<char *>(buffer);
-    while (size > 0) {
-        const ssize_t got = ::read(STDIN_FILENO, bytes, size);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            return false;
-        bytes += got;
-        size -= size_t(got);
-    }
-    return true;
-}
-
 int serve(const std::function<QByteArray(const QByteArray &request)> &work)
 {
     quint64 size = 0;
-    while (readWhole(&size, sizeof size)) {
+    while (platform::readAll(STDIN_FILENO, &size, sizeof size)) {
         QByteArray request(qsizetype(size), Qt::Uninitialized);
-        if (!readWhole(request.data(), size))
+        if (!platform::readAll(STDIN_FILENO, request.data(), size))
             break;
         const QByteArray answer = work(request);
         size = quint64(answer.size());

@@ -34,4 +34,19 @@ bool writeAll(int descriptor, QByteArrayView bytes)
     return true;
 }
 
+bool readAll(int descriptor, void *buffer, size_t size)
+{
+    auto *bytes = static_cast<char *>(buffer);
+    while (size > 0) {
+        const ssize_t got = ::read(descriptor, bytes, size);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return false;
+        bytes += got;
+        size -= size_t(got);
+    }
+    return true;
+}
+
 } // namespace platform

@@ -22,4 +22,8 @@ namespace platform {
 /// @return false when the system takes no more; errno says why.
 [[nodiscard]] bool writeAll(int descriptor, QByteArrayView bytes);
 
+/// Reads @p size bytes from a descriptor into @p buffer, going on after interruptions and partial reads.
+/// @return false when the input ends before, or cannot be read.
+[[nodiscard]] bool readAll(int descriptor, void *buffer, size_t size);
+
 } // namespace platform
