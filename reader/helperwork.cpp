@@ -110,7 +110,11 @@ std::optional<int> workForTheWindow(int argc, char **argv)
         return 2;
     constexpr rlim_t mostMemory = rlim_t(768) << 20;
     const rlimit limit{mostMemory, mostMemory};
+#ifndef __SANITIZE_ADDRESS__ // the sanitizer's own tables take more
     setrlimit(RLIMIT_AS, &limit);
+#else
+    (void)limit;
+#endif
     const QCoreApplication application(argc, argv); // knows where the plug-ins are
     return serve(picture);
 }
