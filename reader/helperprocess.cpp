@@ -37,6 +37,8 @@ HelperProcess::HelperProcess(QString work, QObject *parent) : QObject(parent), m
 HelperProcess::~HelperProcess()
 {
     end();
+    for (QProcess *process : findChildren<QProcess *>())
+        process->waitForFinished(); // a moment: it was killed
 }
 
 void HelperProcess::start()
@@ -73,8 +75,6 @@ void HelperProcess::end()
     connect(m_process, &QProcess::finished, m_process, &QObject::deleteLater);
     if (m_process->state() == QProcess::NotRunning)
         m_process->deleteLater();
-    else
-        m_process->setParent(nullptr); // nobody waits for it; it is gone in a moment
     m_process = nullptr;
 }
 

@@ -37,7 +37,10 @@ class ReaderTest(unittest.TestCase):
         return application
 
     def rows(self, window, name):
-        return [row.name for row in window.find("list", name).descendants() if row.role == "list item"]
+        try:
+            return [row.name for row in window.find("list", name).descendants() if row.role == "list item"]
+        except self.desktop.gone:
+            return []  # the list has changed while it was read
 
     def pasted(self, window):
         """What the clipboard holds, on one line, by way of the filter's field."""

@@ -111,8 +111,9 @@ class Desktop:
             assert self.services.stdout.readline() == "ready\n"
             import gi  # asks for the bus when it is loaded
             gi.require_version("Atspi", "2.0")
-            from gi.repository import Atspi
+            from gi.repository import Atspi, GLib
             self.atspi = Atspi
+            self.gone = GLib.GError  # what is asked of a widget that is no longer there
             Atspi.get_desktop(0).set_cache_mask(Atspi.Cache.NONE)  # its cache lives on events, which nobody fetches
         except BaseException:
             self.close()
